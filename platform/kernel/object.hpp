@@ -61,6 +61,7 @@ enum Type : unsigned {
                        //       or local of an enclosing procedure frame
     T_UNEVAL = 30,     // node: operand                   'expr'
     T_FRAME = 31,      // node: parent frame, slot 1 .. slot n (a running procedure's variables)
+    T_FLOATLIT = 32,   // node: the literal's text as a string; evaluates to a float at the current "Digits"
     // statements (they appear only inside procedure bodies and in parsed scripts)
     T_STATSEQ = 40,    // node: statements
     T_ASSIGN = 41,     // node: lhs, rhs
@@ -106,6 +107,36 @@ struct BigIntObject {
     uintptr_t header;      // length field: number of limbs
     intptr_t size;         // GMP convention: signed limb count
     uint64_t limbs[1];
+};
+
+struct TableObject {
+    uintptr_t header;      // length field unused
+    size_t count;          // live entries
+    size_t used;           // entries slots used (live or removed), in insertion order
+    size_t capacity;       // entries slots
+    ALGEB *entries;        // 2 * capacity: key, value (a removed entry has a null key)
+    uint32_t *index;       // open addressing over entries (0 empty, i + 1 entry i); 2 * capacity slots
+};
+
+// A native function of the host.  HOLD builtins receive their arguments
+// unevaluated (seq, add, evalf's second argument ...).
+using BuiltinFn = ALGEB (*)(ALGEB args);
+enum BuiltinFlags : uintptr_t { BUILTIN_HOLD = 1 };
+struct BuiltinObject {
+    uintptr_t header;
+    ALGEB name;            // the name it is bound to
+    BuiltinFn fn;
+    uintptr_t flags;
+};
+
+// An entry of a loaded library: the statistics convention (kv, expseq) or the
+// wrapper convention (kv, argument array).
+enum ExternalKind : uintptr_t { EXTERNAL_SEQUENCE = 0, EXTERNAL_ARRAY = 1 };
+struct ExternalObject {
+    uintptr_t header;
+    ALGEB name;
+    void *fn;
+    uintptr_t kind;
 };
 
 struct StringObject {
@@ -233,6 +264,23 @@ ALGEB make_integer(intptr_t v);
 ALGEB make_integer64(int64_t v);
 // True and *out set when the integer fits in int64_t.
 bool integer_to_int64(ALGEB a, int64_t *out);
+
+// Tables (table.cpp): keys compared with `equal`, entries kept in insertion order.
+ALGEB table_new();
+ALGEB table_get(ALGEB t, ALGEB key); // nullptr when absent
+void table_put(ALGEB t, ALGEB key, ALGEB value);
+bool table_remove(ALGEB t, ALGEB key);
+size_t table_count(ALGEB t);
+template <class F> void table_each(ALGEB t, F f)
+{
+    auto *tab = reinterpret_cast<TableObject *>(t);
+    for (size_t i = 0; i < tab->used; ++i)
+        if (tab->entries[2 * i] != nullptr)
+            f(tab->entries[2 * i], tab->entries[2 * i + 1]);
+}
+
+ALGEB make_builtin(ALGEB name, BuiltinFn fn, uintptr_t flags);
+ALGEB make_external(ALGEB name, void *fn, ExternalKind kind);
 
 // Structural equality and hashing, used by tables and by `=` tests.
 bool equal(ALGEB a, ALGEB b);

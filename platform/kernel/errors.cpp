@@ -1,0 +1,33 @@
+// errors.cpp -- formatting of host error messages and the one throw point.
+#include "errors.hpp"
+
+#include "print.hpp"
+
+namespace talvo {
+
+std::string format_message(std::string_view templ, ALGEB a1, ALGEB a2)
+{
+    std::string out;
+    out.reserve(templ.size() + 16);
+    for (size_t i = 0; i < templ.size(); ++i) {
+        if (templ[i] == '%' && i + 1 < templ.size() && (templ[i + 1] == '1' || templ[i + 1] == '2')) {
+            ALGEB a = templ[i + 1] == '1' ? a1 : a2;
+            if (a != nullptr) {
+                out += print(a);
+                ++i;
+                continue;
+            }
+        }
+        out += templ[i];
+    }
+    return out;
+}
+
+void raise(std::string_view templ, ALGEB a1, ALGEB a2)
+{
+    throw HostError{format_message(templ, a1, a2), std::string()};
+}
+
+void raise_plain(std::string message) { throw HostError{std::move(message), std::string()}; }
+
+} // namespace talvo
