@@ -71,6 +71,7 @@ enum Type : unsigned {
     T_ERROR = 45,      // node: argument expression sequence
     T_BREAK = 46,      // node with no operands
     T_NEXT = 47,       // node with no operands
+    T_TRY = 48,        // node: body, handler body (statement sequences)
 };
 
 constexpr unsigned kTypeShift = TALVO_TYPE_SHIFT;

@@ -1,5 +1,6 @@
 // print.hpp -- printed forms of host values, in a form that reads back in.
-// Floats print with "Digits" significant digits (the float library's form).
+// A float prints with the decimal digits its precision was made for (the
+// float library's form): a value computed at 30 digits shows 30 digits.
 #pragma once
 
 #include "object.hpp"

@@ -1,0 +1,183 @@
+// talvo -- the reference host as a program: runs a script file, statements
+// given with -e, or an interactive prompt with line editing and history.
+//
+// It loads the statistics library (libstatsmp.so beside the program, or the
+// libraries named with --lib), starts it once before the first statement and
+// shuts it down at exit.
+#include "api.hpp"
+#include "errors.hpp"
+#include "host.hpp"
+#include "parse.hpp"
+
+#include <editline/readline.h>
+#include <unistd.h>
+
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+const char *const kUsage =
+    "usage: talvo [options] [script]\n"
+    "\n"
+    "Runs the statements of a script file, of the -e options, or of standard\n"
+    "input; with no script and a terminal on standard input, an interactive\n"
+    "prompt with line editing and history.\n"
+    "\n"
+    "options:\n"
+    "  -e STATEMENTS   run these statements (may be repeated)\n"
+    "  --lib PATH      load this library instead of libstatsmp.so beside the\n"
+    "                  program (may be repeated)\n"
+    "  --no-lib        load no library\n"
+    "  -q              no banner at the prompt\n"
+    "  -h, --help      this text\n"
+    "\n"
+    "Each statement ending with ';' prints its value; one ending with ':'\n"
+    "prints nothing.  A script stops at its first error, and the exit status\n"
+    "is then 1.\n";
+
+std::string program_folder()
+{
+    char buf[PATH_MAX];
+    ssize_t n = readlink("/proc/self/exe", buf, sizeof buf - 1);
+    if (n <= 0)
+        return ".";
+    buf[n] = '\0';
+    std::string p(buf);
+    size_t slash = p.rfind('/');
+    return slash == std::string::npos ? "." : p.substr(0, slash);
+}
+
+bool read_file(const std::string &path, std::string *out)
+{
+    std::ifstream in(path, std::ios::binary);
+    if (!in)
+        return false;
+    std::ostringstream ss;
+    ss << in.rdbuf();
+    *out = ss.str();
+    return true;
+}
+
+int prompt(bool quiet)
+{
+    if (!quiet)
+        std::printf("talvo reference host; end statements with ';' or ':', quit with Ctrl-D\n");
+    using_history();
+    std::string pending;
+    for (;;) {
+        char *line = readline(pending.empty() ? "> " : "  ");
+        if (line == nullptr) {
+            std::printf("\n");
+            break;
+        }
+        if (pending.empty() && std::strspn(line, " \t") == std::strlen(line)) {
+            std::free(line);
+            continue;
+        }
+        pending += line;
+        pending += '\n';
+        if (*line != '\0')
+            add_history(line);
+        std::free(line);
+        if (!talvo::input_complete(pending))
+            continue;
+        talvo::run_text(pending, talvo::RunMode::Prompt);
+        pending.clear();
+    }
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    talvo::host_init();
+
+    std::vector<std::string> statements, libs;
+    std::string script;
+    bool no_lib = false, quiet = false;
+    for (int i = 1; i < argc; ++i) {
+        std::string a = argv[i];
+        if (a == "-h" || a == "--help") {
+            std::fputs(kUsage, stdout);
+            return 0;
+        } else if (a == "-e" && i + 1 < argc) {
+            statements.push_back(argv[++i]);
+        } else if (a == "--lib" && i + 1 < argc) {
+            libs.push_back(argv[++i]);
+        } else if (a == "--no-lib") {
+            no_lib = true;
+        } else if (a == "-q") {
+            quiet = true;
+        } else if (!a.empty() && a[0] == '-' && a != "-") {
+            std::fprintf(stderr, "talvo: unknown option %s\n%s", a.c_str(), kUsage);
+            return 2;
+        } else if (script.empty()) {
+            script = a;
+        } else {
+            std::fprintf(stderr, "talvo: only one script file may be given\n");
+            return 2;
+        }
+    }
+
+    try {
+        if (!no_lib) {
+            if (libs.empty()) {
+                std::string beside = program_folder() + "/libstatsmp.so";
+                if (access(beside.c_str(), R_OK) == 0)
+                    libs.push_back(beside);
+            }
+            for (const std::string &l : libs)
+                talvo::load_library(l);
+        }
+        talvo::initialize_libraries();
+    } catch (talvo::HostError &e) {
+        std::fprintf(stderr, "%s\n", talvo::error_text(e.where, e.message).c_str());
+        return 1;
+    }
+
+    int status = 0;
+    if (!statements.empty() || !script.empty()) {
+        for (const std::string &s : statements)
+            if (!talvo::run_text(s, talvo::RunMode::Script)) {
+                status = 1;
+                break;
+            }
+        if (status == 0 && !script.empty()) {
+            std::string text;
+            if (script == "-") {
+                std::ostringstream ss;
+                ss << std::cin.rdbuf();
+                text = ss.str();
+            } else if (!read_file(script, &text)) {
+                std::fprintf(stderr, "talvo: cannot read %s\n", script.c_str());
+                status = 2;
+            }
+            if (status == 0 && !talvo::run_text(text, talvo::RunMode::Script))
+                status = 1;
+        }
+    } else if (isatty(0)) {
+        status = prompt(quiet);
+    } else {
+        std::ostringstream ss;
+        ss << std::cin.rdbuf();
+        if (!talvo::run_text(ss.str(), talvo::RunMode::Script))
+            status = 1;
+    }
+    try {
+        talvo::terminate_libraries();
+    } catch (talvo::HostError &e) {
+        std::fprintf(stderr, "%s\n", talvo::error_text(e.where, e.message).c_str());
+        status = status == 0 ? 1 : status;
+    }
+    std::fflush(stdout);
+    return status;
+}

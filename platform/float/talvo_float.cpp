@@ -1,0 +1,591 @@
+// talvo_float.cpp -- TalvoFloat on MPFR, with each float an immutable object
+// of collected atomic memory: header word, MPFR struct, limbs inline.
+//
+// Every operation allocates exactly one object at the current working
+// precision and lets MPFR compute straight into it (round to nearest), so a
+// sum costs one allocation and one mpfr_add.  The object size for the current
+// precision is computed once per change of "Digits" and kept with the
+// precision, which keeps the hot path to a few stores and two calls.
+//
+// An object is never copied by value: its MPFR struct points at its own limbs.
+// Only handles are copied.
+//
+// Like its host, the library runs on one thread: the precision, the bound
+// host and the allocation cache below are process-wide and unsynchronised.
+#include "talvo_float.hpp"
+
+#include <gc.h>
+#include <gc/gc_inline.h>
+
+#include <bit>
+#include <climits>
+#include <cmath>
+#include <cstddef>
+#include <cstring>
+#include <new>
+#include <stdexcept>
+
+namespace {
+
+// ---------------------------------------------------------------------------
+// State: the bound host and the current working precision
+// ---------------------------------------------------------------------------
+
+TalvoFloatHost g_host = {nullptr, nullptr, nullptr};
+
+// Everything allocation needs for one precision.
+struct Shape {
+    mpfr_prec_t prec;  // bits
+    size_t bytes;      // whole object
+    uintptr_t header;  // type code and limb count
+};
+
+constexpr long kDefaultDigits = 10;
+constexpr size_t kLimbOffset = offsetof(TalvoFloatObject, limbs);
+
+constexpr Shape make_shape(mpfr_prec_t prec)
+{
+    size_t n = static_cast<size_t>((prec + GMP_NUMB_BITS - 1) / GMP_NUMB_BITS);
+    return Shape{prec, kLimbOffset + n * sizeof(mp_limb_t),
+                 (static_cast<uintptr_t>(TALVO_TYPE_FLOAT) << TALVO_TYPE_SHIFT) | static_cast<uintptr_t>(n)};
+}
+
+Shape shape_for(mpfr_prec_t prec)
+{
+    if (prec < MPFR_PREC_MIN || prec > MPFR_PREC_MAX)
+        throw std::length_error("float precision out of range");
+    return make_shape(prec);
+}
+
+// ceil(digits * log2(10)) + 4 guard bits.  log2(10) is irrational, so the
+// product is never an integer and its ceiling is its floor plus one.  The
+// floor comes from 64-bit integer arithmetic with log2(10) scaled by 10^18
+// and rounded up (K = kHi * 10^9 + kLo); the error, below 1e-18 per digit, is
+// far smaller than the distance of any such product from an integer.
+constexpr long kMaxPrecisionDigits = 1000000000L; // beyond any precision MPFR holds in memory
+
+constexpr mpfr_prec_t bits_for_digits(long digits)
+{
+    if (digits < 1)
+        digits = 1;
+    if (digits > kMaxPrecisionDigits)
+        digits = kMaxPrecisionDigits;
+    constexpr uint64_t kHi = 3321928094u, kLo = 887362348u, kBillion = 1000000000u;
+    uint64_t d = static_cast<uint64_t>(digits);
+    // floor(d * K / 10^18) = floor((d * kHi + floor(d * kLo / 10^9)) / 10^9)
+    uint64_t floor_bits = (d * kHi + d * kLo / kBillion) / kBillion;
+    uint64_t bits = floor_bits + 1 + 4;
+    if (bits > static_cast<uint64_t>(MPFR_PREC_MAX))
+        return MPFR_PREC_MAX;
+    return static_cast<mpfr_prec_t>(bits);
+}
+
+static_assert(bits_for_digits(1) == 8, "ceil(3.32) + 4");
+static_assert(bits_for_digits(10) == 38, "ceil(33.2) + 4");
+static_assert(bits_for_digits(15) == 54, "ceil(49.8) + 4");
+
+long g_digits = kDefaultDigits;
+Shape g_shape = make_shape(bits_for_digits(kDefaultDigits));
+
+inline const Shape &current_shape() { return g_shape; }
+
+// ---------------------------------------------------------------------------
+// Objects
+// ---------------------------------------------------------------------------
+
+inline TalvoFloatObject *as_object(ALGEB h) { return reinterpret_cast<TalvoFloatObject *>(h); }
+inline ALGEB as_handle(TalvoFloatObject *o) { return reinterpret_cast<ALGEB>(o); }
+
+// Memory for floats when no host supplies it.
+//
+// The collector's own small-object path costs more than an addition at low
+// precision (a thread-local lookup through the dynamic linker each time), so
+// objects of the current size are taken from the collector a batch at a time
+// (GC_generic_malloc_many, pointer-free kind) and handed out from a cache.
+// The cache array is uncollectable memory, which the collector scans, so every
+// object waiting in it stays reachable; a slot is cleared when its object is
+// handed out.  A batch is at most one heap block of objects; anything beyond
+// the cache's capacity is simply left to the collector.
+constexpr size_t kCacheSlots = 512;
+constexpr size_t kCacheMaxBytes = 2048; // larger objects come one at a time
+constexpr size_t kGranule = 2 * sizeof(void *);
+
+void **g_cache = nullptr;  // kCacheSlots entries
+size_t g_cache_count = 0;  // objects waiting in g_cache[0 .. count)
+size_t g_cache_bytes = 0;  // their request size
+
+void flush_cache()
+{
+    if (g_cache != nullptr)
+        std::memset(static_cast<void *>(g_cache), 0, g_cache_count * sizeof(void *));
+    g_cache_count = 0;
+}
+
+__attribute__((noinline)) void *refill_and_take(size_t bytes)
+{
+    if (!GC_is_init_called())
+        GC_init();
+    if (g_cache == nullptr) {
+        g_cache = static_cast<void **>(GC_MALLOC_UNCOLLECTABLE(kCacheSlots * sizeof(void *)));
+        if (g_cache == nullptr)
+            throw std::bad_alloc();
+        std::memset(static_cast<void *>(g_cache), 0, kCacheSlots * sizeof(void *));
+    }
+    flush_cache();
+    size_t request = (bytes + kGranule - 1) / kGranule * kGranule;
+    void *list = nullptr; // on the stack, so the collector sees the batch's head
+    GC_generic_malloc_many(request, GC_I_PTRFREE, &list);
+    if (list == nullptr)
+        throw std::bad_alloc();
+    void *first = list;
+    void *p = GC_NEXT(first);
+    size_t n = 0;
+    while (p != nullptr && n < kCacheSlots) {
+        void *next = GC_NEXT(p);
+        g_cache[n++] = p;
+        p = next;
+    }
+    g_cache_count = n;
+    g_cache_bytes = bytes;
+    return first;
+}
+
+inline void *collector_alloc(size_t bytes)
+{
+    if (__builtin_expect(bytes == g_cache_bytes && g_cache_count != 0, 1)) {
+        void *p = g_cache[--g_cache_count];
+        g_cache[g_cache_count] = nullptr;
+        return p;
+    }
+    if (bytes > kCacheMaxBytes) {
+        void *p = GC_MALLOC_ATOMIC(bytes);
+        if (p == nullptr)
+            throw std::bad_alloc();
+        return p;
+    }
+    return refill_and_take(bytes);
+}
+
+// A new object of the given shape holding NaN.  Collected memory that the
+// collector does not scan: the object holds no pointer to anything but itself.
+inline TalvoFloatObject *allocate(const Shape &s)
+{
+    void *p = g_host.alloc_atomic != nullptr ? g_host.alloc_atomic(s.bytes) : collector_alloc(s.bytes);
+    if (__builtin_expect(p == nullptr, 0))
+        throw std::bad_alloc();
+    auto *o = static_cast<TalvoFloatObject *>(p);
+    o->header = s.header;
+    mpfr_custom_init_set(&o->value, MPFR_NAN_KIND, 0, s.prec, o->limbs);
+    return o;
+}
+
+// A handle as a TalvoFloat, without running a constructor.
+inline TalvoFloat wrap(ALGEB h) { return std::bit_cast<TalvoFloat>(h); }
+
+// A new object at the current precision, for a result.
+inline TalvoFloatObject *fresh() { return allocate(current_shape()); }
+
+inline mpfr_srcptr val(const TalvoFloat &x) { return &as_object(x.handle())->value; }
+
+// A new object of exactly one limb holding a value that is exact at any
+// precision, kept alive for the life of the process.
+ALGEB make_permanent_zero()
+{
+    Shape s = shape_for(GMP_NUMB_BITS);
+    void *p = GC_MALLOC_ATOMIC_UNCOLLECTABLE(s.bytes);
+    if (p == nullptr)
+        throw std::bad_alloc();
+    auto *o = static_cast<TalvoFloatObject *>(p);
+    std::memset(p, 0, s.bytes);
+    o->header = s.header;
+    mpfr_custom_init_set(&o->value, MPFR_ZERO_KIND, 0, s.prec, o->limbs);
+    return as_handle(o);
+}
+
+ALGEB shared_zero()
+{
+    static ALGEB zero = make_permanent_zero();
+    return zero;
+}
+
+// A value with a stack-held significand of one double's precision, exactly x.
+struct DoubleValue {
+    MPFR_DECL_INIT(v, 53);
+    explicit DoubleValue(double x) { mpfr_set_d(v, x, MPFR_RNDN); }
+};
+
+// The decimal number grammar: [+-] digits [. digits] [(e|E) [+-] digits],
+// with at least one digit in the mantissa.  Returns true when all of text
+// is one such number.
+bool is_decimal_number(const char *s)
+{
+    auto digit = [](char c) { return c >= '0' && c <= '9'; };
+    if (*s == '+' || *s == '-')
+        ++s;
+    size_t mantissa_digits = 0;
+    while (digit(*s)) {
+        ++s;
+        ++mantissa_digits;
+    }
+    if (*s == '.') {
+        ++s;
+        while (digit(*s)) {
+            ++s;
+            ++mantissa_digits;
+        }
+    }
+    if (mantissa_digits == 0)
+        return false;
+    if (*s == 'e' || *s == 'E') {
+        ++s;
+        if (*s == '+' || *s == '-')
+            ++s;
+        if (!digit(*s))
+            return false;
+        while (digit(*s))
+            ++s;
+    }
+    return *s == '\0';
+}
+
+using Unary = int (*)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t);
+
+TalvoFloat apply(Unary f, const TalvoFloat &x)
+{
+    TalvoFloatObject *o = fresh();
+    f(&o->value, val(x), MPFR_RNDN);
+    return wrap(as_handle(o));
+}
+
+// Functions TalvoEvalf1 computes itself, by host name.
+struct NamedFunction {
+    const char *name;
+    Unary fn;
+};
+
+const NamedFunction kNamedFunctions[] = {
+    {"exp", mpfr_exp},   {"log", mpfr_log}, {"ln", mpfr_log},         {"sqrt", mpfr_sqrt},
+    {"sin", mpfr_sin},   {"cos", mpfr_cos}, {"tan", mpfr_tan},        {"arctan", mpfr_atan},
+};
+
+} // namespace
+
+// ---------------------------------------------------------------------------
+// Host binding and precision
+// ---------------------------------------------------------------------------
+
+void talvo_float_bind_host(const TalvoFloatHost *host)
+{
+    flush_cache(); // objects waiting there become the collector's again
+    if (host == nullptr)
+        g_host = TalvoFloatHost{nullptr, nullptr, nullptr};
+    else
+        g_host = *host;
+}
+
+void talvo_float_set_digits(long digits)
+{
+    if (digits < 1 || digits > TALVO_FLOAT_MAX_DIGITS)
+        throw std::out_of_range("Digits must be between 1 and 1000000");
+    Shape s = shape_for(bits_for_digits(digits));
+    if (s.bytes != g_shape.bytes)
+        flush_cache();
+    g_shape = s;
+    g_digits = digits;
+}
+
+long talvo_float_digits() { return g_digits; }
+
+mpfr_prec_t talvo_float_precision_bits(long digits) { return bits_for_digits(digits); }
+
+mpfr_prec_t talvo_float_precision() { return current_shape().prec; }
+
+// ---------------------------------------------------------------------------
+// Object services
+// ---------------------------------------------------------------------------
+
+ALGEB talvo_float_new(mpfr_prec_t prec)
+{
+    if (prec <= 0)
+        return as_handle(fresh());
+    return as_handle(allocate(shape_for(prec)));
+}
+
+mpfr_ptr talvo_float_mpfr(ALGEB f) { return &as_object(f)->value; }
+
+mpfr_srcptr talvo_float_value(ALGEB f) { return &as_object(f)->value; }
+
+ALGEB talvo_float_from_mpfr(mpfr_srcptr x, mpfr_prec_t prec)
+{
+    ALGEB r = talvo_float_new(prec);
+    mpfr_set(talvo_float_mpfr(r), x, MPFR_RNDN);
+    return r;
+}
+
+ALGEB talvo_float_from_double(double x, mpfr_prec_t prec)
+{
+    ALGEB r = talvo_float_new(prec);
+    mpfr_set_d(talvo_float_mpfr(r), x, MPFR_RNDN);
+    return r;
+}
+
+ALGEB talvo_float_parse(const char *text, mpfr_prec_t prec)
+{
+    if (text == nullptr || !is_decimal_number(text))
+        return nullptr;
+    ALGEB r = talvo_float_new(prec);
+    char *end = nullptr;
+    mpfr_strtofr(talvo_float_mpfr(r), text, &end, 10, MPFR_RNDN);
+    if (end == nullptr || *end != '\0')
+        return nullptr;
+    return r;
+}
+
+std::string talvo_float_to_string(ALGEB f, long digits)
+{
+    mpfr_srcptr x = talvo_float_value(f);
+    if (mpfr_nan_p(x))
+        return "Float(undefined)";
+    if (mpfr_inf_p(x))
+        return mpfr_signbit(x) ? "Float(-infinity)" : "Float(infinity)";
+    if (mpfr_zero_p(x))
+        return mpfr_signbit(x) ? "-0." : "0.";
+    if (digits < 1)
+        digits = g_digits;
+
+    // value = 0.m1 m2 m3 ... * 10^point
+    mpfr_exp_t point = 0;
+    char *raw = mpfr_get_str(nullptr, &point, 10, static_cast<size_t>(digits), x, MPFR_RNDN);
+    if (raw == nullptr)
+        throw std::bad_alloc();
+    std::string out;
+    const char *m = raw;
+    if (*m == '-') {
+        out.push_back('-');
+        ++m;
+    }
+    size_t n = std::strlen(m);
+    while (n > 1 && m[n - 1] == '0')
+        --n;
+    std::string mant(m, n);
+    mpfr_free_str(raw);
+
+    // value = m1.m2m3... * 10^e10
+    long e10 = static_cast<long>(point) - 1;
+    if (e10 > -5 && e10 < digits) {
+        if (e10 >= 0) {
+            size_t int_digits = static_cast<size_t>(e10) + 1;
+            if (mant.size() <= int_digits) {
+                out += mant;
+                out.append(int_digits - mant.size(), '0');
+                out.push_back('.');
+            } else {
+                out.append(mant, 0, int_digits);
+                out.push_back('.');
+                out.append(mant, int_digits, std::string::npos);
+            }
+        } else {
+            out += "0.";
+            out.append(static_cast<size_t>(-e10 - 1), '0');
+            out += mant;
+        }
+    } else {
+        out.push_back(mant[0]);
+        out.push_back('.');
+        out.append(mant, 1, std::string::npos);
+        out.push_back('e');
+        out.push_back(e10 < 0 ? '-' : '+');
+        out += std::to_string(e10 < 0 ? -e10 : e10);
+    }
+    return out;
+}
+
+// ---------------------------------------------------------------------------
+// TalvoFloat
+// ---------------------------------------------------------------------------
+
+TalvoFloat::TalvoFloat() : h_(shared_zero()) {}
+
+TalvoFloat::TalvoFloat(double x)
+{
+    TalvoFloatObject *o = fresh();
+    mpfr_set_d(&o->value, x, MPFR_RNDN);
+    h_ = as_handle(o);
+}
+
+TalvoFloat::TalvoFloat(ALGEB x)
+{
+    if (TalvoIsSoftwareFloatHandle(x)) {
+        h_ = x;
+        return;
+    }
+    if (g_host.to_float == nullptr)
+        throw std::invalid_argument("TalvoFloat: not a float, and no host to convert it");
+    h_ = g_host.to_float(x);
+}
+
+TalvoFloat &TalvoFloat::operator=(double x)
+{
+    TalvoFloatObject *o = fresh();
+    mpfr_set_d(&o->value, x, MPFR_RNDN);
+    h_ = as_handle(o);
+    return *this;
+}
+
+TalvoFloat &TalvoFloat::operator+=(const TalvoFloat &b) { return *this = *this + b; }
+TalvoFloat &TalvoFloat::operator-=(const TalvoFloat &b) { return *this = *this - b; }
+TalvoFloat &TalvoFloat::operator*=(const TalvoFloat &b) { return *this = *this * b; }
+TalvoFloat &TalvoFloat::operator/=(const TalvoFloat &b) { return *this = *this / b; }
+
+mpfr_srcptr TalvoFloat::mpfr() const { return val(*this); }
+
+double TalvoFloat::to_double() const { return mpfr_get_d(val(*this), MPFR_RNDN); }
+
+TalvoFloat TalvoFloat::from_handle(ALGEB f) { return wrap(f); }
+
+TalvoFloat DAGtoFLOAT(ALGEB x) { return TalvoFloat(x); }
+
+// ---------------------------------------------------------------------------
+// Arithmetic
+// ---------------------------------------------------------------------------
+
+TalvoFloat operator+(const TalvoFloat &a, const TalvoFloat &b)
+{
+    TalvoFloatObject *o = fresh();
+    mpfr_add(&o->value, val(a), val(b), MPFR_RNDN);
+    return wrap(as_handle(o));
+}
+
+TalvoFloat operator-(const TalvoFloat &a, const TalvoFloat &b)
+{
+    TalvoFloatObject *o = fresh();
+    mpfr_sub(&o->value, val(a), val(b), MPFR_RNDN);
+    return wrap(as_handle(o));
+}
+
+TalvoFloat operator*(const TalvoFloat &a, const TalvoFloat &b)
+{
+    TalvoFloatObject *o = fresh();
+    mpfr_mul(&o->value, val(a), val(b), MPFR_RNDN);
+    return wrap(as_handle(o));
+}
+
+TalvoFloat operator/(const TalvoFloat &a, const TalvoFloat &b)
+{
+    TalvoFloatObject *o = fresh();
+    mpfr_div(&o->value, val(a), val(b), MPFR_RNDN);
+    return wrap(as_handle(o));
+}
+
+TalvoFloat operator/(double a, const TalvoFloat &b)
+{
+    TalvoFloatObject *o = fresh();
+    mpfr_d_div(&o->value, a, val(b), MPFR_RNDN);
+    return wrap(as_handle(o));
+}
+
+TalvoFloat operator-(const TalvoFloat &a) { return apply(mpfr_neg, a); }
+
+// ---------------------------------------------------------------------------
+// Comparisons (MPFR's predicates are false when either side is NaN)
+// ---------------------------------------------------------------------------
+
+bool operator==(const TalvoFloat &a, const TalvoFloat &b) { return mpfr_equal_p(val(a), val(b)) != 0; }
+bool operator!=(const TalvoFloat &a, const TalvoFloat &b) { return mpfr_equal_p(val(a), val(b)) == 0; }
+bool operator<(const TalvoFloat &a, const TalvoFloat &b) { return mpfr_less_p(val(a), val(b)) != 0; }
+bool operator<=(const TalvoFloat &a, const TalvoFloat &b) { return mpfr_lessequal_p(val(a), val(b)) != 0; }
+bool operator>(const TalvoFloat &a, const TalvoFloat &b) { return mpfr_greater_p(val(a), val(b)) != 0; }
+bool operator>=(const TalvoFloat &a, const TalvoFloat &b) { return mpfr_greaterequal_p(val(a), val(b)) != 0; }
+
+bool operator>(const TalvoFloat &a, long b)
+{
+    mpfr_srcptr x = val(a);
+    return !mpfr_nan_p(x) && mpfr_cmp_si(x, b) > 0;
+}
+
+// ---------------------------------------------------------------------------
+// Functions
+// ---------------------------------------------------------------------------
+
+TalvoFloat exp(const TalvoFloat &x) { return apply(mpfr_exp, x); }
+TalvoFloat log(const TalvoFloat &x) { return apply(mpfr_log, x); }
+TalvoFloat sqrt(const TalvoFloat &x) { return apply(mpfr_sqrt, x); }
+TalvoFloat floor(const TalvoFloat &x) { return apply(mpfr_rint_floor, x); }
+TalvoFloat ceil(const TalvoFloat &x) { return apply(mpfr_rint_ceil, x); }
+TalvoFloat fabs(const TalvoFloat &x) { return apply(mpfr_abs, x); }
+
+TalvoFloat pow(const TalvoFloat &x, const TalvoFloat &y)
+{
+    TalvoFloatObject *o = fresh();
+    mpfr_pow(&o->value, val(x), val(y), MPFR_RNDN);
+    return wrap(as_handle(o));
+}
+
+TalvoFloat pow(const TalvoFloat &x, double y)
+{
+    TalvoFloatObject *o = fresh();
+    // Integer exponents (the common case: squares, reciprocals) take MPFR's
+    // integer power, which is exact in its rounding like the general one.
+    if (y == std::trunc(y) && std::fabs(y) <= 9.0e18) {
+        mpfr_pow_si(&o->value, val(x), static_cast<long>(y), MPFR_RNDN);
+    } else {
+        DoubleValue e(y);
+        mpfr_pow(&o->value, val(x), e.v, MPFR_RNDN);
+    }
+    return wrap(as_handle(o));
+}
+
+TalvoFloat pow(double x, const TalvoFloat &y)
+{
+    TalvoFloatObject *o = fresh();
+    DoubleValue b(x);
+    mpfr_pow(&o->value, b.v, val(y), MPFR_RNDN);
+    return wrap(as_handle(o));
+}
+
+TalvoFloat Sign(const TalvoFloat &a, const TalvoFloat &b)
+{
+    TalvoFloatObject *o = fresh();
+    mpfr_copysign(&o->value, val(a), val(b), MPFR_RNDN);
+    return wrap(as_handle(o));
+}
+
+int TalvoDigits() { return static_cast<int>(g_digits); }
+
+TalvoFloat TalvoEvalf1(const char *name, const TalvoFloat &x)
+{
+    if (name != nullptr) {
+        for (const NamedFunction &f : kNamedFunctions)
+            if (std::strcmp(name, f.name) == 0)
+                return apply(f.fn, x);
+    }
+    if (g_host.evalf1 == nullptr)
+        throw std::invalid_argument(std::string("TalvoEvalf1: no host to evaluate ") +
+                                    (name != nullptr ? name : "(null)"));
+    return TalvoFloat(g_host.evalf1(name, x.handle()));
+}
+
+long FloatToInt(const TalvoFloat &x)
+{
+    mpfr_srcptr v = val(x);
+    if (mpfr_nan_p(v))
+        return 0;
+    // Rounding toward zero; MPFR saturates at LONG_MIN / LONG_MAX.
+    return mpfr_get_si(v, MPFR_RNDZ);
+}
+
+TalvoFloat TalvoFloatUndefined() { return wrap(as_handle(fresh())); }
+
+bool IsTalvoFloatUndefined(const TalvoFloat &x) { return mpfr_nan_p(val(x)) != 0; }
+
+bool IsTalvoFloatInfinity(const TalvoFloat &x)
+{
+    mpfr_srcptr v = val(x);
+    return mpfr_inf_p(v) && !mpfr_signbit(v);
+}
+
+bool IsTalvoFloatNegativeInfinity(const TalvoFloat &x)
+{
+    mpfr_srcptr v = val(x);
+    return mpfr_inf_p(v) && mpfr_signbit(v);
+}

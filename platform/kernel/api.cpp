@@ -1,0 +1,623 @@
+// api.cpp -- the kernel vector (the table of host operations every library
+// entry receives), the loaded libraries, and calls into their entries.
+//
+// Every operation checks its input and raises a host error for a wrong type,
+// a wrong count or an index out of range, so a library cannot corrupt the
+// host by passing it garbage handles of the right kind.
+#include "api.hpp"
+
+#include "errors.hpp"
+#include "eval.hpp"
+#include "numeric.hpp"
+#include "print.hpp"
+#include "random.hpp"
+#include "rtable.hpp"
+#include "talvo_float.hpp"
+
+#include <dlfcn.h>
+#include <link.h>
+
+#include <cstdarg>
+#include <cstdio>
+#include <exception>
+#include <new>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+namespace talvo {
+
+namespace {
+
+// ---------------------------------------------------------------------------
+// Checks
+// ---------------------------------------------------------------------------
+
+void check_handle(ALGEB a, const char *what)
+{
+    if (a == nullptr)
+        raise_plain(std::string(what) + ": a null handle was passed to the kernel");
+}
+
+size_t seq_count(ALGEB s) { return is_expseq(s) ? nops(s) : 1; }
+
+int64_t checked_integer(ALGEB a, int64_t lo, int64_t hi, const char *what)
+{
+    check_handle(a, what);
+    int64_t v;
+    if (!is_integer(a) || !integer_to_int64(a, &v) || v < lo || v > hi)
+        raise(std::string(what) + ": expecting an integer in the range of the native type, got %1", a);
+    return v;
+}
+
+ALGEB checked_name(ALGEB a, const char *what)
+{
+    check_handle(a, what);
+    if (!is_name(a))
+        raise(std::string(what) + ": expecting a name, got %1", a);
+    return a;
+}
+
+ALGEB checked_rtable(ALGEB a, const char *what)
+{
+    check_handle(a, what);
+    if (!is_rtable(a))
+        raise(std::string(what) + ": expecting an Array, got %1", a);
+    return a;
+}
+
+ALGEB checked_table(ALGEB a, const char *what)
+{
+    check_handle(a, what);
+    if (!is_table(a))
+        raise(std::string(what) + ": expecting a table, got %1", a);
+    return a;
+}
+
+ALGEB checked_list(ALGEB a, const char *what)
+{
+    check_handle(a, what);
+    if (!is_list(a))
+        raise(std::string(what) + ": expecting a list, got %1", a);
+    return a;
+}
+
+size_t checked_position(M_INT i, size_t n, const char *what)
+{
+    if (i < 1 || size_t(i) > n)
+        raise(std::string(what) + ": index %1 out of range 1 .. %2", make_integer(i),
+              make_integer(intptr_t(n)));
+    return size_t(i);
+}
+
+size_t checked_size(M_INT n, const char *what)
+{
+    if (n < 0 || n > (M_INT(1) << 36))
+        raise(std::string(what) + ": invalid size %1", make_integer(n));
+    return size_t(n);
+}
+
+// ---------------------------------------------------------------------------
+// The operations
+// ---------------------------------------------------------------------------
+
+M_INT k_NumArgs(TKernelVector, ALGEB s)
+{
+    check_handle(s, "NumArgs");
+    return M_INT(seq_count(s));
+}
+
+ALGEB k_ExpseqSelect(TKernelVector, ALGEB s, M_INT i)
+{
+    check_handle(s, "ExpseqSelect");
+    return seq_elem(s, checked_position(i, seq_count(s), "ExpseqSelect"));
+}
+
+T_BOOL k_IsProcedure(TKernelVector, ALGEB a) { return a != nullptr && is_procedure(a); }
+T_BOOL k_IsList(TKernelVector, ALGEB a) { return a != nullptr && is_list(a); }
+T_BOOL k_IsRTable(TKernelVector, ALGEB a) { return a != nullptr && is_rtable(a); }
+T_BOOL k_IsNULL(TKernelVector, ALGEB a) { return a != nullptr && is_expseq(a) && nops(a) == 0; }
+T_BOOL k_IsNumeric(TKernelVector, ALGEB a) { return a != nullptr && is_real_numeric(a); }
+T_BOOL k_IsInteger(TKernelVector, ALGEB a) { return a != nullptr && is_integer(a); }
+T_BOOL k_IsInteger32(TKernelVector, ALGEB a)
+{
+    int64_t v;
+    return a != nullptr && is_integer(a) && integer_to_int64(a, &v) && v >= INT32_MIN && v <= INT32_MAX;
+}
+T_BOOL k_IsInteger8(TKernelVector, ALGEB a)
+{
+    int64_t v;
+    return a != nullptr && is_integer(a) && integer_to_int64(a, &v) && v >= INT8_MIN && v <= INT8_MAX;
+}
+T_BOOL k_IsUnnamedZero(TKernelVector, ALGEB a) { return a != nullptr && is_any_numeric(a) && num::is_zero(a); }
+T_BOOL k_IsAssignedName(TKernelVector, ALGEB a) { return a != nullptr && is_name(a) && global_value(a) != nullptr; }
+T_BOOL k_IsName(TKernelVector, ALGEB a) { return a != nullptr && is_name(a); }
+T_BOOL k_IsString(TKernelVector, ALGEB a) { return a != nullptr && is_string(a); }
+T_BOOL k_IsTable(TKernelVector, ALGEB a) { return a != nullptr && is_table(a); }
+T_BOOL k_IsComplexNumeric(TKernelVector, ALGEB a) { return a != nullptr && is_any_numeric(a); }
+
+int32_t k_ToInteger32(TKernelVector, ALGEB a) { return int32_t(checked_integer(a, INT32_MIN, INT32_MAX, "integer conversion")); }
+int64_t k_ToInteger64(TKernelVector, ALGEB a) { return checked_integer(a, INT64_MIN, INT64_MAX, "integer conversion"); }
+T_INT k_ToT_INT(TKernelVector, ALGEB a) { return T_INT(checked_integer(a, INTPTR_MIN, INTPTR_MAX, "integer conversion")); }
+T_BOOL k_ToT_BOOL(TKernelVector, ALGEB a)
+{
+    check_handle(a, "boolean conversion");
+    if (a == true_value())
+        return 1;
+    if (a == false_value())
+        return 0;
+    if (is_name(a) && name_text(a) == "FAIL")
+        return 0;
+    raise("expecting true or false, got %1", a);
+}
+
+const char *k_ToString(TKernelVector, ALGEB a)
+{
+    check_handle(a, "string conversion");
+    if (is_string(a))
+        return as_string(a)->text;
+    if (is_name(a))
+        return as_name(a)->text;
+    raise("expecting a string or a name, got %1", a);
+}
+
+ALGEB k_ToBoolean(TKernelVector, T_BOOL b) { return make_boolean(b != 0); }
+ALGEB k_ToInteger(TKernelVector, M_INT v) { return make_integer(v); }
+ALGEB k_ToInteger64(TKernelVector, int64_t v) { return make_integer64(v); }
+ALGEB k_ToFloat(TKernelVector, double x) { return talvo_float_from_double(x, 0); }
+ALGEB k_ToComplex(TKernelVector, double re, double im)
+{
+    return num::make_complex(talvo_float_from_double(re, 0), talvo_float_from_double(im, 0));
+}
+ALGEB k_ToComplexFloat(TKernelVector, ALGEB re, ALGEB im)
+{
+    check_handle(re, "ToComplexFloat");
+    check_handle(im, "ToComplexFloat");
+    return new_node(T_COMPLEX, {num::to_float(re, 0), num::to_float(im, 0)});
+}
+ALGEB k_ToNULL(TKernelVector) { return null_seq(); }
+ALGEB k_ToName(TKernelVector, const char *name, T_BOOL)
+{
+    if (name == nullptr)
+        raise_plain("ToName: a null name text");
+    return intern(name);
+}
+ALGEB k_ToStringValue(TKernelVector, const char *text)
+{
+    if (text == nullptr)
+        raise_plain("ToString: a null text");
+    return make_string(text);
+}
+
+ALGEB k_NewExpressionSequence(TKernelVector, M_INT n)
+{
+    size_t k = checked_size(n, "NewExpressionSequence");
+    ALGEB s = new_node(T_EXPSEQ, k);
+    for (size_t i = 1; i <= k; ++i)
+        set_op(s, i, null_seq()); // never a null slot, even if the caller fills only some
+    return s;
+}
+
+void k_ExpseqAssign(TKernelVector, ALGEB s, M_INT i, ALGEB v)
+{
+    check_handle(s, "ExpseqAssign");
+    check_handle(v, "ExpseqAssign");
+    if (!is_expseq(s))
+        raise("ExpseqAssign: expecting an expression sequence, got %1", s);
+    set_op(s, checked_position(i, nops(s), "ExpseqAssign"), v);
+}
+
+ALGEB k_ListAlloc(TKernelVector kv, M_INT n) { return new_node(T_LIST, {k_NewExpressionSequence(kv, n)}); }
+
+void k_ListAssign(TKernelVector kv, ALGEB l, M_INT i, ALGEB v)
+{
+    k_ExpseqAssign(kv, op(checked_list(l, "ListAssign"), 1), i, v);
+}
+
+ALGEB k_ListSelect(TKernelVector, ALGEB l, M_INT i)
+{
+    ALGEB s = op(checked_list(l, "ListSelect"), 1);
+    size_t n = is_expseq(s) ? nops(s) : 1;
+    return seq_elem(s, checked_position(i, n, "ListSelect"));
+}
+
+ALGEB k_TableAlloc(TKernelVector) { return table_new(); }
+void k_TableAssign(TKernelVector, ALGEB t, ALGEB key, ALGEB v)
+{
+    check_handle(key, "TableAssign");
+    check_handle(v, "TableAssign");
+    table_put(checked_table(t, "TableAssign"), key, v);
+}
+ALGEB k_TableSelect(TKernelVector, ALGEB t, ALGEB key)
+{
+    check_handle(key, "TableSelect");
+    ALGEB v = table_get(checked_table(t, "TableSelect"), key);
+    if (v == nullptr)
+        raise("TableSelect: no entry %1 in the table", key);
+    return v;
+}
+T_BOOL k_TableHasEntry(TKernelVector, ALGEB t, ALGEB key)
+{
+    check_handle(key, "TableHasEntry");
+    return table_get(checked_table(t, "TableHasEntry"), key) != nullptr;
+}
+
+void *k_Alloc(TKernelVector, M_INT n) { return gc_alloc(checked_size(n, "Alloc")); }
+void *k_New(TKernelVector, M_INT n) { return gc_alloc_atomic(checked_size(n, "New")); }
+
+ALGEB k_NumericAdd(TKernelVector, ALGEB a, ALGEB b)
+{
+    check_handle(a, "NumericAdd");
+    check_handle(b, "NumericAdd");
+    if (is_any_numeric(a) && is_any_numeric(b))
+        return num::add(a, b);
+    return fold(T_SUM, {a, b});
+}
+
+ALGEB k_RTableCreate(TKernelVector, RTableSettings *s, void *pdata, M_INT *bounds)
+{
+    if (s == nullptr || bounds == nullptr)
+        raise_plain("RTableCreate: null settings or bounds");
+    return rtable::create(s, pdata, bounds);
+}
+ALGEB k_RTableCopy(TKernelVector, RTableSettings *s, ALGEB rt) { return rtable::copy(s, checked_rtable(rt, "RTableCopy")); }
+void *k_RTableDataBlock(TKernelVector, ALGEB rt) { return rtable::data_block(checked_rtable(rt, "RTableDataBlock")); }
+void k_RTableGetDefaults(TKernelVector, RTableSettings *s)
+{
+    if (s == nullptr)
+        raise_plain("RTableGetDefaults: null settings");
+    rtable::get_defaults(s);
+}
+void k_RTableGetSettings(TKernelVector, RTableSettings *s, ALGEB rt)
+{
+    if (s == nullptr)
+        raise_plain("RTableGetSettings: null settings");
+    rtable::get_settings(s, checked_rtable(rt, "RTableGetSettings"));
+}
+M_INT k_RTableNumDimensions(TKernelVector, ALGEB rt) { return rtable::num_dimensions(checked_rtable(rt, "RTableNumDimensions")); }
+M_INT k_RTableNumElements(TKernelVector, ALGEB rt) { return rtable::num_elements(checked_rtable(rt, "RTableNumElements")); }
+M_INT k_RTableLowerBound(TKernelVector, ALGEB rt, M_INT d) { return rtable::lower_bound(checked_rtable(rt, "RTableLowerBound"), d); }
+M_INT k_RTableUpperBound(TKernelVector, ALGEB rt, M_INT d) { return rtable::upper_bound(checked_rtable(rt, "RTableUpperBound"), d); }
+RTableData k_RTableSelect(TKernelVector, ALGEB rt, M_INT *index)
+{
+    if (index == nullptr)
+        raise_plain("RTableSelect: null index");
+    return rtable::select(checked_rtable(rt, "RTableSelect"), index);
+}
+ALGEB k_RTableAssign(TKernelVector, ALGEB rt, M_INT *index, RTableData v)
+{
+    if (index == nullptr)
+        raise_plain("RTableAssign: null index");
+    rtable::assign(checked_rtable(rt, "RTableAssign"), index, v);
+    return rt;
+}
+
+ALGEB k_EvalProcedure(TKernelVector, ALGEB proc, ALGEB args)
+{
+    check_handle(proc, "EvalProcedure");
+    check_handle(args, "EvalProcedure");
+    if (is_name(proc)) {
+        ALGEB v = eval(proc);
+        if (!is_procedure(v))
+            return call_by_name(name_text(proc), args);
+        proc = v;
+    }
+    if (!is_procedure(proc))
+        raise("%1 is not a procedure", proc);
+    return call(proc, args);
+}
+
+ALGEB k_EvalProcV(TKernelVector kv, ALGEB proc, M_INT nargs, va_list ap)
+{
+    size_t n = checked_size(nargs, "EvalProc");
+    std::vector<ALGEB> a(n);
+    for (size_t i = 0; i < n; ++i) {
+        a[i] = va_arg(ap, ALGEB);
+        check_handle(a[i], "EvalProc");
+    }
+    ALGEB args = n == 1 ? a[0] : make_expseq(a.data(), n);
+    return k_EvalProcedure(kv, proc, args);
+}
+
+ALGEB k_Eval(TKernelVector, ALGEB a)
+{
+    check_handle(a, "Eval");
+    return eval(a);
+}
+
+double k_Evalhf(TKernelVector, ALGEB a)
+{
+    check_handle(a, "Evalhf");
+    ALGEB v = evalf(eval(a), 0);
+    if (!is_real_numeric(v))
+        raise("cannot evaluate %1 to a hardware float", a);
+    return num::to_double(v);
+}
+
+ALGEB k_Assign(TKernelVector, ALGEB name, ALGEB value)
+{
+    check_handle(name, "Assign");
+    check_handle(value, "Assign");
+    if (!is_name(name) && type_of(name) != T_TABLEREF)
+        raise("cannot assign to %1: not a name", name);
+    assign(name, value);
+    return value;
+}
+
+ALGEB k_NameValue(TKernelVector, ALGEB name)
+{
+    ALGEB v = global_value(checked_name(name, "NameValue"));
+    return v != nullptr ? v : name;
+}
+
+void *k_TrapError(TKernelVector, TalvoTrapFunction fn, void *data, T_BOOL *flag)
+{
+    if (fn == nullptr)
+        raise_plain("TrapError: null function");
+    ALGEB frame = current_frame();
+    try {
+        void *r = fn(data);
+        if (flag != nullptr)
+            *flag = 0;
+        return r;
+    } catch (HostError &e) {
+        (void)frame;
+        std::string msg = e.where.empty() ? e.message : "(in " + e.where + ") " + e.message;
+        assign_global(intern("lasterror"), make_string(msg));
+        if (flag != nullptr)
+            *flag = 1;
+        return nullptr;
+    }
+}
+
+void k_GcProtect(TKernelVector, ALGEB a) { gc_protect(a); }
+void k_GcAllow(TKernelVector, ALGEB a) { gc_allow(a); }
+
+int32_t k_RandomInt32(TKernelVector) { return int32_t(random::next32()); }
+ALGEB k_RandomSoftwareFloat01(TKernelVector) { return random::float01(0); }
+
+void k_RaiseError(TKernelVector, const char *msg) { raise_plain(msg != nullptr ? msg : "unknown error"); }
+void k_RaiseError1(TKernelVector, const char *msg, ALGEB a1) { raise(msg != nullptr ? msg : "unknown error", a1); }
+void k_RaiseError2(TKernelVector, const char *msg, ALGEB a1, ALGEB a2)
+{
+    raise(msg != nullptr ? msg : "unknown error", a1, a2);
+}
+
+// infolevel: an integer (all topics), or a table of levels by topic name with
+// an optional entry for `all`.
+long info_level(const char *topic)
+{
+    ALGEB v = global_value(intern("infolevel"));
+    if (v == nullptr)
+        return 0;
+    int64_t level = 0;
+    if (is_integer(v) && integer_to_int64(v, &level))
+        return long(level);
+    if (is_table(v)) {
+        ALGEB x = topic != nullptr ? table_get(v, intern(topic)) : nullptr;
+        if (x == nullptr)
+            x = table_get(v, intern("all"));
+        if (x != nullptr && is_integer(x) && integer_to_int64(x, &level))
+            return long(level);
+    }
+    return 0;
+}
+
+void k_UserInfo(TKernelVector, int level, const char *topic, const char *text)
+{
+    if (text == nullptr || level > info_level(topic))
+        return;
+    if (topic != nullptr && *topic != '\0')
+        std::fprintf(stderr, "%s: %s\n", topic, text);
+    else
+        std::fprintf(stderr, "%s\n", text);
+}
+
+const TKernelVectorDesc kKernel = {
+    sizeof(TKernelVectorDesc),
+    TALVO_KERNEL_VERSION,
+    k_NumArgs,
+    k_ExpseqSelect,
+    k_IsProcedure,
+    k_IsList,
+    k_IsRTable,
+    k_IsNULL,
+    k_IsNumeric,
+    k_IsInteger,
+    k_IsInteger32,
+    k_IsInteger8,
+    k_IsUnnamedZero,
+    k_IsAssignedName,
+    k_IsName,
+    k_IsString,
+    k_IsTable,
+    k_IsComplexNumeric,
+    k_ToInteger32,
+    k_ToInteger64,
+    k_ToT_INT,
+    k_ToT_BOOL,
+    k_ToString,
+    k_ToBoolean,
+    k_ToInteger,
+    k_ToInteger64,
+    k_ToFloat,
+    k_ToComplex,
+    k_ToComplexFloat,
+    k_ToNULL,
+    k_ToName,
+    k_ToStringValue,
+    k_NewExpressionSequence,
+    k_ExpseqAssign,
+    k_ListAlloc,
+    k_ListAssign,
+    k_ListSelect,
+    k_TableAlloc,
+    k_TableAssign,
+    k_TableSelect,
+    k_TableHasEntry,
+    k_Alloc,
+    k_New,
+    k_NumericAdd,
+    k_RTableCreate,
+    k_RTableCopy,
+    k_RTableDataBlock,
+    k_RTableGetDefaults,
+    k_RTableGetSettings,
+    k_RTableNumDimensions,
+    k_RTableNumElements,
+    k_RTableLowerBound,
+    k_RTableUpperBound,
+    k_RTableSelect,
+    k_RTableAssign,
+    k_EvalProcV,
+    k_EvalProcedure,
+    k_Eval,
+    k_Evalhf,
+    k_Assign,
+    k_NameValue,
+    k_TrapError,
+    k_GcProtect,
+    k_GcAllow,
+    k_RandomInt32,
+    k_RandomSoftwareFloat01,
+    k_RaiseError,
+    k_RaiseError1,
+    k_RaiseError2,
+    k_UserInfo,
+};
+
+// ---------------------------------------------------------------------------
+// Libraries
+// ---------------------------------------------------------------------------
+
+struct Library {
+    std::string path;
+    void *handle;
+    std::string object_name; // as the dynamic linker knows it
+};
+
+std::vector<Library> &libraries()
+{
+    static std::vector<Library> libs;
+    return libs;
+}
+
+std::unordered_set<std::string> &misses()
+{
+    static std::unordered_set<std::string> m;
+    return m;
+}
+
+bool entry_name(std::string_view n)
+{
+    return n.starts_with("STATS_") || n.starts_with("sw_");
+}
+
+bool array_convention(std::string_view n) { return n.starts_with("sw_") || n.starts_with("STATS_g02"); }
+
+// The symbol, only when the library itself defines it (not one of its
+// dependencies: a script must not reach into the C library).
+void *own_symbol(const Library &lib, const char *name)
+{
+    void *p = dlsym(lib.handle, name);
+    if (p == nullptr)
+        return nullptr;
+    Dl_info info;
+    if (dladdr(p, &info) == 0 || info.dli_fname == nullptr || lib.object_name != info.dli_fname)
+        return nullptr;
+    return p;
+}
+
+bool g_initialized = false;
+
+} // namespace
+
+TKernelVector kernel_vector() { return &kKernel; }
+
+void load_library(const std::string &path)
+{
+    for (const Library &l : libraries())
+        if (l.path == path)
+            return;
+    void *h = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (h == nullptr) {
+        const char *why = dlerror();
+        raise_plain("cannot load library " + path + ": " + (why != nullptr ? why : "unknown reason"));
+    }
+    struct link_map *lm = nullptr;
+    std::string object_name = path;
+    if (dlinfo(h, RTLD_DI_LINKMAP, &lm) == 0 && lm != nullptr && lm->l_name != nullptr)
+        object_name = lm->l_name;
+    libraries().push_back(Library{path, h, object_name});
+    misses().clear();
+}
+
+void initialize_libraries()
+{
+    if (g_initialized)
+        return;
+    g_initialized = true;
+    for (const Library &l : libraries())
+        if (void *p = own_symbol(l, "STATS_StatsInitialize_MP"))
+            reinterpret_cast<TalvoEntry>(p)(&kKernel, null_seq());
+}
+
+void terminate_libraries()
+{
+    if (!g_initialized)
+        return;
+    g_initialized = false;
+    for (const Library &l : libraries())
+        if (void *p = own_symbol(l, "STATS_StatsTerminate_MP"))
+            reinterpret_cast<TalvoEntry>(p)(&kKernel, null_seq());
+}
+
+ALGEB resolve_external(ALGEB name)
+{
+    NameObject *nm = as_name(name);
+    if (nm->builtin != nullptr && type_of(nm->builtin) == T_EXTERNAL)
+        return nm->builtin;
+    std::string n(name_text(name));
+    if (!entry_name(n) || misses().count(n) != 0)
+        return nullptr;
+    for (const Library &l : libraries()) {
+        if (void *p = own_symbol(l, n.c_str())) {
+            // Cached on the name; the name stays assignable.
+            nm->builtin = make_external(name, p, array_convention(n) ? EXTERNAL_ARRAY : EXTERNAL_SEQUENCE);
+            return nm->builtin;
+        }
+    }
+    misses().insert(n);
+    return nullptr;
+}
+
+ALGEB call_external(ALGEB entry, ALGEB args)
+{
+    auto *e = reinterpret_cast<ExternalObject *>(entry);
+    ALGEB result = nullptr;
+    try {
+        if (e->kind == EXTERNAL_ARRAY) {
+            size_t n = seq_count(args);
+            if (is_expseq(args) && nops(args) == 0)
+                n = 0;
+            std::vector<ALGEB> a(n + 1);
+            a[0] = make_integer(intptr_t(n));
+            for (size_t i = 1; i <= n; ++i)
+                a[i] = seq_elem(args, i);
+            result = reinterpret_cast<TalvoArrayEntry>(e->fn)(&kKernel, a.data());
+        } else {
+            result = reinterpret_cast<TalvoEntry>(e->fn)(&kKernel, args);
+        }
+    } catch (HostError &err) {
+        if (err.where.empty())
+            err.where = std::string(name_text(e->name));
+        throw;
+    } catch (const std::bad_alloc &) {
+        throw HostError{"out of memory", std::string(name_text(e->name))};
+    } catch (const std::exception &x) {
+        throw HostError{std::string("internal error: ") + x.what(), std::string(name_text(e->name))};
+    }
+    return result != nullptr ? result : null_seq();
+}
+
+} // namespace talvo

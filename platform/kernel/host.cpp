@@ -1,0 +1,98 @@
+// host.cpp -- running statements: parse, evaluate, print, report errors.
+#include "host.hpp"
+
+#include "errors.hpp"
+#include "eval.hpp"
+#include "object.hpp"
+#include "parse.hpp"
+#include "print.hpp"
+
+#include <cstdio>
+#include <new>
+
+namespace talvo {
+
+namespace {
+
+bool g_started = false;
+
+void show_error(const std::string &where, const std::string &message)
+{
+    std::fflush(stdout);
+    std::string line = error_text(where, message);
+    std::fprintf(stderr, "%s\n", line.c_str());
+    std::fflush(stderr);
+}
+
+// What a statement ending in ';' shows: its value, and for an assignment the
+// name and the value assigned.
+std::string shown(ALGEB stmt, ALGEB value)
+{
+    if (type_of(stmt) == T_ASSIGN) {
+        ALGEB lhs = op(stmt, 1);
+        ALGEB v = eval(lhs);
+        return print(lhs) + " := " + print(v);
+    }
+    if (is_expseq(value) && nops(value) == 0)
+        return std::string();
+    return print(value);
+}
+
+} // namespace
+
+void host_init()
+{
+    if (g_started)
+        return;
+    g_started = true;
+    gc_init();
+    define_builtins();
+    init_evaluator();
+}
+
+std::string error_text(const std::string &where, const std::string &message)
+{
+    if (where.empty())
+        return "Error, " + message;
+    return "Error, (in " + where + ") " + message;
+}
+
+bool run_text(std::string_view text, RunMode mode)
+{
+    bool ok = true;
+    Parser parser(text);
+    for (;;) {
+        ParsedStatement st;
+        try {
+            if (!parser.next(&st))
+                break;
+        } catch (HostError &e) {
+            show_error(e.where, e.message);
+            return false; // the rest of the text cannot be read reliably
+        }
+        try {
+            ALGEB value = eval(st.stmt);
+            if (st.print) {
+                std::string s = shown(st.stmt, value);
+                if (!s.empty()) {
+                    std::fputs(s.c_str(), stdout);
+                    std::fputc('\n', stdout);
+                }
+            }
+        } catch (HostError &e) {
+            show_error(e.where, e.message);
+            ok = false;
+            if (mode == RunMode::Script)
+                return false;
+        } catch (const std::bad_alloc &) {
+            show_error(std::string(), "out of memory");
+            ok = false;
+            if (mode == RunMode::Script)
+                return false;
+        }
+    }
+    std::fflush(stdout);
+    return ok;
+}
+
+} // namespace talvo
