@@ -27,7 +27,7 @@ void expect_count(ALGEB args, size_t lo, size_t hi, const char *fname)
     if (n < lo || n > hi)
         raise(std::string(fname) + " expects " +
                   (lo == hi ? std::to_string(lo) : std::to_string(lo) + " to " + std::to_string(hi)) +
-                  " arguments, but received %1",
+                  (hi == 1 ? " argument" : " arguments") + ", but received %1",
               make_integer(intptr_t(n)));
 }
 
@@ -154,19 +154,19 @@ Iteration iteration_of(ALGEB spec, const char *fname)
               spec);
     Iteration it{op(spec, 1), nullptr, nullptr};
     if (!is_name(it.var) && type_of(it.var) != T_LEXREF)
-        raise(std::string(fname) + ": the iteration variable must be a name, got %1", it.var);
+        raise("the iteration variable must be a name, got %1", it.var);
     ALGEB r = eval(op(spec, 2));
     if (is_range(r)) {
         it.from = op(r, 1);
         it.to = op(r, 2);
         if (!is_real_numeric(it.from) || !is_real_numeric(it.to))
-            raise(std::string(fname) + ": the range %1 must have numeric bounds", r);
+            raise("the range %1 must have numeric bounds", r);
     } else if (is_list(r)) {
         it.values = op(r, 1);
     } else if (is_rtable(r)) {
         std::vector<ALGEB> v;
         if (rtable::num_dimensions(r) != 1)
-            raise(std::string(fname) + ": can only iterate over a one-dimensional Array, got %1", r);
+            raise("can only iterate over a one-dimensional Array, got %1", r);
         for (M_INT k = rtable::lower_bound(r, 1); k <= rtable::upper_bound(r, 1); ++k)
             v.push_back(rtable::element_value(r, &k));
         it.values = make_expseq(v.data(), v.size());
@@ -316,6 +316,8 @@ bool has_type(ALGEB x, ALGEB t)
         }
         return false;
     }
+    if (type_of(t) == T_BUILTIN) // Array, table: the builtin bound to the type's name
+        t = reinterpret_cast<BuiltinObject *>(t)->name;
     if (!is_name(t))
         raise("type expects a type name as its second argument, got %1", t);
     std::string_view n = name_text(t);
@@ -525,6 +527,28 @@ ALGEB b_convert(ALGEB args)
     raise("cannot convert to %1", form);
 }
 
+// eval(x): its argument, evaluated (as every argument of a builtin is).
+ALGEB b_eval(ALGEB args)
+{
+    expect_count(args, 1, 1, "eval");
+    return arg(args, 1);
+}
+
+// copy(A): a new Array or table with the same elements (assignment shares them).
+ALGEB b_copy(ALGEB args)
+{
+    expect_count(args, 1, 1, "copy");
+    ALGEB x = arg(args, 1);
+    if (is_rtable(x))
+        return rtable::copy(nullptr, x);
+    if (is_table(x)) {
+        ALGEB t = table_new();
+        table_each(x, [&](ALGEB k, ALGEB v) { table_put(t, k, v); });
+        return t;
+    }
+    return x;
+}
+
 ALGEB b_length(ALGEB args)
 {
     expect_count(args, 1, 1, "length");
@@ -558,7 +582,7 @@ void define_builtins()
     define_builtin("randomize", b_randomize);
     define_builtin("rand", b_rand);
     define_builtin("print", b_print);
-    define_builtin("error", b_error);
+    define_builtin("error", b_error, BUILTIN_TRANSPARENT);
     define_builtin("type", b_type);
     define_builtin("whattype", b_whattype);
     define_builtin("evalb", b_evalb);
@@ -574,6 +598,8 @@ void define_builtins()
     define_builtin("assigned", b_assigned, BUILTIN_HOLD);
     define_builtin("convert", b_convert);
     define_builtin("length", b_length);
+    define_builtin("eval", b_eval);
+    define_builtin("copy", b_copy);
 
     // Constants.  I is the imaginary unit; Pi, infinity and undefined are
     // symbolic and evalf makes them floats.

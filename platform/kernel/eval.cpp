@@ -519,7 +519,9 @@ ALGEB apply(ALGEB f, ALGEB args, ALGEB name_for_errors)
         default: break;
         }
     } catch (HostError &e) {
-        if (e.where.empty() && name_for_errors != nullptr)
+        bool transparent = type_of(f) == T_BUILTIN &&
+                           (reinterpret_cast<BuiltinObject *>(f)->flags & BUILTIN_TRANSPARENT);
+        if (e.where.empty() && name_for_errors != nullptr && !transparent)
             e.where = std::string(name_text(name_for_errors));
         throw;
     }

@@ -122,7 +122,8 @@ struct TableObject {
 // A native function of the host.  HOLD builtins receive their arguments
 // unevaluated (seq, add, evalf's second argument ...).
 using BuiltinFn = ALGEB (*)(ALGEB args);
-enum BuiltinFlags : uintptr_t { BUILTIN_HOLD = 1 };
+// TRANSPARENT builtins (error) let an error pass without naming themselves.
+enum BuiltinFlags : uintptr_t { BUILTIN_HOLD = 1, BUILTIN_TRANSPARENT = 2 };
 struct BuiltinObject {
     uintptr_t header;
     ALGEB name;            // the name it is bound to

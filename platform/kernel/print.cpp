@@ -178,12 +178,7 @@ void Printer::number(ALGEB a)
         if (mag == make_immediate(1)) {
             out += 'I';
         } else {
-            bool p = is_rational(mag);
-            if (p)
-                out += '(';
             number(mag);
-            if (p)
-                out += ')';
             out += "*I";
         }
     }
@@ -194,7 +189,7 @@ void Printer::sum(ALGEB a)
     for (size_t i = 1; i <= nops(a); ++i) {
         ALGEB t = op(a, i);
         if (i > 1) {
-            if (negative_term(t) && !is_rational(t)) {
+            if (negative_term(t)) {
                 out += " - ";
                 if (type_of(t) == T_PROD) {
                     product(t, true);

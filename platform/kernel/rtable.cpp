@@ -39,7 +39,7 @@ constexpr __int128 kMaxElements = __int128(1) << 62;
 // refuses beyond this many elements.
 constexpr M_INT kMaxWalk = M_INT(1) << 28;
 // Sparse rtables with more elements than this print their stored entries only.
-constexpr M_INT kPrintAllLimit = 10000;
+constexpr M_INT kPrintAllLimit = 100;
 
 const char *const kDataTypeNames[RTABLE_NUM_DATATYPES] = {
     "anything", "complex", "int8", "int16", "int32", "int64", "float64", "complex128", "float32"};

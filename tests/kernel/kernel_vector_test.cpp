@@ -145,10 +145,19 @@ TEST(KernelVector, ArraysThroughTheVector)
     EXPECT_EQ(block[1], -4.0);
     RTableSettings c;
     RTableGetSettings(kv(), &c, a);
-    c.data_type = RTABLE_INTEGER32;
+    c.data_type = RTABLE_FLOAT32;
     ALGEB b = RTableCopy(kv(), &c, a);
     M_INT j = 1;
-    EXPECT_EQ(RTableSelect(kv(), b, &j).int32, -4);
+    EXPECT_EQ(RTableSelect(kv(), b, &j).float32, -4.0f);
+    EXPECT_NE(RTableDataBlock(kv(), b), static_cast<void *>(block));
+    c.data_type = RTABLE_INTEGER32; // 1.5 is not an integer
+    EXPECT_EQ(raised([] {
+                  RTableSettings d;
+                  RTableGetDefaults(kv(), &d);
+                  d.data_type = RTABLE_INTEGER32;
+                  RTableCopy(kv(), &d, run("Array(1..2, [1.5, 2], datatype = float64);"));
+              }),
+              "cannot store 1.5 in an array of datatype int32");
     EXPECT_EQ(raised([] { TalvoAlloc(kv(), -5); }), "Alloc: invalid size -5");
     EXPECT_EQ(raised([] { RTableDataBlock(kv(), make_integer(3)); }), "RTableDataBlock: expecting an Array, got 3");
 }

@@ -87,7 +87,7 @@ TEST(Numeric, Complex)
     EXPECT_TRUE(is_integer(run("(1 + I) - I;")));
     EXPECT_EQ(show("abs(3 + 4*I);"), "5");
     EXPECT_EQ(show("(1 + I)^4;"), "-4");
-    EXPECT_EQ(show("evalf(sqrt(-2));"), "1.414213562*I");
+    EXPECT_EQ(show("evalf(sqrt(-2));"), "0.+1.414213562*I");
 }
 
 TEST(Numeric, ComparisonIsExactAcrossKinds)
@@ -112,8 +112,8 @@ TEST(Numeric, FloorCeilAbs)
 
 TEST(Numeric, ParseInteger)
 {
-    EXPECT_EQ(num::parse_integer("12345678901234567890123"),
-              run("12345678901234567890123;"));
+    EXPECT_TRUE(equal(num::parse_integer("12345678901234567890123"), run("12345678901234567890123;")));
+    EXPECT_EQ(print(num::parse_integer("-98765432109876543210")), "-98765432109876543210");
     EXPECT_EQ(num::parse_integer(""), nullptr);
     EXPECT_EQ(num::parse_integer("12a"), nullptr);
     EXPECT_EQ(num::parse_integer("-"), nullptr);
