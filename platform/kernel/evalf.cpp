@@ -284,8 +284,11 @@ ALGEB evalf_value(ALGEB x)
     case T_PROD:
     case T_POWER: {
         std::vector<ALGEB> ops;
-        for (size_t i = 1; i <= nops(x); ++i)
-            ops.push_back(evalf_value(op(x, i)));
+        for (size_t i = 1; i <= nops(x); ++i) {
+            // An integer exponent stays exact: evalf(x^2) is x^2, not x^2.
+            bool exact_exponent = type_of(x) == T_POWER && i == 2 && is_integer(op(x, 2));
+            ops.push_back(exact_exponent ? op(x, 2) : evalf_value(op(x, i)));
+        }
         return fold(type_of(x), ops);
     }
     case T_FUNCTION: {

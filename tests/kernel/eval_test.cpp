@@ -13,6 +13,7 @@ TEST(Eval, FreeNamesStaySymbolic)
     EXPECT_EQ(show("unassign('z'): z;"), "z");
     EXPECT_EQ(show("evalf(z);"), "z");
     EXPECT_EQ(show("evalf(z + 1/4);"), "z + 0.25");
+    EXPECT_EQ(show("evalf(z^2 - 1/2*z);"), "z^2 - 0.5*z");
     EXPECT_EQ(show("2*z + 3*z;"), "2*z + 3*z");
     EXPECT_EQ(show("z^0;"), "1");
     EXPECT_EQ(show("0*z;"), "0");
