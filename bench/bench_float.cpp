@@ -6,10 +6,9 @@
 //   MpfrFresh    a new mpfr_t per result (init, operation, swap into a, clear),
 //                what an immutable value on the malloc heap would cost.
 //
-// Talvo includes the collector's work.  With nothing else live, the
-// collector's default heap is tiny and it collects every few thousand floats;
-// a host sizes its heap, which the collector's own switch reproduces here:
-//   GC_INITIAL_HEAP_SIZE=8M bench_float
+// Talvo includes the collector's work, with the collector started as the
+// reference host starts it (its initial heap size included).
+#include "object.hpp"
 #include "talvo_float.hpp"
 
 #include <benchmark/benchmark.h>
@@ -137,7 +136,7 @@ BENCHMARK(MpfrFresh<Op::Exp>)->Apply(digit_args);
 
 int main(int argc, char **argv)
 {
-    GC_INIT();
+    talvo::gc_init();
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv))
         return 1;

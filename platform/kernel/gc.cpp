@@ -16,6 +16,7 @@ namespace {
 // Refuse single objects beyond this: a script asking for more gets an error,
 // not an abort inside the collector.
 constexpr size_t kMaxObjectBytes = size_t(1) << 36; // 64 GiB
+constexpr size_t kInitialHeapBytes = size_t(16) << 20;
 
 unsigned long g_stress_every = 0;
 unsigned long g_alloc_count = 0;
@@ -46,6 +47,11 @@ void gc_init()
         return;
     done = true;
     GC_INIT();
+    // Start with a heap of some megabytes: with the collector's tiny default
+    // heap, a loop of float arithmetic triggers a collection every few
+    // thousand results, which costs more than the arithmetic.
+    if (std::getenv("GC_INITIAL_HEAP_SIZE") == nullptr && GC_get_heap_size() < kInitialHeapBytes)
+        GC_expand_hp(kInitialHeapBytes - GC_get_heap_size());
     if (const char *s = std::getenv("TALVO_GC_STRESS")) {
         long n = std::strtol(s, nullptr, 10);
         g_stress_every = n > 0 ? static_cast<unsigned long>(n) : 0;
