@@ -610,29 +610,25 @@ ALGEB power(ALGEB a, ALGEB b)
     return exact_rational_power(a, b);
 }
 
-ALGEB iquo(ALGEB a, ALGEB b)
+namespace {
+
+// Truncating integer division: the quotient or the remainder.
+ALGEB integer_division(ALGEB a, ALGEB b, bool remainder, const char *what)
 {
     if (!is_integer(a) || !is_integer(b))
-        raise("iquo expects integers, got %1 and %2", a, b);
+        raise(std::string(what) + " expects integers, got %1 and %2", a, b);
     ZView x(a), y(b);
     if (mpz_sgn(y.get()) == 0)
         division_by_zero();
     Z r;
-    mpz_tdiv_q(r.v, x.get(), y.get());
+    (remainder ? mpz_tdiv_r : mpz_tdiv_q)(r.v, x.get(), y.get());
     return from_mpz(r.v);
 }
 
-ALGEB irem(ALGEB a, ALGEB b)
-{
-    if (!is_integer(a) || !is_integer(b))
-        raise("irem expects integers, got %1 and %2", a, b);
-    ZView x(a), y(b);
-    if (mpz_sgn(y.get()) == 0)
-        division_by_zero();
-    Z r;
-    mpz_tdiv_r(r.v, x.get(), y.get());
-    return from_mpz(r.v);
-}
+} // namespace
+
+ALGEB iquo(ALGEB a, ALGEB b) { return integer_division(a, b, false, "iquo"); }
+ALGEB irem(ALGEB a, ALGEB b) { return integer_division(a, b, true, "irem"); }
 
 // ---------------------------------------------------------------------------
 // Comparison
@@ -703,39 +699,30 @@ bool is_exact_zero(ALGEB a) { return a == make_immediate(0); }
 // Rounding to integers, absolute value
 // ---------------------------------------------------------------------------
 
-ALGEB floor(ALGEB a)
+namespace {
+
+// floor and ceil share everything but the direction of rounding.
+ALGEB round_to_integer(ALGEB a, bool up, const char *what)
 {
-    require_real(a, "floor");
+    require_real(a, what);
     if (is_integer(a))
         return a;
     if (is_rational(a)) {
         ZView n(op(a, 1)), d(op(a, 2));
         Z r;
-        mpz_fdiv_q(r.v, n.get(), d.get());
+        (up ? mpz_cdiv_q : mpz_fdiv_q)(r.v, n.get(), d.get());
         return from_mpz(r.v);
     }
     mpfr_srcptr x = talvo_float_value(a);
     F t(mpfr_get_prec(x));
-    mpfr_floor(t.v, x);
+    (up ? mpfr_ceil : mpfr_floor)(t.v, x);
     return integer_from_mpfr(t.v);
 }
 
-ALGEB ceil(ALGEB a)
-{
-    require_real(a, "ceil");
-    if (is_integer(a))
-        return a;
-    if (is_rational(a)) {
-        ZView n(op(a, 1)), d(op(a, 2));
-        Z r;
-        mpz_cdiv_q(r.v, n.get(), d.get());
-        return from_mpz(r.v);
-    }
-    mpfr_srcptr x = talvo_float_value(a);
-    F t(mpfr_get_prec(x));
-    mpfr_ceil(t.v, x);
-    return integer_from_mpfr(t.v);
-}
+} // namespace
+
+ALGEB floor(ALGEB a) { return round_to_integer(a, false, "floor"); }
+ALGEB ceil(ALGEB a) { return round_to_integer(a, true, "ceil"); }
 
 ALGEB abs(ALGEB a)
 {
