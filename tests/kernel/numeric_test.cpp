@@ -110,6 +110,14 @@ TEST(Numeric, FloorCeilAbs)
     EXPECT_EQ(error_of("floor(Float(infinity));"), "(in floor) cannot convert a non-finite float to an integer");
 }
 
+TEST(Numeric, TruncatingIntegerDivision)
+{
+    EXPECT_EQ(show("iquo(-7, 2), irem(-7, 2);"), "-3, -1");
+    EXPECT_EQ(show("iquo(7, -2), irem(7, -2);"), "-3, 1");
+    EXPECT_EQ(show("iquo(2^70, 3), irem(2^70, 3);"), "393530540239137101141, 1");
+    EXPECT_EQ(error_of("irem(1/2, 3);"), "(in irem) irem expects integers, got 1/2 and 3");
+}
+
 TEST(Numeric, ParseInteger)
 {
     EXPECT_TRUE(equal(num::parse_integer("12345678901234567890123"), run("12345678901234567890123;")));
