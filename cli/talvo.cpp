@@ -140,7 +140,7 @@ int main(int argc, char **argv)
         }
         talvo::initialize_libraries();
     } catch (talvo::HostError &e) {
-        std::fprintf(stderr, "%s\n", talvo::error_text(e.where, e.message).c_str());
+        std::fprintf(stderr, "%s\n", talvo::error_text(e).c_str());
         return 1;
     }
 
@@ -175,7 +175,7 @@ int main(int argc, char **argv)
     try {
         talvo::terminate_libraries();
     } catch (talvo::HostError &e) {
-        std::fprintf(stderr, "%s\n", talvo::error_text(e.where, e.message).c_str());
+        std::fprintf(stderr, "%s\n", talvo::error_text(e).c_str());
         status = status == 0 ? 1 : status;
     }
     std::fflush(stdout);

@@ -354,16 +354,13 @@ void *k_TrapError(TKernelVector, TalvoTrapFunction fn, void *data, T_BOOL *flag)
 {
     if (fn == nullptr)
         raise_plain("TrapError: null function");
-    ALGEB frame = current_frame();
     try {
         void *r = fn(data);
         if (flag != nullptr)
             *flag = 0;
         return r;
     } catch (HostError &e) {
-        (void)frame;
-        std::string msg = e.where.empty() ? e.message : "(in " + e.where + ") " + e.message;
-        assign_global(intern("lasterror"), make_string(msg));
+        remember_error(e);
         if (flag != nullptr)
             *flag = 1;
         return nullptr;
@@ -598,8 +595,6 @@ ALGEB call_external(ALGEB entry, ALGEB args)
     try {
         if (e->kind == EXTERNAL_ARRAY) {
             size_t n = seq_count(args);
-            if (is_expseq(args) && nops(args) == 0)
-                n = 0;
             std::vector<ALGEB> a(n + 1);
             a[0] = make_integer(intptr_t(n));
             for (size_t i = 1; i <= n; ++i)

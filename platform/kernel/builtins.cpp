@@ -39,8 +39,7 @@ std::vector<ALGEB> operands(ALGEB e)
     std::vector<ALGEB> v;
     auto push_seq = [&](ALGEB s) {
         for (size_t i = 1; i <= count_of(s); ++i)
-            if (!(is_expseq(s) && nops(s) == 0))
-                v.push_back(seq_elem(s, i));
+            v.push_back(seq_elem(s, i));
     };
     switch (type_of(e)) {
     case T_LIST: push_seq(op(e, 1)); break;
@@ -185,10 +184,7 @@ template <class F> void iterate(const Iteration &it, F f)
         ~Restore()
         {
             if (is_name(var)) {
-                if (saved == nullptr)
-                    as_name(var)->value = nullptr;
-                else
-                    as_name(var)->value = saved;
+                as_name(var)->value = saved; // nullptr: unassigned again
             } else {
                 try {
                     assign(var, saved);
@@ -199,8 +195,6 @@ template <class F> void iterate(const Iteration &it, F f)
     } restore{it.var, saved};
     if (it.values != nullptr) {
         size_t n = count_of(it.values);
-        if (is_expseq(it.values) && nops(it.values) == 0)
-            n = 0;
         for (size_t i = 1; i <= n; ++i) {
             assign(it.var, seq_elem(it.values, i));
             f();
@@ -228,8 +222,7 @@ ALGEB b_seq(ALGEB args)
     iterate(it, [&] {
         ALGEB v = eval(body);
         for (size_t j = 1; j <= count_of(v); ++j)
-            if (!(is_expseq(v) && nops(v) == 0))
-                out.push_back(seq_elem(v, j));
+            out.push_back(seq_elem(v, j));
     });
     return out.size() == 1 ? out[0] : make_expseq(out.data(), out.size());
 }
@@ -257,7 +250,7 @@ ALGEB b_randomize(ALGEB args)
 {
     expect_count(args, 0, 1, "randomize");
     uint64_t s;
-    if (count_of(args) == 0 || (is_expseq(args) && nops(args) == 0)) {
+    if (count_of(args) == 0) {
         s = uint64_t(time(nullptr)) ^ (uint64_t(clock()) << 20);
         s %= uint64_t(1) << 40;
     } else {
@@ -280,7 +273,7 @@ ALGEB b_rand(ALGEB args)
 ALGEB b_print(ALGEB args)
 {
     std::string line;
-    for (size_t i = 1; i <= count_of(args) && !(is_expseq(args) && nops(args) == 0); ++i) {
+    for (size_t i = 1; i <= count_of(args); ++i) {
         if (i > 1)
             line += ", ";
         line += print(arg(args, i));
@@ -309,7 +302,7 @@ bool has_type(ALGEB x, ALGEB t)
         ALGEB et = op(t, 2);
         if (h == "list" && is_list(x)) {
             ALGEB s = op(x, 1);
-            for (size_t i = 1; i <= count_of(s) && !(is_expseq(s) && nops(s) == 0); ++i)
+            for (size_t i = 1; i <= count_of(s); ++i)
                 if (!has_type(seq_elem(s, i), et))
                     return false;
             return true;
@@ -395,12 +388,12 @@ ALGEB b_table(ALGEB args)
 {
     expect_count(args, 0, 1, "table");
     ALGEB t = table_new();
-    if (count_of(args) == 1 && !(is_expseq(args) && nops(args) == 0)) {
+    if (count_of(args) == 1) {
         ALGEB init = arg(args, 1);
         if (!is_list(init))
             raise("table expects a list of equations, got %1", init);
         ALGEB s = op(init, 1);
-        for (size_t i = 1; i <= count_of(s) && !(is_expseq(s) && nops(s) == 0); ++i) {
+        for (size_t i = 1; i <= count_of(s); ++i) {
             ALGEB e = seq_elem(s, i);
             if (!is_equation(e))
                 raise("table expects a list of equations, got %1", e);
@@ -421,7 +414,7 @@ ALGEB b_irem(ALGEB args) { return integer_pair(args, "irem", num::irem); }
 ALGEB extremum(ALGEB args, const char *fname, int want)
 {
     size_t n = count_of(args);
-    if (n == 0 || (is_expseq(args) && nops(args) == 0))
+    if (n == 0)
         raise(std::string(fname) + " expects at least 1 argument");
     ALGEB best = nullptr;
     for (size_t i = 1; i <= n; ++i) {
@@ -480,7 +473,7 @@ ALGEB b_float(ALGEB args)
 
 ALGEB b_unassign(ALGEB args)
 {
-    for (size_t i = 1; i <= count_of(args) && !(is_expseq(args) && nops(args) == 0); ++i) {
+    for (size_t i = 1; i <= count_of(args); ++i) {
         ALGEB n = arg(args, i);
         if (!is_name(n))
             raise("unassign expects names, got %1", n);
@@ -562,7 +555,7 @@ ALGEB b_length(ALGEB args)
 
 [[noreturn]] void error_from_arguments(ALGEB args)
 {
-    if (count_of(args) == 0 || (is_expseq(args) && nops(args) == 0))
+    if (count_of(args) == 0)
         raise_plain("error called with no message");
     ALGEB msg = arg(args, 1);
     std::string templ = is_string(msg) ? std::string(string_text(msg)) : print(msg);

@@ -23,6 +23,11 @@ std::string format_message(std::string_view templ, ALGEB a1, ALGEB a2)
     return out;
 }
 
+std::string describe(const HostError &e)
+{
+    return e.where.empty() ? e.message : "(in " + e.where + ") " + e.message;
+}
+
 void raise(std::string_view templ, ALGEB a1, ALGEB a2)
 {
     throw HostError{format_message(templ, a1, a2), std::string()};

@@ -20,6 +20,10 @@ struct HostError {
     std::string where;   // procedure or entry name; empty at top level
 };
 
+// The error as a caught error's text shows it: "(in NAME) message", or the
+// message alone when raised at top level.
+std::string describe(const HostError &e);
+
 // Replace %1 and %2 in `templ` by the printed forms of a1 and a2 (a null
 // argument leaves its placeholder as it stands).
 std::string format_message(std::string_view templ, ALGEB a1 = nullptr, ALGEB a2 = nullptr);

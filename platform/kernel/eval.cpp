@@ -324,8 +324,6 @@ ALGEB list_index(ALGEB list, ALGEB idx)
 {
     ALGEB elems = op(list, 1);
     intptr_t n = intptr_t(seq_length(elems));
-    if (is_expseq(elems) && nops(elems) == 0)
-        n = 0;
     auto position = [&](ALGEB i) -> intptr_t {
         int64_t k;
         if (!integer_to_int64(i, &k))
@@ -362,7 +360,7 @@ ALGEB eval_tableref(ALGEB e)
     ALGEB base = eval(base_expr);
     ALGEB idx = eval_seq(op(e, 2));
     if (is_list(base)) {
-        if (seq_length(idx) != 1 || (is_expseq(idx) && nops(idx) == 0))
+        if (seq_length(idx) != 1)
             raise("a list takes one subscript, got %1", idx);
         return list_index(base, seq_elem(idx, 1));
     }
@@ -449,7 +447,7 @@ void exec_assign(ALGEB stmt)
     ALGEB value = eval(op(stmt, 2));
     if (is_expseq(lhs)) {
         size_t n = nops(lhs);
-        if (seq_length(value) != n || (is_expseq(value) && nops(value) == 0 && n != 0))
+        if (seq_length(value) != n)
             raise("cannot assign %1 values to %2 names", make_integer(intptr_t(seq_length(value))),
                   make_integer(intptr_t(n)));
         for (size_t i = 1; i <= n; ++i)
@@ -487,10 +485,6 @@ ALGEB call_closure(ALGEB closure, ALGEB args)
     check_stack();
     ALGEB p = op(closure, 1);
     size_t np = seq_length(op(p, 1)), nl = seq_length(op(p, 2));
-    if (is_expseq(op(p, 1)) && nops(op(p, 1)) == 0)
-        np = 0;
-    if (is_expseq(op(p, 2)) && nops(op(p, 2)) == 0)
-        nl = 0;
     ALGEB frame = new_node(T_FRAME, kFrameFixed + np + nl);
     set_op(frame, 1, op(closure, 2));
     set_op(frame, 2, args);
@@ -590,12 +584,11 @@ ALGEB eval_seq(ALGEB seq)
     return make_expseq(out.data(), out.size());
 }
 
-ALGEB eval_args_vector(ALGEB node, std::vector<ALGEB> &out)
+void eval_args_vector(ALGEB node, std::vector<ALGEB> &out)
 {
     out.reserve(nops(node));
     for (size_t i = 1; i <= nops(node); ++i)
         out.push_back(eval(op(node, i)));
-    return nullptr;
 }
 
 ALGEB eval_expr(ALGEB e)
@@ -789,13 +782,10 @@ void exec(ALGEB s, Exec &x)
         error_from_arguments(a);
     }
     case T_TRY: {
-        ALGEB saved = g_frame;
         try {
             exec(op(s, 1), x);
         } catch (HostError &e) {
-            g_frame = saved;
-            std::string msg = e.where.empty() ? e.message : "(in " + e.where + ") " + e.message;
-            assign_global(intern("lasterror"), make_string(msg));
+            remember_error(e);
             x = Exec{};
             exec(op(s, 2), x);
         }
@@ -878,10 +868,6 @@ void assign_global(ALGEB name, ALGEB value)
         g_digits = long(d);
         talvo_float_set_digits(long(d));
     }
-    if (is_expseq(value) && nops(value) == 0 && name != g_digits_name) {
-        nm->value = value;
-        return;
-    }
     nm->value = value;
 }
 
@@ -895,11 +881,11 @@ void unassign_global(ALGEB name)
 
 ALGEB global_value(ALGEB name) { return as_name(name)->value; }
 
+void remember_error(const HostError &e) { assign_global(intern("lasterror"), make_string(describe(e))); }
+
 long current_digits() { return g_digits; }
 
 void set_digits(long digits) { assign_global(g_digits_name, make_integer(digits)); }
-
-ALGEB current_frame() { return g_frame; }
 
 ALGEB procedure_arguments()
 {

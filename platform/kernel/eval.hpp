@@ -1,6 +1,7 @@
 // eval.hpp -- the evaluator of the host language.
 #pragma once
 
+#include "errors.hpp"
 #include "object.hpp"
 
 #include <string_view>
@@ -47,13 +48,14 @@ void assign_global(ALGEB name, ALGEB value);
 void unassign_global(ALGEB name);
 // Value of a global name, nullptr when unassigned.
 ALGEB global_value(ALGEB name);
+// A caught error: its text becomes the value of `lasterror`.
+void remember_error(const HostError &e);
 
 // Current "Digits", and a checked change of it.
 long current_digits();
 void set_digits(long digits);
 
-// The running procedure's frame (nullptr at top level) and its arguments.
-ALGEB current_frame();
+// The running procedure's arguments.
 ALGEB procedure_arguments();
 
 // Bind a builtin to a global name (the name is then protected).

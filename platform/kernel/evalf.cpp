@@ -17,17 +17,11 @@ namespace talvo {
 
 namespace {
 
-struct Mp {
-    mpfr_t v;
-    explicit Mp(mpfr_prec_t p) { mpfr_init2(v, p); }
-    ~Mp() { mpfr_clear(v); }
-    Mp(const Mp &) = delete;
-    Mp &operator=(const Mp &) = delete;
-};
+using num::MpfrTemp;
 
 ALGEB one_argument(ALGEB args, const char *fname)
 {
-    if (seq_length(args) != 1 || (is_expseq(args) && nops(args) == 0))
+    if (seq_length(args) != 1)
         raise(std::string(fname) + " expects 1 argument, but received %1",
               make_integer(intptr_t(is_expseq(args) ? nops(args) : 1)));
     return seq_elem(args, 1);
@@ -47,7 +41,7 @@ using RealFn = int (*)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t);
 ALGEB real_float(RealFn fn, ALGEB x)
 {
     mpfr_prec_t prec = talvo_float_precision();
-    Mp a(prec + 16);
+    MpfrTemp a(prec + 16);
     num::to_mpfr(x, a.v);
     ALGEB r = talvo_float_new(prec);
     fn(talvo_float_mpfr(r), a.v, MPFR_RNDN);
@@ -56,7 +50,7 @@ ALGEB real_float(RealFn fn, ALGEB x)
 
 // Complex arguments: the parts at a working precision with guard bits.
 struct Cx {
-    Mp re, im;
+    MpfrTemp re, im;
     explicit Cx(ALGEB z, mpfr_prec_t p) : re(p), im(p)
     {
         num::to_mpfr(num::real_part(z), re.v);
@@ -74,7 +68,7 @@ ALGEB complex_exp(ALGEB z)
 {
     mpfr_prec_t p = talvo_float_precision() + 32;
     Cx c(z, p);
-    Mp m(p), s(p), co(p);
+    MpfrTemp m(p), s(p), co(p);
     mpfr_exp(m.v, c.re.v, MPFR_RNDN);
     mpfr_sin_cos(s.v, co.v, c.im.v, MPFR_RNDN);
     mpfr_mul(co.v, co.v, m.v, MPFR_RNDN);
@@ -86,7 +80,7 @@ ALGEB complex_log(ALGEB z)
 {
     mpfr_prec_t p = talvo_float_precision() + 32;
     Cx c(z, p);
-    Mp r(p), a(p);
+    MpfrTemp r(p), a(p);
     mpfr_hypot(r.v, c.re.v, c.im.v, MPFR_RNDN);
     mpfr_log(r.v, r.v, MPFR_RNDN);
     mpfr_atan2(a.v, c.im.v, c.re.v, MPFR_RNDN);
@@ -98,7 +92,7 @@ ALGEB complex_sqrt(ALGEB z)
     // sqrt(z) = sqrt((|z| + re)/2) + i sign(im) sqrt((|z| - re)/2)
     mpfr_prec_t p = talvo_float_precision() + 32;
     Cx c(z, p);
-    Mp m(p), u(p), v(p);
+    MpfrTemp m(p), u(p), v(p);
     mpfr_hypot(m.v, c.re.v, c.im.v, MPFR_RNDN);
     mpfr_add(u.v, m.v, c.re.v, MPFR_RNDN);
     mpfr_div_2ui(u.v, u.v, 1, MPFR_RNDN);
@@ -116,7 +110,7 @@ ALGEB complex_trig(char which, ALGEB z)
 {
     mpfr_prec_t p = talvo_float_precision() + 32;
     Cx c(z, p);
-    Mp s(p), co(p), sh(p), ch(p), re(p), im(p);
+    MpfrTemp s(p), co(p), sh(p), ch(p), re(p), im(p);
     mpfr_sin_cos(s.v, co.v, c.re.v, MPFR_RNDN);
     mpfr_sinh_cosh(sh.v, ch.v, c.im.v, MPFR_RNDN);
     if (which == 's') { // sin a cosh b + i cos a sinh b
@@ -131,7 +125,7 @@ ALGEB complex_trig(char which, ALGEB z)
         return complex_result(re.v, im.v);
     }
     // tan(a + ib) = (sin 2a + i sinh 2b) / (cos 2a + cosh 2b)
-    Mp a2(p), b2(p), d(p);
+    MpfrTemp a2(p), b2(p), d(p);
     mpfr_mul_2ui(a2.v, c.re.v, 1, MPFR_RNDN);
     mpfr_mul_2ui(b2.v, c.im.v, 1, MPFR_RNDN);
     mpfr_sin_cos(s.v, co.v, a2.v, MPFR_RNDN);
@@ -214,7 +208,7 @@ ALGEB b_arctan(ALGEB args)
         ALGEB y = seq_elem(args, 1), x = seq_elem(args, 2);
         if ((is_float(y) || is_float(x)) && is_real_numeric(x) && is_real_numeric(y)) {
             mpfr_prec_t prec = talvo_float_precision();
-            Mp a(prec + 16), b(prec + 16);
+            MpfrTemp a(prec + 16), b(prec + 16);
             num::to_mpfr(y, a.v);
             num::to_mpfr(x, b.v);
             ALGEB r = talvo_float_new(prec);

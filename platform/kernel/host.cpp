@@ -16,10 +16,10 @@ namespace {
 
 bool g_started = false;
 
-void show_error(const std::string &where, const std::string &message)
+void show_error(const HostError &e)
 {
     std::fflush(stdout);
-    std::string line = error_text(where, message);
+    std::string line = error_text(e);
     std::fprintf(stderr, "%s\n", line.c_str());
     std::fflush(stderr);
 }
@@ -50,12 +50,7 @@ void host_init()
     init_evaluator();
 }
 
-std::string error_text(const std::string &where, const std::string &message)
-{
-    if (where.empty())
-        return "Error, " + message;
-    return "Error, (in " + where + ") " + message;
-}
+std::string error_text(const HostError &e) { return "Error, " + describe(e); }
 
 bool run_text(std::string_view text, RunMode mode)
 {
@@ -67,7 +62,7 @@ bool run_text(std::string_view text, RunMode mode)
             if (!parser.next(&st))
                 break;
         } catch (HostError &e) {
-            show_error(e.where, e.message);
+            show_error(e);
             return false; // the rest of the text cannot be read reliably
         }
         try {
@@ -80,12 +75,12 @@ bool run_text(std::string_view text, RunMode mode)
                 }
             }
         } catch (HostError &e) {
-            show_error(e.where, e.message);
+            show_error(e);
             ok = false;
             if (mode == RunMode::Script)
                 return false;
         } catch (const std::bad_alloc &) {
-            show_error(std::string(), "out of memory");
+            show_error(HostError{"out of memory", std::string()});
             ok = false;
             if (mode == RunMode::Script)
                 return false;

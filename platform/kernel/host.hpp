@@ -2,6 +2,8 @@
 // program that does not depend on the terminal.
 #pragma once
 
+#include "errors.hpp"
+
 #include <string>
 #include <string_view>
 
@@ -22,7 +24,7 @@ enum class RunMode {
 // error.  Returns false when an error occurred.
 bool run_text(std::string_view text, RunMode mode);
 
-// The printed form of a host error.
-std::string error_text(const std::string &where, const std::string &message);
+// The printed form of a host error: "Error, (in NAME) message".
+std::string error_text(const HostError &e);
 
 } // namespace talvo

@@ -71,15 +71,6 @@ struct Q {
     Q &operator=(const Q &) = delete;
 };
 
-// A float at the working precision, freed on scope exit.
-struct F {
-    mpfr_t v;
-    explicit F(mpfr_prec_t prec) { mpfr_init2(v, prec); }
-    ~F() { mpfr_clear(v); }
-    F(const F &) = delete;
-    F &operator=(const F &) = delete;
-};
-
 [[noreturn]] void division_by_zero() { raise_plain("numeric exception: division by zero"); }
 
 void require_numeric(ALGEB a, const char *what)
@@ -136,7 +127,7 @@ ALGEB float_arith(Op o, ALGEB a, ALGEB b)
                 division_by_zero();
             mpfr_div_q(out, x, q.v, MPFR_RNDN);
         } else {
-            F t(prec + 64);
+            MpfrTemp t(prec + 64);
             mpfr_set_q(t.v, q.v, MPFR_RNDN);
             mpfr_div(out, t.v, x, MPFR_RNDN);
         }
@@ -145,20 +136,29 @@ ALGEB float_arith(Op o, ALGEB a, ALGEB b)
     return r;
 }
 
+// Two immediates and no overflow: the result without GMP (the common case,
+// taken before any other dispatch).
+inline bool small_arith(Op o, ALGEB a, ALGEB b, ALGEB *out)
+{
+    if (!is_immediate(a) || !is_immediate(b))
+        return false;
+    intptr_t x = immediate_value(a), y = immediate_value(b), r;
+    bool overflow;
+    switch (o) {
+    case Op::Add: overflow = __builtin_add_overflow(x, y, &r); break;
+    case Op::Sub: overflow = __builtin_sub_overflow(x, y, &r); break;
+    case Op::Mul: overflow = __builtin_mul_overflow(x, y, &r); break;
+    default: return false;
+    }
+    if (overflow)
+        return false;
+    *out = make_integer(r);
+    return true;
+}
+
 ALGEB exact_arith(Op o, ALGEB a, ALGEB b)
 {
     if (is_integer(a) && is_integer(b)) {
-        if (is_immediate(a) && is_immediate(b) && o != Op::Div) {
-            intptr_t x = immediate_value(a), y = immediate_value(b), r;
-            bool overflow = false;
-            switch (o) {
-            case Op::Add: overflow = __builtin_add_overflow(x, y, &r); break;
-            case Op::Sub: overflow = __builtin_sub_overflow(x, y, &r); break;
-            default: overflow = __builtin_mul_overflow(x, y, &r); break;
-            }
-            if (!overflow)
-                return make_integer(r);
-        }
         ZView x(a), y(b);
         Z r;
         switch (o) {
@@ -222,6 +222,9 @@ ALGEB complex_arith(Op o, ALGEB a, ALGEB b)
 
 ALGEB arith(Op o, ALGEB a, ALGEB b, const char *what)
 {
+    ALGEB r;
+    if (small_arith(o, a, b, &r))
+        return r;
     require_numeric(a, what);
     require_numeric(b, what);
     if (is_complex(a) || is_complex(b))
@@ -301,7 +304,7 @@ ALGEB exact_rational_power(ALGEB a, ALGEB b)
 ALGEB float_real_power(ALGEB a, ALGEB b)
 {
     mpfr_prec_t prec = working_precision();
-    F x(prec + 32), y(prec + 32);
+    MpfrTemp x(prec + 32), y(prec + 32);
     to_mpfr(a, x.v);
     to_mpfr(b, y.v);
     if (mpfr_sgn(x.v) >= 0 || mpfr_integer_p(y.v) || mpfr_nan_p(x.v) || mpfr_nan_p(y.v)) {
@@ -310,7 +313,7 @@ ALGEB float_real_power(ALGEB a, ALGEB b)
         return r;
     }
     // (-|x|)^y = |x|^y (cos(pi y) + i sin(pi y))
-    F m(prec + 32), t(prec + 32);
+    MpfrTemp m(prec + 32), t(prec + 32);
     mpfr_abs(x.v, x.v, MPFR_RNDN);
     mpfr_pow(m.v, x.v, y.v, MPFR_RNDN);
     ALGEB re = float_result(prec), im = float_result(prec);
@@ -344,7 +347,7 @@ ALGEB complex_integer_power(ALGEB z, ALGEB n)
 ALGEB complex_float_power(ALGEB a, ALGEB b)
 {
     mpfr_prec_t prec = working_precision() + 32;
-    F ar(prec), ai(prec), br(prec), bi(prec), lr(prec), li(prec);
+    MpfrTemp ar(prec), ai(prec), br(prec), bi(prec), lr(prec), li(prec);
     to_mpfr(real_part(a), ar.v);
     to_mpfr(imag_part(a), ai.v);
     to_mpfr(real_part(b), br.v);
@@ -359,7 +362,7 @@ ALGEB complex_float_power(ALGEB a, ALGEB b)
     mpfr_log(lr.v, lr.v, MPFR_RNDN);
     mpfr_atan2(li.v, ai.v, ar.v, MPFR_RNDN);
     // w = b log a
-    F wr(prec), wi(prec), t(prec);
+    MpfrTemp wr(prec), wi(prec), t(prec);
     mpfr_mul(wr.v, br.v, lr.v, MPFR_RNDN);
     mpfr_mul(t.v, bi.v, li.v, MPFR_RNDN);
     mpfr_sub(wr.v, wr.v, t.v, MPFR_RNDN);
@@ -518,7 +521,7 @@ double to_double(ALGEB a)
         return double(immediate_value(a));
     if (is_float(a))
         return mpfr_get_d(talvo_float_value(a), MPFR_RNDN);
-    F x(53);
+    MpfrTemp x(53);
     to_mpfr(a, x.v);
     return mpfr_get_d(x.v, MPFR_RNDN);
 }
@@ -541,27 +544,9 @@ ALGEB imag_part(ALGEB a) { return is_complex(a) ? op(a, 2) : make_integer(0); }
 // Arithmetic
 // ---------------------------------------------------------------------------
 
-ALGEB add(ALGEB a, ALGEB b)
-{
-    if (is_immediate(a) && is_immediate(b)) {
-        intptr_t r;
-        if (!__builtin_add_overflow(immediate_value(a), immediate_value(b), &r))
-            return make_integer(r);
-    }
-    return arith(Op::Add, a, b, "+");
-}
-
+ALGEB add(ALGEB a, ALGEB b) { return arith(Op::Add, a, b, "+"); }
 ALGEB sub(ALGEB a, ALGEB b) { return arith(Op::Sub, a, b, "-"); }
-
-ALGEB mul(ALGEB a, ALGEB b)
-{
-    if (is_immediate(a) && is_immediate(b)) {
-        intptr_t r;
-        if (!__builtin_mul_overflow(immediate_value(a), immediate_value(b), &r))
-            return make_integer(r);
-    }
-    return arith(Op::Mul, a, b, "*");
-}
+ALGEB mul(ALGEB a, ALGEB b) { return arith(Op::Mul, a, b, "*"); }
 
 ALGEB div(ALGEB a, ALGEB b) { return arith(Op::Div, a, b, "/"); }
 
@@ -714,7 +699,7 @@ ALGEB round_to_integer(ALGEB a, bool up, const char *what)
         return from_mpz(r.v);
     }
     mpfr_srcptr x = talvo_float_value(a);
-    F t(mpfr_get_prec(x));
+    MpfrTemp t(mpfr_get_prec(x));
     (up ? mpfr_ceil : mpfr_floor)(t.v, x);
     return integer_from_mpfr(t.v);
 }
@@ -735,7 +720,7 @@ ALGEB abs(ALGEB a)
                 return r;
         }
         mpfr_prec_t prec = working_precision();
-        F x(prec + 16), y(prec + 16);
+        MpfrTemp x(prec + 16), y(prec + 16);
         to_mpfr(re, x.v);
         to_mpfr(im, y.v);
         ALGEB r = float_result(prec);

@@ -18,6 +18,15 @@
 
 namespace talvo::num {
 
+// A scratch MPFR number of a given precision, cleared on scope exit.
+struct MpfrTemp {
+    mpfr_t v;
+    explicit MpfrTemp(mpfr_prec_t prec) { mpfr_init2(v, prec); }
+    ~MpfrTemp() { mpfr_clear(v); }
+    MpfrTemp(const MpfrTemp &) = delete;
+    MpfrTemp &operator=(const MpfrTemp &) = delete;
+};
+
 // Arithmetic on numeric values (is_any_numeric on both sides).  Division by an
 // exact zero raises "numeric exception: division by zero".
 ALGEB add(ALGEB a, ALGEB b);

@@ -112,6 +112,17 @@ bool negative_number(ALGEB a)
     return false;
 }
 
+// The magnitude of a negative real number for printing after a minus sign; a
+// float keeps its own precision (no re-rounding to the current "Digits").
+ALGEB magnitude(ALGEB x)
+{
+    if (!is_float(x))
+        return num::neg(x);
+    ALGEB m = talvo_float_new(mpfr_get_prec(talvo_float_value(x)));
+    mpfr_neg(talvo_float_mpfr(m), talvo_float_value(x), MPFR_RNDN);
+    return m;
+}
+
 // A product printed with a leading minus: (-1)*x*..., or a negative numeric first factor.
 bool negative_term(ALGEB a)
 {
@@ -165,12 +176,7 @@ void Printer::number(ALGEB a)
         if (has_re)
             value(re, P_SUM);
         bool neg = negative_number(im);
-        ALGEB mag = neg ? num::neg(im) : im;
-        if (neg && is_float(im)) {
-            // keep the exact magnitude of a negative float (no re-rounding)
-            mag = talvo_float_new(mpfr_get_prec(talvo_float_value(im)));
-            mpfr_neg(talvo_float_mpfr(mag), talvo_float_value(im), MPFR_RNDN);
-        }
+        ALGEB mag = neg ? magnitude(im) : im;
         if (neg)
             out += '-';
         else if (has_re)
@@ -191,15 +197,10 @@ void Printer::sum(ALGEB a)
         if (i > 1) {
             if (negative_term(t)) {
                 out += " - ";
-                if (type_of(t) == T_PROD) {
+                if (type_of(t) == T_PROD)
                     product(t, true);
-                } else if (is_float(t)) {
-                    ALGEB m = talvo_float_new(mpfr_get_prec(talvo_float_value(t)));
-                    mpfr_neg(talvo_float_mpfr(m), talvo_float_value(t), MPFR_RNDN);
-                    number(m);
-                } else {
-                    value(num::neg(t), P_PROD);
-                }
+                else
+                    value(magnitude(t), P_PROD);
                 continue;
             }
             out += " + ";
@@ -219,12 +220,7 @@ void Printer::product(ALGEB a, bool negate_first)
         if (!negate_first)
             out += '-';
         if (c != make_immediate(-1) || n == 1) {
-            ALGEB m = is_float(c) ? nullptr : num::neg(c);
-            if (m == nullptr) {
-                m = talvo_float_new(mpfr_get_prec(talvo_float_value(c)));
-                mpfr_neg(talvo_float_mpfr(m), talvo_float_value(c), MPFR_RNDN);
-            }
-            value(m, P_PROD);
+            value(magnitude(c), P_PROD);
             first = false;
         }
         start = 2;
@@ -295,7 +291,7 @@ void Printer::procedure(ALGEB p)
         out += "proc(";
         seq(params);
         out += ")";
-        if (seq_length(locals) > 0 && !(is_expseq(locals) && nops(locals) == 0)) {
+        if (seq_length(locals) > 0) {
             out += " local ";
             seq(locals);
             out += ";";

@@ -1,6 +1,7 @@
 // Arithmetic, functions, comparisons, conversions and object layout of
 // TalvoFloat, checked against MPFR used directly (at the same precision for
 // correctly rounded operations, at a much higher one for known constants).
+#include "float_support.hpp"
 #include "talvo_float.hpp"
 
 #include <gc.h>
@@ -14,22 +15,6 @@
 #include <stdexcept>
 
 namespace {
-
-// An MPFR number owned by the test.
-struct Ref {
-    mpfr_t v;
-    explicit Ref(mpfr_prec_t prec) { mpfr_init2(v, prec); }
-    ~Ref() { mpfr_clear(v); }
-    Ref(const Ref &) = delete;
-    Ref &operator=(const Ref &) = delete;
-};
-
-// Sets "Digits" for one test and puts the old value back.
-struct DigitsScope {
-    long saved;
-    explicit DigitsScope(long d) : saved(talvo_float_digits()) { talvo_float_set_digits(d); }
-    ~DigitsScope() { talvo_float_set_digits(saved); }
-};
 
 bool same_value(mpfr_srcptr a, mpfr_srcptr b)
 {

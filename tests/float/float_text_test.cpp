@@ -1,4 +1,5 @@
 // Decimal text: the printed form of floats and reading decimal numbers back.
+#include "float_support.hpp"
 #include "talvo_float.hpp"
 
 #include <gtest/gtest.h>
@@ -8,20 +9,6 @@
 #include <string>
 
 namespace {
-
-struct Ref {
-    mpfr_t v;
-    explicit Ref(mpfr_prec_t prec) { mpfr_init2(v, prec); }
-    ~Ref() { mpfr_clear(v); }
-    Ref(const Ref &) = delete;
-    Ref &operator=(const Ref &) = delete;
-};
-
-struct DigitsScope {
-    long saved;
-    explicit DigitsScope(long d) : saved(talvo_float_digits()) { talvo_float_set_digits(d); }
-    ~DigitsScope() { talvo_float_set_digits(saved); }
-};
 
 // The float nearest to a decimal text, at prec bits, computed independently
 // of the parser: integer mantissa times a power of ten, each exact or

@@ -40,7 +40,7 @@ inline std::string error_of(const std::string &text)
     try {
         run(text);
     } catch (HostError &e) {
-        return e.where.empty() ? e.message : "(in " + e.where + ") " + e.message;
+        return describe(e);
     }
     return "";
 }
