@@ -424,9 +424,11 @@ ALGEB make(const RTableSettings &s, const M_INT lo[2], const M_INT hi[2], void *
 {
     __int128 size[2], count = 1;
     for (int d = 0; d < 2; ++d) {
+        // An upper bound below the lower bound makes an empty dimension; the
+        // bounds are kept as given (a sample of length -3 is Array(1..-3)).
         size[d] = __int128(hi[d]) - lo[d] + 1;
         if (size[d] < 0)
-            raise_plain("invalid array bounds " + std::to_string(lo[d]) + ".." + std::to_string(hi[d]));
+            size[d] = 0;
         if (size[d] > kMaxElements)
             raise_plain("array too large");
         count *= size[d];
