@@ -1,0 +1,68 @@
+// exponential.cpp -- the exponential distribution: b scale.
+//
+// F(x) = 1 - exp(-x/b), with no test on the sign of x.  Variates are b * e
+// with e from the ziggurat exponential generator, whose draws take the sign
+// of the random integer behind them: about half of them are negative (see
+// ziggurat.hpp for the law they follow).
+#include "distributions.hpp"
+#include "entry_frame.hpp"
+#include "random_sample.hpp"
+#include "stats_entries.h"
+#include "talvo_utils.hpp"
+#include "ziggurat.hpp"
+
+TalvoFloat STATS_ExponentialProbability_MP(TKernelVector, TalvoFloat x, TalvoFloat b)
+{
+    return TalvoFloat(1.0) - exp(-x / b);
+}
+
+TalvoFloat STATS_ExponentialDeviate_MP(TKernelVector kv, TalvoFloat p, TalvoFloat b)
+{
+    if (p < TalvoFloat(0.0) || p > 1L) {
+        TalvoRaiseError1(kv, "invalid value for the tail probability: %1", STATS_DoubleToTalvoFloat_MP(kv, p));
+        return TalvoFloat(0.0);
+    }
+    return -b * log(TalvoFloat(1.0) - p);
+}
+
+TalvoFloat STATS_ExponentialRandomVariate_MP(TKernelVector, TalvoFloat b)
+{
+    STATS_ZigguratExpGenerator_MP::Reset();
+    TalvoFloat e = STATS_ZigguratExpGenerator_MP::Next();
+    return e * b;
+}
+
+TalvoFloat STATS_ExponentialRandomVariate_MP(TKernelVector kv, const TalvoFloat *params)
+{
+    TalvoFloat b = params[0];
+    return STATS_ExponentialRandomVariate_MP(kv, b);
+}
+
+STATS_ENTRY ALGEB STATS_TalvoExponentialProbability_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 2);
+    TalvoFloat x = f.real(1), b = f.real(2);
+    return STATS_DoubleToTalvoFloat_MP(kv, STATS_ExponentialProbability_MP(kv, x, b));
+}
+
+STATS_ENTRY ALGEB STATS_TalvoExponentialDeviate_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 2);
+    TalvoFloat p = f.real(1), b = f.real(2);
+    return STATS_DoubleToTalvoFloat_MP(kv, STATS_ExponentialDeviate_MP(kv, p, b));
+}
+
+STATS_ENTRY ALGEB STATS_TalvoExponentialRandomVariate_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 1);
+    TalvoFloat b = f.real(1);
+    return STATS_DoubleToTalvoFloat_MP(kv, STATS_ExponentialRandomVariate_MP(kv, b));
+}
+
+STATS_ENTRY ALGEB STATS_TalvoExponentialRandomSample_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 2);
+    int n = f.int32(1);
+    TalvoFloat b = f.real(2);
+    return stats::FillRandomSample(kv, n, [&] { return STATS_ExponentialRandomVariate_MP(kv, b); });
+}

@@ -1,0 +1,98 @@
+// entry_frame.cpp -- argument counts and conversions shared by every entry.
+#include "entry_frame.hpp"
+
+#include "talvo_utils.hpp"
+
+#include <cstring>
+#include <string_view>
+
+namespace stats {
+
+namespace {
+
+// Entries whose count message departs from "<entry> expects N arguments,
+// received: %1".  These texts are part of the interface and are kept exactly
+// as they stand, grammar included.  A message without %1 is raised with no
+// argument.
+struct IrregularCount {
+    const char *entry;
+    const char *message;
+};
+
+constexpr IrregularCount kIrregularCounts[] = {
+    {"TalvoUniformProbability", "TalvoUniformRandomVariate expects 3 arguments, received: %1"},
+    {"TalvoUniformDeviate", "TalvoUniformRandomVariate expects 3 arguments, received: %1"},
+    {"TalvoMoyalRandomVariate", "TalvoMoyalRandomVariate expects 2 argument, received: %1"},
+    {"TalvoInverseGaussianRandomVariate", "TalvoInverseGaussianRandomVariate expects 2 argument, received: %1"},
+    {"TalvoErrorRandomVariate", "expected 3 arguments, received: %1"},
+    {"TalvoErrorRandomSample", "expected 4 arguments, received: %1"},
+    {"TalvoNormalDeviateApprox", "TalvoNormalDeviateApprox expects 1 arguments, received: %1"},
+    {"TalvoNormalWApprox", "TalvoNormalDeviateApprox expects 1 arguments, received: %1"},
+    {"TalvoSelectRemove", "TalvoSelectRemove expects at least 3 arguments"},
+    {"TalvoSelectRemoveInRange", "TalvoSelectRemoveInRange expects 4 arguments"},
+    {"TalvoDiscreteInterpolationHybridLeft", "TalvoDiscreteInterpolationHybrid expects 7 arguments, received: %1"},
+    {"TalvoDiscreteInterpolationHybridRight", "TalvoDiscreteInterpolationHybrid expects 7 arguments, received: %1"},
+    {"TalvoDiscreteInterpolationHybridUnbound",
+     "TalvoDiscreteInterpolationHybrid expects 7 arguments, received: %1"},
+};
+
+const char *const kOrdinals[] = {"zeroth", "first", "second", "third", "fourth", "fifth",
+                                 "sixth",  "seventh", "eighth", "ninth", "tenth"};
+
+void Raise(TKernelVector kv, const std::string &message, ALGEB arg)
+{
+    if (message.find("%1") != std::string::npos)
+        TalvoRaiseError1(kv, message.c_str(), arg);
+    else
+        TalvoRaiseError(kv, message.c_str());
+}
+
+} // namespace
+
+std::string ShortEntryName(const char *entry)
+{
+    std::string_view n(entry);
+    if (n.starts_with("STATS_"))
+        n.remove_prefix(6);
+    if (n.ends_with("_MP"))
+        n.remove_suffix(3);
+    return std::string(n);
+}
+
+std::string CountMessage(const char *entry, ArgCount rule)
+{
+    std::string name = ShortEntryName(entry);
+    for (const IrregularCount &c : kIrregularCounts)
+        if (name == c.entry)
+            return c.message;
+    std::string count = std::to_string(rule.n);
+    if (rule.at_least)
+        count = "at least " + count;
+    else if (rule.alt >= 0)
+        count += " or " + std::to_string(rule.alt);
+    bool one = !rule.at_least && rule.alt < 0 && rule.n == 1;
+    return name + " expects " + count + (one ? " argument" : " arguments") + ", received: %1";
+}
+
+EntryFrame::EntryFrame(TKernelVector kv, ALGEB args, const char *entry, ArgCount rule)
+    : m_kv(kv), m_args(args), m_entry(entry), m_count(TalvoNumArgs(kv, args))
+{
+    if (!rule.accepts(m_count))
+        Raise(kv, CountMessage(entry, rule), args);
+}
+
+TalvoFloat EntryFrame::real(int i) const { return STATS_TalvoUtils_MP::TalvoDAGToDouble(arg(i)); }
+
+long EntryFrame::integer(int i) const { return STATS_DoubleToInteger_MP(real(i)); }
+
+ALGEB EntryFrame::procedure(int i) const
+{
+    ALGEB a = arg(i);
+    if (!IsTalvoProcedure(m_kv, a)) {
+        std::string place = i >= 0 && i < int(std::size(kOrdinals)) ? kOrdinals[i] : std::to_string(i) + "th";
+        Raise(m_kv, ShortEntryName(m_entry) + " expects a procedure as its " + place + " parameter, received: %1", a);
+    }
+    return a;
+}
+
+} // namespace stats

@@ -1,0 +1,31 @@
+// stats_entries.h -- the host entries of the statistics library.
+//
+// Every entry takes the kernel vector of the call and the expression sequence
+// of its arguments, and returns a host value or raises a host error.  The
+// host must call STATS_StatsInitialize_MP before any other entry.
+#pragma once
+
+#include "stats_api.h"
+
+#define STATS_DECLARE_ENTRY(name) STATS_ENTRY ALGEB name(TKernelVector kv, ALGEB args)
+
+// Lifecycle: both return true.  Initialisation happens once until terminated.
+STATS_DECLARE_ENTRY(STATS_StatsInitialize_MP);
+STATS_DECLARE_ENTRY(STATS_StatsTerminate_MP);
+
+// Weibull (x or p, scale, shape; a sample takes its length first).
+STATS_DECLARE_ENTRY(STATS_TalvoWeibullProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoWeibullDeviate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoWeibullRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoWeibullRandomSample_MP);
+
+// Normal (mu, sigma).  The sample's first argument is a length or an existing
+// array of rectangular storage and host-value elements, filled in place.
+STATS_DECLARE_ENTRY(STATS_TalvoNormalRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoNormalRandomSample_MP);
+
+// Exponential (scale).
+STATS_DECLARE_ENTRY(STATS_TalvoExponentialProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoExponentialDeviate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoExponentialRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoExponentialRandomSample_MP);
