@@ -32,6 +32,9 @@ public:
     long size() const;
     TalvoFloat *data() const { return m_data; }
     ALGEB source() const { return m_source; }
+    // The array whose data block is used: the source, a converted copy, or
+    // null when the source is empty.
+    ALGEB converted() const { return m_converted; }
 
 private:
     STATS_Vector_MP() = default;

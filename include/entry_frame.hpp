@@ -38,11 +38,11 @@ struct ArgCount {
 };
 
 // "STATS_TalvoWeibullProbability_MP" -> "TalvoWeibullProbability".
-std::string ShortEntryName(const char *entry);
+STATS_API std::string ShortEntryName(const char *entry);
 // The message for a wrong argument count of this entry.
-std::string CountMessage(const char *entry, ArgCount rule);
+STATS_API std::string CountMessage(const char *entry, ArgCount rule);
 
-class EntryFrame {
+class STATS_API EntryFrame {
 public:
     // Checks the count; raises the entry's count message when it is wrong.
     EntryFrame(TKernelVector kv, ALGEB args, const char *entry, int count)
