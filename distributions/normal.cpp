@@ -14,7 +14,13 @@ TalvoFloat STATS_NormalRandomVariate_MP(TKernelVector, TalvoFloat mu, TalvoFloat
 {
     STATS_ZigguratNormalGenerator_MP::Reset();
     TalvoFloat z = STATS_ZigguratNormalGenerator_MP::Next();
-    return mu + sigma * z;
+    // mu + sigma * z, product and sum each rounded, written into one new
+    // float: a sample's cost is then one allocation beyond the draw's.
+    ALGEB r = talvo_float_new(0);
+    mpfr_ptr v = talvo_float_mpfr(r);
+    mpfr_mul(v, sigma.mpfr(), z.mpfr(), MPFR_RNDN);
+    mpfr_add(v, v, mu.mpfr(), MPFR_RNDN);
+    return TalvoFloat::from_handle(r);
 }
 
 TalvoFloat STATS_NormalRandomVariate_MP(TKernelVector kv, const TalvoFloat *params)

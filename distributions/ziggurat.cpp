@@ -21,14 +21,6 @@ namespace {
 
 using Stream = STATS_TalvoRandomStream_MP;
 
-// hz * w with hz taken exactly, rounded once to the working precision.
-TalvoFloat ScaleByInteger(const TalvoFloat &w, int32_t hz)
-{
-    ALGEB r = talvo_float_new(0);
-    mpfr_mul_si(talvo_float_mpfr(r), w.mpfr(), hz, MPFR_RNDN);
-    return TalvoFloat::from_handle(r);
-}
-
 // |hz| < k, with |INT32_MIN| = 2^31 held exactly.
 inline bool InsideThreshold(int32_t hz, int k) { return std::llabs(static_cast<long long>(hz)) < k; }
 
@@ -80,7 +72,7 @@ TalvoFloat STATS_ZigguratNormalGenerator_MP::Next()
     for (;;) {
         int32_t hz = Stream::NextInteger();
         int i = hz & 255;
-        TalvoFloat x = ScaleByInteger(gW[i], hz);
+        TalvoFloat x = gW[i] * long(hz); // hz exact, one rounding
         if (i >= 2) {
             if (InsideThreshold(hz, gK[i]))
                 return x;
@@ -151,7 +143,7 @@ TalvoFloat STATS_ZigguratExpGenerator_MP::Next()
     for (;;) {
         int32_t hz = Stream::NextInteger();
         int i = hz & 255;
-        TalvoFloat x = ScaleByInteger(gW[i], hz);
+        TalvoFloat x = gW[i] * long(hz); // hz exact, one rounding
         if (i >= 2) {
             if (InsideThreshold(hz, gK[i]))
                 return x;

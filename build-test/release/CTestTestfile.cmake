@@ -6,6 +6,8 @@
 # testing this directory and lists subdirectories to be tested as well.
 subdirs("platform/float")
 subdirs("platform/kernel")
+subdirs("host")
+subdirs("distributions")
 subdirs("cli")
 subdirs("tests")
 subdirs("bench")

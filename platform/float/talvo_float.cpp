@@ -486,6 +486,13 @@ TalvoFloat operator/(double a, const TalvoFloat &b)
 
 TalvoFloat operator-(const TalvoFloat &a) { return apply(mpfr_neg, a); }
 
+TalvoFloat operator*(const TalvoFloat &a, long b)
+{
+    TalvoFloatObject *o = fresh();
+    mpfr_mul_si(&o->value, val(a), b, MPFR_RNDN);
+    return wrap(as_handle(o));
+}
+
 // ---------------------------------------------------------------------------
 // Comparisons (MPFR's predicates are false when either side is NaN)
 // ---------------------------------------------------------------------------

@@ -119,6 +119,8 @@ TALVO_FLOAT_API TalvoFloat operator*(const TalvoFloat &a, const TalvoFloat &b);
 TALVO_FLOAT_API TalvoFloat operator/(const TalvoFloat &a, const TalvoFloat &b);
 TALVO_FLOAT_API TalvoFloat operator/(double a, const TalvoFloat &b);
 TALVO_FLOAT_API TalvoFloat operator-(const TalvoFloat &a);
+// a * b with the integer b exact: one rounding.
+TALVO_FLOAT_API TalvoFloat operator*(const TalvoFloat &a, long b);
 
 // Comparisons: false whenever either side is undefined (except !=, true).
 TALVO_FLOAT_API bool operator==(const TalvoFloat &a, const TalvoFloat &b);

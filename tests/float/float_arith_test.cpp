@@ -673,3 +673,27 @@ TEST(FloatHost, BoundHostSuppliesMemoryConversionAndFunctions)
 }
 
 } // namespace
+
+// ---------------------------------------------------------------------------
+// Fused operations
+// ---------------------------------------------------------------------------
+
+TEST(FloatFused, IntegerProductRoundsOnce)
+{
+    std::mt19937_64 rng(11);
+    for (long digits : {5L, 15L, 50L, 300L}) {
+        DigitsScope d(digits);
+        mpfr_prec_t prec = talvo_float_precision();
+        Ref expected(prec);
+        for (int i = 0; i < 200; ++i) {
+            TalvoFloat x(random_double(rng));
+            long k = static_cast<long>(rng() >> 1) * ((rng() & 1) ? 1 : -1);
+            mpfr_mul_si(expected.v, x.mpfr(), k, MPFR_RNDN);
+            ASSERT_TRUE(same_value((x * k).mpfr(), expected.v)) << digits;
+        }
+    }
+    // The integer is exact even where a double could not hold it.
+    DigitsScope d(30);
+    EXPECT_TRUE((TalvoFloat(1.0) * LONG_MAX) == TalvoFloat::from_handle(talvo_float_parse("9223372036854775807", 0)));
+    EXPECT_TRUE(IsTalvoFloatUndefined(TalvoFloatUndefined() * 3L));
+}

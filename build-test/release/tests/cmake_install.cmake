@@ -57,3 +57,13 @@ if(NOT CMAKE_INSTALL_LOCAL_ONLY)
   include("/work/main/build-test/release/tests/hostlib/cmake_install.cmake")
 endif()
 
+if(NOT CMAKE_INSTALL_LOCAL_ONLY)
+  # Include the install script for the subdirectory.
+  include("/work/main/build-test/release/tests/host/cmake_install.cmake")
+endif()
+
+if(NOT CMAKE_INSTALL_LOCAL_ONLY)
+  # Include the install script for the subdirectory.
+  include("/work/main/build-test/release/tests/distributions/cmake_install.cmake")
+endif()
+
