@@ -24,6 +24,39 @@ using Stream = STATS_TalvoRandomStream_MP;
 // |hz| < k, with |INT32_MIN| = 2^31 held exactly.
 inline bool InsideThreshold(int32_t hz, int k) { return std::llabs(static_cast<long long>(hz)) < k; }
 
+// Builds generator G's tables at the current precision, when "Digits" has
+// risen above that of the last build.  f is the density, edge(d) the right
+// edge of the layer below the one whose right edge is d (the layer's area is
+// v: f(edge) = v / d + f(d)); the normal floors its base threshold, the
+// exponential truncates it.
+template <class G, class Density, class Edge>
+void BuildTables(Density f, Edge edge, bool floor_base)
+{
+    int digits = STATS_GetTalvoDigits_MP();
+    if (digits <= G::gDigits)
+        return;
+    TalvoFloat d = G::gD, t = d;
+    TalvoFloat q = G::gV / f(d);
+    TalvoFloat k0 = (d / q) * G::gM;
+    G::gK[0] = static_cast<int>(STATS_DoubleToInteger_MP(floor_base ? floor(k0) : k0));
+    G::gK[1] = 0;
+    G::gW[0] = q / G::gM;
+    G::gW[255] = d / G::gM;
+    G::gF[255] = f(d);
+    for (int i = 254; i >= 1; --i) {
+        d = edge(d);
+        G::gK[i + 1] = static_cast<int>(STATS_DoubleToInteger_MP((d / t) * G::gM));
+        t = d;
+        G::gF[i] = f(d);
+        G::gW[i] = d / G::gM;
+    }
+    // The top of layer 1, computed rather than set to 1, so that the layer
+    // has exactly the area v with the rounded constants.
+    d = G::gW[1] * G::gM;
+    G::gF[0] = f(d) + G::gV / d;
+    G::gDigits = digits;
+}
+
 } // namespace
 
 // ---------------------------------------------------------------------------
@@ -41,29 +74,9 @@ TalvoFloat STATS_ZigguratNormalGenerator_MP::gF[256];
 
 void STATS_ZigguratNormalGenerator_MP::Reset()
 {
-    int digits = STATS_GetTalvoDigits_MP();
-    if (digits <= gDigits)
-        return;
     auto f = [](const TalvoFloat &x) { return exp(gH * x * x); };
-    TalvoFloat d = gD, t = d;
-    TalvoFloat q = gV / f(d);
-    gK[0] = static_cast<int>(STATS_DoubleToInteger_MP(floor((d / q) * gM)));
-    gK[1] = 0;
-    gW[0] = q / gM;
-    gW[255] = d / gM;
-    gF[255] = f(d);
-    for (int i = 254; i >= 1; --i) {
-        d = sqrt(TalvoFloat(-2.0) * log(gV / d + f(d)));
-        gK[i + 1] = static_cast<int>(STATS_DoubleToInteger_MP((d / t) * gM));
-        t = d;
-        gF[i] = f(d);
-        gW[i] = d / gM;
-    }
-    // The top of layer 1, computed rather than set to 1, so that the layer
-    // has exactly the area v with the rounded constants.
-    d = gW[1] * gM;
-    gF[0] = f(d) + gV / d;
-    gDigits = digits;
+    BuildTables<STATS_ZigguratNormalGenerator_MP>(
+        f, [&](const TalvoFloat &d) { return sqrt(TalvoFloat(-2.0) * log(gV / d + f(d))); }, true);
 }
 
 TalvoFloat STATS_ZigguratNormalGenerator_MP::Next()
@@ -114,27 +127,8 @@ TalvoFloat STATS_ZigguratExpGenerator_MP::gF[256];
 
 void STATS_ZigguratExpGenerator_MP::Reset()
 {
-    int digits = STATS_GetTalvoDigits_MP();
-    if (digits <= gDigits)
-        return;
     auto f = [](const TalvoFloat &x) { return exp(-x); };
-    TalvoFloat d = gD, t = d;
-    TalvoFloat q = gV / f(d);
-    gK[0] = static_cast<int>(STATS_DoubleToInteger_MP((d / q) * gM));
-    gK[1] = 0;
-    gW[0] = q / gM;
-    gW[255] = d / gM;
-    gF[255] = f(d);
-    for (int i = 254; i >= 1; --i) {
-        d = -log(gV / d + f(d));
-        gK[i + 1] = static_cast<int>(STATS_DoubleToInteger_MP((d / t) * gM));
-        t = d;
-        gF[i] = f(d);
-        gW[i] = d / gM;
-    }
-    d = gW[1] * gM;
-    gF[0] = f(d) + gV / d;
-    gDigits = digits;
+    BuildTables<STATS_ZigguratExpGenerator_MP>(f, [&](const TalvoFloat &d) { return -log(gV / d + f(d)); }, false);
 }
 
 TalvoFloat STATS_ZigguratExpGenerator_MP::Next()
