@@ -36,6 +36,28 @@ constexpr IrregularCount kIrregularCounts[] = {
      "TalvoDiscreteInterpolationHybrid expects 7 arguments, received: %1"},
 };
 
+// Entries whose procedure message names another entry of their family: the
+// family shares one text.
+struct SharedProcedureName {
+    const char *entry;
+    const char *name;
+};
+
+constexpr SharedProcedureName kSharedProcedureNames[] = {
+    {"TalvoBrentMethodHybridRight", "TalvoBrentMethodHybridUnbound"},
+    {"TalvoDiscreteInterpolationHybridRight", "TalvoDiscreteInterpolationHybridLeft"},
+    {"TalvoDiscreteInterpolationHybridUnbound", "TalvoDiscreteInterpolationHybridLeft"},
+};
+
+std::string ProcedureMessageName(const char *entry)
+{
+    std::string name = ShortEntryName(entry);
+    for (const SharedProcedureName &s : kSharedProcedureNames)
+        if (name == s.entry)
+            return s.name;
+    return name;
+}
+
 const char *const kOrdinals[] = {"zeroth", "first", "second", "third", "fourth", "fifth",
                                  "sixth",  "seventh", "eighth", "ninth", "tenth"};
 
@@ -90,7 +112,7 @@ ALGEB EntryFrame::procedure(int i) const
     ALGEB a = arg(i);
     if (!IsTalvoProcedure(m_kv, a)) {
         std::string place = i >= 0 && i < int(std::size(kOrdinals)) ? kOrdinals[i] : std::to_string(i) + "th";
-        Raise(m_kv, ShortEntryName(m_entry) + " expects a procedure as its " + place + " parameter, received: %1", a);
+        Raise(m_kv, ProcedureMessageName(m_entry) + " expects a procedure as its " + place + " parameter, received: %1", a);
     }
     return a;
 }

@@ -29,3 +29,20 @@ STATS_DECLARE_ENTRY(STATS_TalvoExponentialProbability_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoExponentialDeviate_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoExponentialRandomVariate_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoExponentialRandomSample_MP);
+
+// Root finding.  Brent (y, procedure, a, b or the four floats of the hybrid
+// form, k, maxIterations) and Newton-Raphson (y, f, f', ...) search at
+// "Digits" + 3 with tolerance k * 10^-Digits and return the root at the
+// caller's "Digits"; the discrete search (y, procedure, bounds, integer
+// points, maxIterations) returns an integer.
+STATS_DECLARE_ENTRY(STATS_TalvoBrentMethod_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoBrentMethodHybridLeft_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoBrentMethodHybridRight_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoBrentMethodHybridUnbound_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoNewtonRaphson_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoNewtonRaphsonSafe_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoNewtonRaphsonHybrid_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoDiscreteInterpolation_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoDiscreteInterpolationHybridLeft_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoDiscreteInterpolationHybridRight_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoDiscreteInterpolationHybridUnbound_MP);

@@ -1,0 +1,216 @@
+// brent.cpp -- Brent's zero finder and its secant-marching hybrids.
+//
+// R. P. Brent, "Algorithms for Minimization without Derivatives" (1973),
+// chapter 4: inverse quadratic interpolation with a bisection safeguard,
+// applied to g(x) = f(x) - y.
+#include "rootfinding.hpp"
+
+#include "entry_frame.hpp"
+#include "entry_precision.hpp"
+#include "stats_entries.h"
+
+namespace {
+
+bool SameStrictSign(const TalvoFloat &a, const TalvoFloat &b) { return (a > 0L && b > 0L) || (a < 0L && b < 0L); }
+
+const char *const kNotNondecreasing = "specified function is not a nondecreasing function.";
+const char *const kHybridNoConvergence = "BrentMethodHybrid was not able to converge on the specified root.";
+const char *const kOutsideBounds = "the specified approximation point must be between function bounds.";
+
+} // namespace
+
+TalvoFloat STATS_BrentMethod_MP(TKernelVector kv, TalvoFloat y, STATS_TalvoCallbackAdapter_MP &f, TalvoFloat a,
+                                TalvoFloat b, TalvoFloat tol, int maxIterations)
+{
+    TalvoFloat fa = f.Call(a) - y, fb = f.Call(b) - y;
+    if (SameStrictSign(fa, fb)) {
+        TalvoRaiseError(kv, "root must be bracketed by lower and upper boundaries.");
+        return TalvoFloat(0.0);
+    }
+    TalvoFloat c = b, fc = fb, d(0.0), e(0.0);
+    for (int iteration = 0; iteration < maxIterations; ++iteration) {
+        if (SameStrictSign(fb, fc)) {
+            c = a;
+            fc = fa;
+            d = b - a;
+            e = d;
+        }
+        if (fabs(fc) < fabs(fb)) {
+            a = b;
+            b = c;
+            c = a;
+            fa = fb;
+            fb = fc;
+            fc = fa;
+        }
+        // The relative part of the tolerance is tol itself: the search runs
+        // three digits above the precision tol was derived from.
+        TalvoFloat tol1 = TalvoFloat(2.0) * tol * fabs(b) + TalvoFloat(0.5) * tol;
+        TalvoFloat xm = TalvoFloat(0.5) * (c - b);
+        if (fabs(xm) <= tol1 || fb == TalvoFloat(0.0))
+            return b;
+        if (fabs(e) >= tol1 && fabs(fa) > fabs(fb)) {
+            TalvoFloat s = fb / fa, p, q;
+            if (a == c) { // secant
+                p = TalvoFloat(2.0) * xm * s;
+                q = TalvoFloat(1.0) - s;
+            } else { // inverse quadratic interpolation
+                TalvoFloat r = fb / fc;
+                q = fa / fc;
+                p = s * (TalvoFloat(2.0) * xm * q * (q - r) - (b - a) * (r - TalvoFloat(1.0)));
+                q = (q - TalvoFloat(1.0)) * (r - TalvoFloat(1.0)) * (s - TalvoFloat(1.0));
+            }
+            if (p > 0L)
+                q = -q;
+            p = fabs(p);
+            TalvoFloat min1 = TalvoFloat(3.0) * xm * q - fabs(tol1 * q), min2 = fabs(e * q);
+            if (TalvoFloat(2.0) * p < (min1 < min2 ? min1 : min2)) {
+                e = d;
+                d = p / q;
+            } else {
+                d = xm;
+                e = d;
+            }
+        } else {
+            d = xm;
+            e = d;
+        }
+        a = b;
+        fa = fb;
+        b = fabs(d) > tol1 ? b + d : b + Sign(tol1, xm);
+        fb = f.Call(b) - y;
+    }
+    TalvoRaiseError(kv, "maximum number of iterations exceeded in Brent root finding.");
+    return TalvoFloat(0.0);
+}
+
+// The root lies right of xl, where f takes the value lowerBound < y.  Each
+// secant through the last two points is followed to where it reaches the
+// upper value bound, so the march overshoots y and brackets it.
+TalvoFloat STATS_BrentMethodHybridLeft_MP(TKernelVector kv, TalvoFloat y, STATS_TalvoCallbackAdapter_MP &f,
+                                          TalvoFloat lowerBound, TalvoFloat upperBound, TalvoFloat leftBarrier,
+                                          TalvoFloat initialPoint, TalvoFloat tol, int maxIterations)
+{
+    if (initialPoint <= leftBarrier)
+        TalvoRaiseError(kv, "the specified initial point must be greater than the left barrier.");
+    if (y < lowerBound || y > upperBound)
+        TalvoRaiseError(kv, kOutsideBounds);
+    TalvoFloat xl = leftBarrier, fl = lowerBound, x = initialPoint, fx = f.Call(x);
+    for (int round = 0; round < maxIterations; ++round) {
+        if (fx >= y)
+            return STATS_BrentMethod_MP(kv, y, f, xl, x, tol, maxIterations - round);
+        TalvoFloat s = (fx - fl) / (x - xl);
+        TalvoFloat c0 = fl - s * xl;
+        xl = x;
+        x = (upperBound - c0) / s;
+        if (x < xl)
+            TalvoRaiseError(kv, kNotNondecreasing);
+        fl = fx;
+        fx = f.Call(x);
+        if (fx < fl)
+            TalvoRaiseError(kv, kNotNondecreasing);
+        if (fx == fl)
+            TalvoRaiseError(kv, kHybridNoConvergence);
+    }
+    TalvoRaiseError(kv, kHybridNoConvergence);
+    return TalvoFloat(0.0);
+}
+
+// The mirror image: the root lies left of xr, where f takes upperBound > y.
+TalvoFloat STATS_BrentMethodHybridRight_MP(TKernelVector kv, TalvoFloat y, STATS_TalvoCallbackAdapter_MP &f,
+                                           TalvoFloat lowerBound, TalvoFloat upperBound, TalvoFloat initialPoint,
+                                           TalvoFloat rightBarrier, TalvoFloat tol, int maxIterations)
+{
+    if (initialPoint >= rightBarrier)
+        TalvoRaiseError(kv, "the specified initial point must be less than the right barrier.");
+    if (y < lowerBound || y > upperBound)
+        TalvoRaiseError(kv, kOutsideBounds);
+    TalvoFloat x = initialPoint, fx = f.Call(x), xr = rightBarrier, fr = upperBound;
+    for (int round = 0; round < maxIterations; ++round) {
+        if (fx <= y)
+            return STATS_BrentMethod_MP(kv, y, f, x, xr, tol, maxIterations - round);
+        TalvoFloat s = (fr - fx) / (xr - x);
+        TalvoFloat c0 = fx - s * x;
+        xr = x;
+        x = (lowerBound - c0) / s;
+        if (xr < x)
+            TalvoRaiseError(kv, kNotNondecreasing);
+        fr = fx;
+        fx = f.Call(x);
+        if (fr < fx)
+            TalvoRaiseError(kv, kNotNondecreasing);
+        if (fr == fx)
+            TalvoRaiseError(kv, kHybridNoConvergence);
+    }
+    TalvoRaiseError(kv, kHybridNoConvergence);
+    return TalvoFloat(0.0);
+}
+
+TalvoFloat STATS_BrentMethodHybridUnbound_MP(TKernelVector kv, TalvoFloat y, STATS_TalvoCallbackAdapter_MP &f,
+                                             TalvoFloat lowerBound, TalvoFloat upperBound, TalvoFloat initialPoint1,
+                                             TalvoFloat initialPoint2, TalvoFloat tol, int maxIterations)
+{
+    if (initialPoint1 == initialPoint2)
+        TalvoRaiseError(kv,
+                        "BrentMethodHybridUnbound requires distinct initial points (InitPoint1 != InitPoint2).");
+    TalvoFloat lo = initialPoint1 < initialPoint2 ? initialPoint1 : initialPoint2;
+    TalvoFloat hi = initialPoint1 < initialPoint2 ? initialPoint2 : initialPoint1;
+    TalvoFloat flo = f.Call(lo), fhi = f.Call(hi);
+    if (flo == y)
+        return lo;
+    if (fhi == y)
+        return hi;
+    if (flo < y)
+        return STATS_BrentMethodHybridLeft_MP(kv, y, f, flo, upperBound, lo, hi, tol, maxIterations);
+    return STATS_BrentMethodHybridRight_MP(kv, y, f, lowerBound, fhi, lo, hi, tol, maxIterations);
+}
+
+// ---------------------------------------------------------------------------
+// Host entries: y, procedure, the floats of the inner function in its order,
+// k and maxIterations.  The search runs at "Digits" + 3 with the absolute
+// tolerance k * 10^-Digits; the root comes back at the caller's "Digits".
+// ---------------------------------------------------------------------------
+
+namespace {
+
+using HybridForm = TalvoFloat (*)(TKernelVector, TalvoFloat, STATS_TalvoCallbackAdapter_MP &, TalvoFloat, TalvoFloat,
+                                  TalvoFloat, TalvoFloat, TalvoFloat, int);
+
+ALGEB HybridEntry(TKernelVector kv, ALGEB args, const char *entry, HybridForm form)
+{
+    stats::EntryFrame f(kv, args, entry, 8);
+    TalvoFloat y = f.real(1);
+    STATS_TalvoProcAdapter_MP g(kv, f.procedure(2));
+    TalvoFloat p3 = f.real(3), p4 = f.real(4), p5 = f.real(5), p6 = f.real(6);
+    int32_t k = f.int32(7), maxIterations = f.int32(8);
+    stats::RaisedDigits precision(kv, TalvoFloat(double(k)));
+    return precision.Result(form(kv, y, g, p3, p4, p5, p6, precision.tolerance(), maxIterations));
+}
+
+} // namespace
+
+STATS_ENTRY ALGEB STATS_TalvoBrentMethod_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 6);
+    TalvoFloat y = f.real(1);
+    STATS_TalvoProcAdapter_MP g(kv, f.procedure(2));
+    TalvoFloat a = f.real(3), b = f.real(4);
+    int32_t k = f.int32(5), maxIterations = f.int32(6);
+    stats::RaisedDigits precision(kv, TalvoFloat(double(k)));
+    return precision.Result(STATS_BrentMethod_MP(kv, y, g, a, b, precision.tolerance(), maxIterations));
+}
+
+STATS_ENTRY ALGEB STATS_TalvoBrentMethodHybridLeft_MP(TKernelVector kv, ALGEB args)
+{
+    return HybridEntry(kv, args, __func__, STATS_BrentMethodHybridLeft_MP);
+}
+
+STATS_ENTRY ALGEB STATS_TalvoBrentMethodHybridRight_MP(TKernelVector kv, ALGEB args)
+{
+    return HybridEntry(kv, args, __func__, STATS_BrentMethodHybridRight_MP);
+}
+
+STATS_ENTRY ALGEB STATS_TalvoBrentMethodHybridUnbound_MP(TKernelVector kv, ALGEB args)
+{
+    return HybridEntry(kv, args, __func__, STATS_BrentMethodHybridUnbound_MP);
+}
