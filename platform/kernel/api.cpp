@@ -410,6 +410,32 @@ void k_UserInfo(TKernelVector, int level, const char *topic, const char *text)
         std::fprintf(stderr, "%s\n", text);
 }
 
+T_BOOL k_IsRange(TKernelVector, ALGEB a) { return a != nullptr && is_range(a); }
+
+ALGEB k_RangeEnd(TKernelVector, ALGEB r, M_INT i)
+{
+    check_handle(r, "RangeEnd");
+    if (!is_range(r))
+        raise("RangeEnd: expecting a range, got %1", r);
+    if (i != 1 && i != 2)
+        raise_plain("RangeEnd: the end must be 1 (lower) or 2 (upper)");
+    return op(r, static_cast<size_t>(i));
+}
+
+ALGEB k_NewRange(TKernelVector, ALGEB lo, ALGEB hi)
+{
+    check_handle(lo, "NewRange");
+    check_handle(hi, "NewRange");
+    return make_range(lo, hi);
+}
+
+ALGEB k_NewEquation(TKernelVector, ALGEB lhs, ALGEB rhs)
+{
+    check_handle(lhs, "NewEquation");
+    check_handle(rhs, "NewEquation");
+    return make_equation(lhs, rhs);
+}
+
 const TKernelVectorDesc kKernel = {
     sizeof(TKernelVectorDesc),
     TALVO_KERNEL_VERSION,
@@ -481,6 +507,10 @@ const TKernelVectorDesc kKernel = {
     k_RaiseError1,
     k_RaiseError2,
     k_UserInfo,
+    k_IsRange,
+    k_RangeEnd,
+    k_NewRange,
+    k_NewEquation,
 };
 
 // ---------------------------------------------------------------------------
