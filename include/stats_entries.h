@@ -29,3 +29,41 @@ STATS_DECLARE_ENTRY(STATS_TalvoExponentialProbability_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoExponentialDeviate_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoExponentialRandomVariate_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoExponentialRandomSample_MP);
+
+// Means, moments and deviations of a data sample with optional weights (an
+// empty weights array: unweighted) and a flag telling whether pairs holding
+// an undefined value are dropped.
+//   Mean (data, weights, ignore, meantype)
+//   WinsorizedMean, TrimmedMean (data, lower percentile, upper percentile,
+//     weights, ignore, meantype)
+//   Moment (data, order or list of orders, origin, weights, ignore)
+//   AbsoluteDeviation (data, origin, weights, ignore)
+//   ExpectedValue (procedure, data, weights, ignore)
+STATS_DECLARE_ENTRY(STATS_TalvoMean_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoWinsorizedMean_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoTrimmedMean_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoMoment_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoAbsoluteDeviation_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoExpectedValue_MP);
+
+// Tallies, counts into bins, discretisation, counts and running results.
+//   Tally, TalvoTallySorted (data, weights): a table value = count
+//   TallyInto (data, weights, ignore, list of ranges, bins per range)
+//   FrequencyData (data, weights, ignore, range, bins)
+//   Discretize (data, grid points, left, right, weights, ignore, scale)
+//   Cumulative (data, weights, output array, mode)
+//   CountMissing (data, weights); Count (data, weights, ignore)
+//   EvaluateToFloat (array)
+STATS_DECLARE_ENTRY(STATS_TalvoTally_MP);
+STATS_DECLARE_ENTRY(TalvoTallySorted);
+STATS_DECLARE_ENTRY(STATS_TalvoTallyInto_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoFrequencyData_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoDiscretize_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoCumulative_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoCountMissing_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoCount_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoEvaluateToFloat_MP);
+
+// Covariance (x, y, weights, missing-data mode): the list [Sxy, Sxx, Syy,
+// total weight] of centred sums.
+STATS_DECLARE_ENTRY(STATS_TalvoCovariance_MP);

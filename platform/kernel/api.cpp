@@ -436,6 +436,8 @@ ALGEB k_NewEquation(TKernelVector, ALGEB lhs, ALGEB rhs)
     return make_equation(lhs, rhs);
 }
 
+M_INT k_ListLength(TKernelVector, ALGEB l) { return M_INT(seq_count(op(checked_list(l, "ListLength"), 1))); }
+
 const TKernelVectorDesc kKernel = {
     sizeof(TKernelVectorDesc),
     TALVO_KERNEL_VERSION,
@@ -511,6 +513,7 @@ const TKernelVectorDesc kKernel = {
     k_RangeEnd,
     k_NewRange,
     k_NewEquation,
+    k_ListLength,
 };
 
 // ---------------------------------------------------------------------------
@@ -535,9 +538,11 @@ std::unordered_set<std::string> &misses()
     return m;
 }
 
+// Library entries: the STATS_ and sw_ names, and the one entry of the
+// statistics library exported without its prefix.
 bool entry_name(std::string_view n)
 {
-    return n.starts_with("STATS_") || n.starts_with("sw_");
+    return n.starts_with("STATS_") || n.starts_with("sw_") || n == "TalvoTallySorted";
 }
 
 bool array_convention(std::string_view n) { return n.starts_with("sw_") || n.starts_with("STATS_g02"); }

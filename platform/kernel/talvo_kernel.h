@@ -234,6 +234,7 @@ struct TKernelVectorDesc_ {
     ALGEB (*RangeEnd)(TKernelVector, ALGEB r, M_INT i); /* 1: lower end, 2: upper end */
     ALGEB (*NewRange)(TKernelVector, ALGEB lo, ALGEB hi);
     ALGEB (*NewEquation)(TKernelVector, ALGEB lhs, ALGEB rhs);
+    M_INT (*ListLength)(TKernelVector, ALGEB l);
 };
 
 #define TALVO_KERNEL_VERSION 1
@@ -365,6 +366,7 @@ static inline ALGEB TalvoRangeLow(TKernelVector kv, ALGEB r) { return kv->RangeE
 static inline ALGEB TalvoRangeHigh(TKernelVector kv, ALGEB r) { return kv->RangeEnd(kv, r, 2); }
 static inline ALGEB ToTalvoRange(TKernelVector kv, ALGEB lo, ALGEB hi) { return kv->NewRange(kv, lo, hi); }
 static inline ALGEB ToTalvoEquation(TKernelVector kv, ALGEB lhs, ALGEB rhs) { return kv->NewEquation(kv, lhs, rhs); }
+static inline M_INT TalvoListLength(TKernelVector kv, ALGEB l) { return kv->ListLength(kv, l); }
 
 #ifdef __cplusplus
 }

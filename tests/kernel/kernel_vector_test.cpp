@@ -71,6 +71,10 @@ TEST(KernelVector, SequencesListsTables)
     TalvoListAssign(kv(), l, 2, make_integer(9));
     EXPECT_EQ(print(l), "[NULL, 9]");
     EXPECT_EQ(print(TalvoListSelect(kv(), l, 2)), "9");
+    EXPECT_EQ(TalvoListLength(kv(), l), 2);
+    EXPECT_EQ(TalvoListLength(kv(), run("[];")), 0);
+    EXPECT_EQ(TalvoListLength(kv(), run("[7];")), 1);
+    EXPECT_EQ(raised([] { TalvoListLength(kv(), make_integer(3)); }), "ListLength: expecting a list, got 3");
     ALGEB t = TalvoTableAlloc(kv());
     TalvoTableAssign(kv(), t, intern("k"), make_integer(4));
     EXPECT_TRUE(TalvoTableHasEntry(kv(), t, intern("k")));
