@@ -404,6 +404,9 @@ void k_UserInfo(TKernelVector, int level, const char *topic, const char *text)
 {
     if (text == nullptr || level > info_level(topic))
         return;
+    // What was printed before the message comes before it, also when both
+    // streams go to one file.
+    std::fflush(stdout);
     if (topic != nullptr && *topic != '\0')
         std::fprintf(stderr, "%s: %s\n", topic, text);
     else
