@@ -64,21 +64,22 @@ typedef enum {
 
 typedef enum { Nag_Ascending = 1597, Nag_Descending = 1598 } Nag_SortOrder;
 
-// Error codes.
+// Error codes.  The values are fixed: callers map some of them to their own
+// messages (a summary routine's 5 for a negative weight, 11 for too few values).
 enum {
     NE_NOERROR = 0,
-    NE_BAD_PARAM = 1,      // an enumeration argument has a value the routine does not accept
-    NE_REAL_ARG_LT = 2,    // a real argument is below its lower bound
-    NE_REAL_ARG_LE = 3,    // a real argument is at or below its (excluded) lower bound
-    NE_REAL_ARG_GT = 4,    // a real argument is above its upper bound
-    NE_REAL_ARG_GE = 5,    // a real argument is at or above its (excluded) upper bound
-    NE_INT_ARG_LT = 6,     // an integer argument is below its lower bound
-    NE_REAL_ARG_NAN = 7,   // a real argument is undefined
-    NE_REAL_ARG_INF = 8,   // a parameter that must be finite is infinite
-    NE_ARG_COMBINATION = 9, // arguments valid one by one but not together (k > n, ...)
-    NE_CONV = 10,          // the iteration limit was reached before the requested accuracy
-    NE_TOO_COSTLY = 11,    // the parameters need more work than the routine allows
-    NE_ACCURACY = 12       // the requested accuracy could not be reached
+    NE_BAD_PARAM = 1,       // an enumeration argument has a value the routine does not accept
+    NE_REAL_ARG_LE = 2,     // a real argument is at or below its (excluded) lower bound
+    NE_REAL_ARG_GT = 3,     // a real argument is above its upper bound
+    NE_REAL_ARG_GE = 4,     // a real argument is at or above its (excluded) upper bound
+    NE_REAL_ARG_LT = 5,     // a real argument is below its lower bound
+    NE_REAL_ARG_NAN = 6,    // a real argument is undefined
+    NE_REAL_ARG_INF = 7,    // a parameter that must be finite is infinite
+    NE_ARG_COMBINATION = 8, // arguments valid one by one but not together (k > n, ...)
+    NE_CONV = 9,            // the iteration limit was reached before the requested accuracy
+    NE_TOO_COSTLY = 10,     // the parameters need more work than the routine allows
+    NE_INT_ARG_LT = 11,     // an integer argument is below its lower bound
+    NE_ACCURACY = 12        // the requested accuracy could not be reached
 };
 
 #define NAG_ERROR_BUF_LEN 512
