@@ -14,8 +14,10 @@ namespace {
 
 inline bool Undefined(const TalvoFloat &x) { return IsTalvoFloatUndefined(x); }
 
-// The two predicates of the order in which undefined is greater than every
-// defined value (x is the element scanned, p the reference).
+// The order in which undefined is greater than every defined value: less(x,
+// p) for the element scanned (x) and the reference (p).  Its mirror,
+// greater(x, p) (false if p is undefined, true if x is, else x > p), is only
+// needed by the selection's downward scan, which uses it in a reduced form.
 inline bool Less(const TalvoFloat &x, const TalvoFloat &p)
 {
     if (Undefined(x))
@@ -23,15 +25,6 @@ inline bool Less(const TalvoFloat &x, const TalvoFloat &p)
     if (Undefined(p))
         return true;
     return x < p;
-}
-
-inline bool Greater(const TalvoFloat &x, const TalvoFloat &p)
-{
-    if (Undefined(p))
-        return false;
-    if (Undefined(x))
-        return true;
-    return x > p;
 }
 
 // One array of values.
@@ -266,13 +259,27 @@ TalvoFloat QuickSelect(const S &s, int n, int k)
         Order(s, l, l + 1);
         int i = l + 1, j = ir;
         typename S::Held pivot = s.hold(l + 1);
+        // The scans test less(a[i], pivot) and greater(a[j], pivot).  With a
+        // defined pivot they reduce to one comparison each, since the float
+        // class's comparisons are false for an undefined side: less is a[i] <
+        // pivot, and greater is !(a[j] <= pivot).  With an undefined pivot,
+        // less is "a[i] is defined" and greater is never true.
+        const TalvoFloat &pv = pivot.v;
+        bool undefinedPivot = Undefined(pv);
         for (;;) {
-            do
-                ++i;
-            while (Less(a[i], pivot.v));
-            do
+            if (!undefinedPivot) {
+                do
+                    ++i;
+                while (a[i] < pv);
+                do
+                    --j;
+                while (!(a[j] <= pv));
+            } else {
+                do
+                    ++i;
+                while (!Undefined(a[i]));
                 --j;
-            while (Greater(a[j], pivot.v));
+            }
             if (j < i)
                 break;
             s.swap(i, j);

@@ -47,6 +47,12 @@ constexpr IrregularCount kIrregularCounts[] = {
     {"TalvoCount", "expected 3 arguments, received: %1"},
     {"TalvoEvaluateToFloat", "expected one argument, received: %1"},
     {"TalvoCovariance", "expected 4 arguments, received: %1"},
+    {"TalvoQuantile", "expected 6 arguments, received: %1"},
+    {"TalvoOrderStatistic", "TalvoOrderStatistic expects 4 arguments, received: %1"},
+    {"TalvoMedian", "expected 4 arguments, received: %1"},
+    {"TalvoMedianDeviation", "TalvoAbsoluteDeviation expects 3 arguments, received: %1"},
+    {"TalvoFivePointSummary", "expected two arguments, received: %1"},
+    {"TalvoStatisticSummary", "expected 3 arguments, received: %1"},
 };
 
 const char *const kOrdinals[] = {"zeroth", "first", "second", "third", "fourth", "fifth",
