@@ -642,6 +642,10 @@ ALGEB call_external(ALGEB entry, ALGEB args)
                 a[i] = seq_elem(args, i);
             result = reinterpret_cast<TalvoArrayEntry>(e->fn)(&kKernel, a.data());
         } else {
+            // An entry always receives a sequence: a single list argument
+            // is one argument, not the list's elements.
+            if (!is_expseq(args))
+                args = make_expseq(&args, 1);
             result = reinterpret_cast<TalvoEntry>(e->fn)(&kKernel, args);
         }
     } catch (HostError &err) {
