@@ -24,9 +24,11 @@ RTableSettings FloatArraySettings(TKernelVector kv)
 
 bool KnownDataType(int datatype) { return datatype >= RTABLE_DAG && datatype <= RTABLE_FLOAT32; }
 
+} // namespace
+
 // Element i (0-based, in storage order) of a rectangular data block of a
 // known data type.
-RTableData ReadElement(const void *block, int datatype, long i)
+RTableData STATS_RTableBlockElement_MP(const void *block, int datatype, long i)
 {
     RTableData d;
     std::memset(&d, 0, sizeof d);
@@ -37,7 +39,7 @@ RTableData ReadElement(const void *block, int datatype, long i)
 
 // One element as a float, by the source's data type code.  An element with
 // no real value raises "unable to evaluate %1 to floating-point".
-TalvoFloat ConvertElement(TKernelVector kv, const RTableData &d, int datatype)
+TalvoFloat STATS_RTableElementToFloat_MP(TKernelVector kv, const RTableData &d, int datatype)
 {
     switch (datatype) {
     case RTABLE_DAG: {
@@ -73,7 +75,6 @@ TalvoFloat ConvertElement(TKernelVector kv, const RTableData &d, int datatype)
     }
 }
 
-} // namespace
 
 // Delegating to the default constructor makes the object complete before
 // SetData runs, so an error raised by the conversion runs the destructor and
@@ -139,7 +140,7 @@ void STATS_Vector_MP::ConvertData(TKernelVector kv, STATS_Vector_MP *v)
     if (s.storage == RTABLE_RECT) {
         const void *block = RTableDataBlock(kv, src);
         for (long i = 0; i < n; ++i)
-            v->m_data[i] = ConvertElement(kv, ReadElement(block, s.data_type, i), s.data_type);
+            v->m_data[i] = STATS_RTableElementToFloat_MP(kv, STATS_RTableBlockElement_MP(block, s.data_type, i), s.data_type);
     } else {
         M_INT index[2] = {RTableLowerBound(kv, src, 1), 1};
         if (RTableNumDimensions(kv, src) == 2)
@@ -147,7 +148,7 @@ void STATS_Vector_MP::ConvertData(TKernelVector kv, STATS_Vector_MP *v)
         M_INT lo = index[0];
         for (long i = 0; i < n; ++i) {
             index[0] = lo + i;
-            v->m_data[i] = ConvertElement(kv, RTableSelect(kv, src, index), s.data_type);
+            v->m_data[i] = STATS_RTableElementToFloat_MP(kv, RTableSelect(kv, src, index), s.data_type);
         }
     }
 }

@@ -101,9 +101,12 @@ size_t checked_size(M_INT n, const char *what)
 // The operations
 // ---------------------------------------------------------------------------
 
+// The elements of an expression sequence, or of a list (its sequence).
 M_INT k_NumArgs(TKernelVector, ALGEB s)
 {
     check_handle(s, "NumArgs");
+    if (is_list(s))
+        return M_INT(seq_count(op(s, 1)));
     return M_INT(seq_count(s));
 }
 
@@ -404,11 +407,42 @@ void k_UserInfo(TKernelVector, int level, const char *topic, const char *text)
 {
     if (text == nullptr || level > info_level(topic))
         return;
+    // What was printed before the message comes before it, also when both
+    // streams go to one file.
+    std::fflush(stdout);
     if (topic != nullptr && *topic != '\0')
         std::fprintf(stderr, "%s: %s\n", topic, text);
     else
         std::fprintf(stderr, "%s\n", text);
 }
+
+T_BOOL k_IsRange(TKernelVector, ALGEB a) { return a != nullptr && is_range(a); }
+
+ALGEB k_RangeEnd(TKernelVector, ALGEB r, M_INT i)
+{
+    check_handle(r, "RangeEnd");
+    if (!is_range(r))
+        raise("RangeEnd: expecting a range, got %1", r);
+    if (i != 1 && i != 2)
+        raise_plain("RangeEnd: the end must be 1 (lower) or 2 (upper)");
+    return op(r, static_cast<size_t>(i));
+}
+
+ALGEB k_NewRange(TKernelVector, ALGEB lo, ALGEB hi)
+{
+    check_handle(lo, "NewRange");
+    check_handle(hi, "NewRange");
+    return make_range(lo, hi);
+}
+
+ALGEB k_NewEquation(TKernelVector, ALGEB lhs, ALGEB rhs)
+{
+    check_handle(lhs, "NewEquation");
+    check_handle(rhs, "NewEquation");
+    return make_equation(lhs, rhs);
+}
+
+M_INT k_ListLength(TKernelVector, ALGEB l) { return M_INT(seq_count(op(checked_list(l, "ListLength"), 1))); }
 
 const TKernelVectorDesc kKernel = {
     sizeof(TKernelVectorDesc),
@@ -481,6 +515,11 @@ const TKernelVectorDesc kKernel = {
     k_RaiseError1,
     k_RaiseError2,
     k_UserInfo,
+    k_IsRange,
+    k_RangeEnd,
+    k_NewRange,
+    k_NewEquation,
+    k_ListLength,
 };
 
 // ---------------------------------------------------------------------------
@@ -505,9 +544,11 @@ std::unordered_set<std::string> &misses()
     return m;
 }
 
+// Library entries: the STATS_ and sw_ names, and the one entry of the
+// statistics library exported without its prefix.
 bool entry_name(std::string_view n)
 {
-    return n.starts_with("STATS_") || n.starts_with("sw_");
+    return n.starts_with("STATS_") || n.starts_with("sw_") || n == "TalvoTallySorted";
 }
 
 bool array_convention(std::string_view n) { return n.starts_with("sw_") || n.starts_with("STATS_g02"); }
@@ -601,6 +642,10 @@ ALGEB call_external(ALGEB entry, ALGEB args)
                 a[i] = seq_elem(args, i);
             result = reinterpret_cast<TalvoArrayEntry>(e->fn)(&kKernel, a.data());
         } else {
+            // An entry always receives a sequence: a single list argument
+            // is one argument, not the list's elements.
+            if (!is_expseq(args))
+                args = make_expseq(&args, 1);
             result = reinterpret_cast<TalvoEntry>(e->fn)(&kKernel, args);
         }
     } catch (HostError &err) {

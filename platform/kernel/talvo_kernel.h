@@ -228,6 +228,13 @@ struct TKernelVectorDesc_ {
     void (*RaiseError1)(TKernelVector, const char *msg, ALGEB arg1);
     void (*RaiseError2)(TKernelVector, const char *msg, ALGEB arg1, ALGEB arg2);
     void (*UserInfo)(TKernelVector, int level, const char *topic, const char *text);
+
+    /* ranges a..b and equations a = b */
+    T_BOOL (*IsRange)(TKernelVector, ALGEB);
+    ALGEB (*RangeEnd)(TKernelVector, ALGEB r, M_INT i); /* 1: lower end, 2: upper end */
+    ALGEB (*NewRange)(TKernelVector, ALGEB lo, ALGEB hi);
+    ALGEB (*NewEquation)(TKernelVector, ALGEB lhs, ALGEB rhs);
+    M_INT (*ListLength)(TKernelVector, ALGEB l);
 };
 
 #define TALVO_KERNEL_VERSION 1
@@ -352,6 +359,14 @@ static inline void TalvoRaiseError(TKernelVector kv, const char *msg) { kv->Rais
 static inline void TalvoRaiseError1(TKernelVector kv, const char *msg, ALGEB a1) { kv->RaiseError1(kv, msg, a1); }
 static inline void TalvoRaiseError2(TKernelVector kv, const char *msg, ALGEB a1, ALGEB a2) { kv->RaiseError2(kv, msg, a1, a2); }
 static inline void TalvoUserInfo(TKernelVector kv, int level, const char *topic, const char *text) { kv->UserInfo(kv, level, topic, text); }
+
+/* ranges and equations */
+static inline T_BOOL IsTalvoRange(TKernelVector kv, ALGEB a) { return kv->IsRange(kv, a); }
+static inline ALGEB TalvoRangeLow(TKernelVector kv, ALGEB r) { return kv->RangeEnd(kv, r, 1); }
+static inline ALGEB TalvoRangeHigh(TKernelVector kv, ALGEB r) { return kv->RangeEnd(kv, r, 2); }
+static inline ALGEB ToTalvoRange(TKernelVector kv, ALGEB lo, ALGEB hi) { return kv->NewRange(kv, lo, hi); }
+static inline ALGEB ToTalvoEquation(TKernelVector kv, ALGEB lhs, ALGEB rhs) { return kv->NewEquation(kv, lhs, rhs); }
+static inline M_INT TalvoListLength(TKernelVector kv, ALGEB l) { return kv->ListLength(kv, l); }
 
 #ifdef __cplusplus
 }

@@ -71,6 +71,10 @@ TEST(KernelVector, SequencesListsTables)
     TalvoListAssign(kv(), l, 2, make_integer(9));
     EXPECT_EQ(print(l), "[NULL, 9]");
     EXPECT_EQ(print(TalvoListSelect(kv(), l, 2)), "9");
+    EXPECT_EQ(TalvoListLength(kv(), l), 2);
+    EXPECT_EQ(TalvoListLength(kv(), run("[];")), 0);
+    EXPECT_EQ(TalvoListLength(kv(), run("[7];")), 1);
+    EXPECT_EQ(raised([] { TalvoListLength(kv(), make_integer(3)); }), "ListLength: expecting a list, got 3");
     ALGEB t = TalvoTableAlloc(kv());
     TalvoTableAssign(kv(), t, intern("k"), make_integer(4));
     EXPECT_TRUE(TalvoTableHasEntry(kv(), t, intern("k")));
@@ -78,6 +82,25 @@ TEST(KernelVector, SequencesListsTables)
     EXPECT_EQ(print(TalvoTableSelect(kv(), t, intern("k"))), "4");
     EXPECT_EQ(print(TalvoNumericAdd(kv(), run("1/2;"), run("1/3;"))), "5/6");
     EXPECT_EQ(print(TalvoNumericAdd(kv(), intern("q"), make_integer(1))), "q + 1");
+}
+
+TEST(KernelVector, RangesAndEquations)
+{
+    ALGEB r = ToTalvoRange(kv(), make_integer(1), run("5/2;"));
+    EXPECT_EQ(print(r), "1 .. 5/2");
+    EXPECT_TRUE(IsTalvoRange(kv(), r));
+    EXPECT_TRUE(IsTalvoRange(kv(), run("0..infinity;")));
+    EXPECT_FALSE(IsTalvoRange(kv(), make_integer(1)));
+    EXPECT_FALSE(IsTalvoRange(kv(), run("[1, 2];")));
+    EXPECT_EQ(print(TalvoRangeLow(kv(), r)), "1");
+    EXPECT_EQ(print(TalvoRangeHigh(kv(), r)), "5/2");
+    EXPECT_EQ(raised([] { TalvoRangeLow(kv(), make_integer(3)); }), "RangeEnd: expecting a range, got 3");
+    EXPECT_EQ(raised([] { kv()->RangeEnd(kv(), run("1..2;"), 3); }),
+              "RangeEnd: the end must be 1 (lower) or 2 (upper)");
+    ALGEB e = ToTalvoEquation(kv(), r, make_integer(4));
+    EXPECT_EQ(print(e), "1 .. 5/2 = 4");
+    EXPECT_EQ(raised([] { ToTalvoEquation(kv(), nullptr, make_integer(1)); }),
+              "NewEquation: a null handle was passed to the kernel");
 }
 
 TEST(KernelVector, EvaluationAndAssignment)

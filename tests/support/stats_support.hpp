@@ -32,9 +32,16 @@ inline ALGEB eval(const std::string &text) { return talvo::test::run(text + ";")
 inline std::string show(ALGEB a) { return talvo::print(a); }
 
 // Calls an entry with the arguments written as host text ("0.95, 2, 3").
+// A single argument is passed as a sequence of one, as the host passes it,
+// so that a list argument counts as one argument.
 inline ALGEB call(TalvoEntry entry, const std::string &args)
 {
-    return entry(kv(), args.empty() ? talvo::null_seq() : eval(args));
+    if (args.empty())
+        return entry(kv(), talvo::null_seq());
+    ALGEB a = eval(args);
+    if (!talvo::is_expseq(a))
+        a = talvo::make_expseq(&a, 1);
+    return entry(kv(), a);
 }
 
 // The printed result of an entry, or "Error: message" when it raises.
