@@ -104,6 +104,8 @@ inline const std::map<std::string, std::vector<long>> &tabulated()
         {"g01edc", table_precisions()},
         {"g01eec", table_precisions()}, {"g01fec", {300}},
         {"g01efc", table_precisions()},
+        {"g01gbc", {15}}, {"g01gcc", {15}}, {"g01gdc", {15}}, {"g01gec", {15}},
+        {"g01bkc", table_precisions()},
     };
     return listed;
 }
@@ -120,7 +122,6 @@ inline const std::map<std::string, std::string> &pending_tables()
         {"g01gdc", "table pending"},
         {"g01gec", "table pending"},
         {"g01bjc", "table pending"},
-        {"g01bkc", "table pending"},
         {"g01blc", "table pending"},
     };
     return pending;
