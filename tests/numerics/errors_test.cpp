@@ -73,6 +73,9 @@ TEST(NumericsErrors, StudentsT)
     expect_fail(NE_REAL_ARG_LE, "p = 0. ", [](NagError *f) { return TalvoMP_g01fbc(L, F("0"), F("5"), f); });
     expect_fail(NE_REAL_ARG_GE, "p = 1. ", [](NagError *f) { return TalvoMP_g01fbc(C, F("1"), F("5"), f); });
     expect_fail(NE_REAL_ARG_LE, "df = -0.5", [](NagError *f) { return TalvoMP_g01fbc(L, F("0.3"), F("-0.5"), f); });
+    expect_fail(NE_REAL_ARG_NAN, "p is undefined", [](NagError *f) { return TalvoMP_g01fbc(U, undefined(), F("5"), f); });
+    expect_fail(NE_REAL_ARG_NAN, "df is undefined", [](NagError *f) { return TalvoMP_g01fbc(S, F("0.3"), undefined(), f); });
+    expect_fail(NE_REAL_ARG_INF, "df = Float(infinity)", [](NagError *f) { return TalvoMP_g01fbc(L, F("0.3"), inf(), f); });
 }
 
 TEST(NumericsErrors, ChiSquare)
@@ -86,6 +89,9 @@ TEST(NumericsErrors, ChiSquare)
     expect_fail(NE_REAL_ARG_NAN, "x is undefined", [](NagError *f) { return TalvoMP_g01ecc(L, undefined(), F("5"), f); });
     expect_fail(NE_REAL_ARG_LE, "df = 0. ", [](NagError *f) { return TalvoMP_g01ecc(U, F("1"), F("0"), f); });
     expect_fail(NE_REAL_ARG_INF, "df", [](NagError *f) { return TalvoMP_g01ecc(U, F("1"), inf(), f); });
+    expect_fail(NE_REAL_ARG_NAN, "df is undefined", [](NagError *f) { return TalvoMP_g01ecc(L, F("1"), undefined(), f); });
+    expect_fail(NE_REAL_ARG_LE, "df = -7.", [](NagError *f) { return TalvoMP_g01ecc(L, F("1"), F("-7"), f); });
+    expect_fail(NE_REAL_ARG_NAN, "p is undefined", [](NagError *f) { return TalvoMP_g01fcc(undefined(), F("5"), f); });
     expect_fail(NE_REAL_ARG_LT, "p = -0.5", [](NagError *f) { return TalvoMP_g01fcc(F("-0.5"), F("5"), f); });
     expect_fail(NE_REAL_ARG_GE, "p = 1. ", [](NagError *f) { return TalvoMP_g01fcc(F("1"), F("5"), f); });
     expect_fail(NE_REAL_ARG_LE, "df = -2.", [](NagError *f) { return TalvoMP_g01fcc(F("0.5"), F("-2"), f); });
@@ -99,6 +105,12 @@ TEST(NumericsErrors, F)
     expect_fail(NE_REAL_ARG_LT, "f = -1.", [](NagError *f) { return TalvoMP_g01edc(L, F("-1"), F("5"), F("7"), f); });
     expect_fail(NE_REAL_ARG_LE, "df1 = 0. ", [](NagError *f) { return TalvoMP_g01edc(L, F("1"), F("0"), F("7"), f); });
     expect_fail(NE_REAL_ARG_LE, "df2 = -3.", [](NagError *f) { return TalvoMP_g01edc(U, F("1"), F("5"), F("-3"), f); });
+    expect_fail(NE_REAL_ARG_NAN, "f is undefined", [](NagError *f) { return TalvoMP_g01edc(L, undefined(), F("5"), F("7"), f); });
+    expect_fail(NE_REAL_ARG_NAN, "df1 is undefined", [](NagError *f) { return TalvoMP_g01edc(L, F("1"), undefined(), F("7"), f); });
+    expect_fail(NE_REAL_ARG_INF, "df2 = Float(infinity)", [](NagError *f) { return TalvoMP_g01edc(L, F("1"), F("5"), inf(), f); });
+    expect_fail(NE_REAL_ARG_LT, "p = -0.25", [](NagError *f) { return TalvoMP_g01fdc(F("-0.25"), F("5"), F("7"), f); });
+    expect_fail(NE_REAL_ARG_LE, "df2 = -1.", [](NagError *f) { return TalvoMP_g01fdc(F("0.5"), F("5"), F("-1"), f); });
+    expect_fail(NE_REAL_ARG_NAN, "p is undefined", [](NagError *f) { return TalvoMP_g01fdc(undefined(), F("5"), F("7"), f); });
     expect_fail(NE_REAL_ARG_GE, "p = 1. ", [](NagError *f) { return TalvoMP_g01fdc(F("1"), F("5"), F("7"), f); });
     expect_fail(NE_REAL_ARG_LE, "df1 = 0. ", [](NagError *f) { return TalvoMP_g01fdc(F("0.5"), F("0"), F("7"), f); });
     expect_fail(NE_REAL_ARG_NAN, "df2 is undefined",
@@ -123,6 +135,12 @@ TEST(NumericsErrors, Beta)
     expect_fail3(NE_REAL_ARG_NAN, "x is undefined", [](auto *p, auto *q, auto *r, NagError *f) {
         TalvoMP_g01eec(undefined(), F("2"), F("3"), TalvoFloat(), p, q, r, f);
     });
+    expect_fail3(NE_REAL_ARG_NAN, "b is undefined", [](auto *p, auto *q, auto *r, NagError *f) {
+        TalvoMP_g01eec(F("0.5"), F("2"), undefined(), TalvoFloat(), p, q, r, f);
+    });
+    expect_fail3(NE_REAL_ARG_INF, "a = Float(infinity)", [](auto *p, auto *q, auto *r, NagError *f) {
+        TalvoMP_g01eec(F("0.5"), inf(), F("3"), TalvoFloat(), p, q, r, f);
+    });
     expect_fail(NE_REAL_ARG_GT, "p = 1.5", [](NagError *f) { return TalvoMP_g01fec(F("1.5"), F("2"), F("3"), TalvoFloat(), f); });
     expect_fail(NE_REAL_ARG_LT, "p = -1.", [](NagError *f) { return TalvoMP_g01fec(F("-1"), F("2"), F("3"), TalvoFloat(), f); });
     expect_fail(NE_REAL_ARG_LE, "a = 0. ", [](NagError *f) { return TalvoMP_g01fec(F("0.5"), F("0"), F("3"), TalvoFloat(), f); });
@@ -139,11 +157,17 @@ TEST(NumericsErrors, Gamma)
     expect_fail(NE_REAL_ARG_LT, "g = -1.", [](NagError *f) { return TalvoMP_g01efc(L, F("-1"), F("2"), F("3"), f); });
     expect_fail(NE_REAL_ARG_LE, "a = 0. ", [](NagError *f) { return TalvoMP_g01efc(L, F("1"), F("0"), F("3"), f); });
     expect_fail(NE_REAL_ARG_LE, "b = -3.", [](NagError *f) { return TalvoMP_g01efc(U, F("1"), F("2"), F("-3"), f); });
+    expect_fail(NE_REAL_ARG_NAN, "g is undefined", [](NagError *f) { return TalvoMP_g01efc(L, undefined(), F("2"), F("3"), f); });
+    expect_fail(NE_REAL_ARG_INF, "b = Float(infinity)", [](NagError *f) { return TalvoMP_g01efc(L, F("1"), F("2"), inf(), f); });
+    expect_fail(NE_BAD_PARAM, "tail = 1333", [](NagError *f) { return TalvoMP_g01efc(BadTail, F("1"), F("2"), F("3"), f); });
     expect_fail(NE_REAL_ARG_GE, "p = 1. ", [](NagError *f) { return TalvoMP_g01ffc(F("1"), F("2"), F("3"), TalvoFloat(), f); });
     expect_fail(NE_REAL_ARG_LE, "a = -1.", [](NagError *f) { return TalvoMP_g01ffc(F("0.5"), F("-1"), F("3"), TalvoFloat(), f); });
     expect_fail(NE_REAL_ARG_LE, "b = 0. ", [](NagError *f) { return TalvoMP_g01ffc(F("0.5"), F("2"), F("0"), TalvoFloat(), f); });
     expect_fail(NE_REAL_ARG_NAN, "a is undefined",
                 [](NagError *f) { return TalvoMP_g01ffc(F("0.5"), undefined(), F("3"), TalvoFloat(), f); });
+    expect_fail(NE_REAL_ARG_LT, "p = -0.5", [](NagError *f) { return TalvoMP_g01ffc(F("-0.5"), F("2"), F("3"), TalvoFloat(), f); });
+    expect_fail(NE_REAL_ARG_NAN, "tol is undefined",
+                [](NagError *f) { return TalvoMP_g01ffc(F("0.5"), F("2"), F("3"), undefined(), f); });
 }
 
 TEST(NumericsErrors, NonCentral)
@@ -158,6 +182,9 @@ TEST(NumericsErrors, NonCentral)
                 [&](NagError *f) { return TalvoMP_g01gbc(F("1"), F("5"), F("1"), tol, 0, f); });
     expect_fail(NE_REAL_ARG_NAN, "tol is undefined",
                 [&](NagError *f) { return TalvoMP_g01gbc(F("1"), F("5"), F("1"), undefined(), 100, f); });
+    expect_fail(NE_REAL_ARG_NAN, "t is undefined",
+                [&](NagError *f) { return TalvoMP_g01gbc(undefined(), F("5"), F("1"), tol, 100, f); });
+    expect_fail(NE_REAL_ARG_LE, "df = -2.", [&](NagError *f) { return TalvoMP_g01gbc(F("1"), F("-2"), F("1"), tol, 100, f); });
 
     expect_fail(NE_REAL_ARG_LT, "x = -1.", [&](NagError *f) { return TalvoMP_g01gcc(F("-1"), F("5"), F("1"), tol, 100, f); });
     expect_fail(NE_REAL_ARG_LT, "df = -1.", [&](NagError *f) { return TalvoMP_g01gcc(F("1"), F("-1"), F("1"), tol, 100, f); });
@@ -166,6 +193,12 @@ TEST(NumericsErrors, NonCentral)
     expect_fail(NE_ARG_COMBINATION, "lambda must be > 0 when df = 0",
                 [&](NagError *f) { return TalvoMP_g01gcc(F("1"), F("0"), F("0"), tol, 100, f); });
     expect_fail(NE_INT_ARG_LT, "max_iter = -4", [&](NagError *f) { return TalvoMP_g01gcc(F("1"), F("5"), F("1"), tol, -4, f); });
+    expect_fail(NE_REAL_ARG_NAN, "x is undefined",
+                [&](NagError *f) { return TalvoMP_g01gcc(undefined(), F("5"), F("1"), tol, 100, f); });
+    expect_fail(NE_REAL_ARG_INF, "lambda = Float(infinity)",
+                [&](NagError *f) { return TalvoMP_g01gcc(F("1"), F("5"), inf(), tol, 100, f); });
+    expect_fail(NE_REAL_ARG_NAN, "tol is undefined",
+                [&](NagError *f) { return TalvoMP_g01gcc(F("1"), F("5"), F("1"), undefined(), 100, f); });
 
     expect_fail(NE_REAL_ARG_LT, "f = -1.",
                 [&](NagError *f) { return TalvoMP_g01gdc(F("-1"), F("5"), F("7"), F("1"), tol, 100, f); });
@@ -175,6 +208,12 @@ TEST(NumericsErrors, NonCentral)
                 [&](NagError *f) { return TalvoMP_g01gdc(F("1"), F("5"), F("0"), F("1"), tol, 100, f); });
     expect_fail(NE_REAL_ARG_LT, "lambda = -1.",
                 [&](NagError *f) { return TalvoMP_g01gdc(F("1"), F("5"), F("7"), F("-1"), tol, 100, f); });
+    expect_fail(NE_REAL_ARG_NAN, "f is undefined",
+                [&](NagError *f) { return TalvoMP_g01gdc(undefined(), F("5"), F("7"), F("1"), tol, 100, f); });
+    expect_fail(NE_REAL_ARG_NAN, "lambda is undefined",
+                [&](NagError *f) { return TalvoMP_g01gdc(F("1"), F("5"), F("7"), undefined(), tol, 100, f); });
+    expect_fail(NE_INT_ARG_LT, "max_iter = 0 is out of range: max_iter must be >= 1",
+                [&](NagError *f) { return TalvoMP_g01gdc(F("1"), F("5"), F("7"), F("1"), tol, 0, f); });
 
     expect_fail(NE_REAL_ARG_GT, "x = 2. ", [&](NagError *f) { return TalvoMP_g01gec(F("2"), F("2"), F("3"), F("1"), tol, 100, f); });
     expect_fail(NE_REAL_ARG_LE, "a = 0. ", [&](NagError *f) { return TalvoMP_g01gec(F("0.5"), F("0"), F("3"), F("1"), tol, 100, f); });
@@ -182,6 +221,10 @@ TEST(NumericsErrors, NonCentral)
                 [&](NagError *f) { return TalvoMP_g01gec(F("0.5"), F("2"), F("3"), F("-2"), tol, 100, f); });
     expect_fail(NE_INT_ARG_LT, "max_iter = -5",
                 [&](NagError *f) { return TalvoMP_g01gec(F("0.5"), F("2"), F("3"), F("1"), tol, -5, f); });
+    expect_fail(NE_REAL_ARG_LT, "x = -0.5", [&](NagError *f) { return TalvoMP_g01gec(F("-0.5"), F("2"), F("3"), F("1"), tol, 100, f); });
+    expect_fail(NE_REAL_ARG_LE, "b = -1.", [&](NagError *f) { return TalvoMP_g01gec(F("0.5"), F("2"), F("-1"), F("1"), tol, 100, f); });
+    expect_fail(NE_REAL_ARG_NAN, "lambda is undefined",
+                [&](NagError *f) { return TalvoMP_g01gec(F("0.5"), F("2"), F("3"), undefined(), tol, 100, f); });
 }
 
 // Too few terms: NE_CONV, the partial sum returned, and the number of terms
@@ -239,6 +282,8 @@ TEST(NumericsErrors, Poisson)
     expect_fail3(NE_REAL_ARG_NAN, "rlamda is undefined",
                  [](auto *a, auto *b, auto *c, NagError *f) { TalvoMP_g01bkc(undefined(), 1, a, b, c, f); });
     expect_fail3(NE_INT_ARG_LT, "k = -3", [](auto *a, auto *b, auto *c, NagError *f) { TalvoMP_g01bkc(F("2"), -3, a, b, c, f); });
+    expect_fail3(NE_INT_ARG_LT, "k = -1 is out of range: k must be >= 0",
+                 [](auto *a, auto *b, auto *c, NagError *f) { TalvoMP_g01bkc(F("2"), -1, a, b, c, f); });
 }
 
 TEST(NumericsErrors, Hypergeometric)
@@ -246,6 +291,7 @@ TEST(NumericsErrors, Hypergeometric)
     DigitsScope d(20);
     expect_fail3(NE_INT_ARG_LT, "n = -1", [](auto *a, auto *b, auto *c, NagError *f) { TalvoMP_g01blc(-1, 0, 0, 0, a, b, c, f); });
     expect_fail3(NE_INT_ARG_LT, "l = -2", [](auto *a, auto *b, auto *c, NagError *f) { TalvoMP_g01blc(10, -2, 3, 0, a, b, c, f); });
+    expect_fail3(NE_INT_ARG_LT, "m = -3", [](auto *a, auto *b, auto *c, NagError *f) { TalvoMP_g01blc(10, 2, -3, 0, a, b, c, f); });
     expect_fail3(NE_ARG_COMBINATION, "l = 11 is out of range: l must be <= n = 10",
                  [](auto *a, auto *b, auto *c, NagError *f) { TalvoMP_g01blc(10, 11, 3, 0, a, b, c, f); });
     expect_fail3(NE_ARG_COMBINATION, "m = 12 is out of range: m must be <= n = 10",

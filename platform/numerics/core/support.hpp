@@ -2,7 +2,7 @@
 // asks for, conversion between TalvoFloat and Arb balls, the precision loop,
 // and the error record with its argument checks.
 //
-// A routine reads like this (R nmath's order: undefined inputs, parameter
+// A routine reads like this (in this order: undefined inputs, parameter
 // checks, boundaries, then one computation):
 //
 //     Call call("TalvoMP_g01ecc", fail);

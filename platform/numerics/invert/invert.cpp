@@ -11,9 +11,6 @@
 #include <algorithm>
 #include <cmath>
 #include <vector>
-#include <cstdio>
-#include <cstdlib>
-static bool dbg = getenv("INV_DEBUG") != nullptr;
 
 namespace talvo::mp {
 
@@ -71,7 +68,12 @@ Status invert(arb_ptr root, const Inversion &f, arb_srcptr p, double start, cons
     size_t phase1 = std::max<size_t>(1, ladder.size() - 1);
     slong last_level = ladder[0];
     for (size_t level = 0; level < phase1; ++level) {
-        slong w = ladder[level];
+        // The level's nominal precision sets when a step counts as converged;
+        // w, the evaluation precision, may rise above it when the function
+        // value is too coarse to judge the step (a tiny x whose logarithm is
+        // large amplifies the rounding of the value).
+        const slong w_level = ladder[level];
+        slong w = w_level;
         arb_log(logp, p, w);
         int max_steps = (level == 0) ? 200 : 12;
         bool converged = false;
@@ -89,7 +91,6 @@ Status invert(arb_ptr root, const Inversion &f, arb_srcptr p, double start, cons
             else
                 arf_set(H, x);
             bool have_step = log_step(step, value, dens, bx, logp, f.upper, w);
-            if (dbg) { printf("L%zu w=%ld it=%d x=", level, (long)w, it); arf_printd(x, 20); printf(" val="); arb_printd(value, 10); printf(" dens="); arb_printd(dens, 10); printf(" step="); arb_printd(step, 5); printf(" have=%d\n", have_step); }
             Arf next;
             if (have_step) {
                 arb_neg(t, step); // x_new = x exp(-step)
@@ -102,7 +103,7 @@ Status invert(arb_ptr root, const Inversion &f, arb_srcptr p, double start, cons
                 // level's: one step per level then does.
                 Mag m, lim;
                 arb_get_mag(m, step);
-                mag_set_ui_2exp_si(lim, 1, -(w - 12));
+                mag_set_ui_2exp_si(lim, 1, -(w_level - 12));
                 if (mag_cmp(arb_radref(step), lim) > 0) {
                     // The function value is not accurate enough at this
                     // precision to judge the step: raise the level's precision.
@@ -166,7 +167,6 @@ Status invert(arb_ptr root, const Inversion &f, arb_srcptr p, double start, cons
             continue;
         }
         arb_div(N, G, D, w);
-        if (dbg) { printf("P2 w=%ld rad_bits=%ld x=", (long)w, (long)rad_bits); arf_printd(x, 20); printf(" G="); arb_printd(G, 10); printf(" D="); arb_printd(D, 10); printf("\n"); }
         arb_sub_arf(N, N, x, w);
         arb_neg(N, N); // N = x - G / D
         if (arb_contains(X, N)) {
