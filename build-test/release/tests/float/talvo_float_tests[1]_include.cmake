@@ -1,5 +1,0 @@
-if(EXISTS "/work/main/build-test/release/tests/float/talvo_float_tests[1]_tests.cmake")
-  include("/work/main/build-test/release/tests/float/talvo_float_tests[1]_tests.cmake")
-else()
-  add_test(talvo_float_tests_NOT_BUILT talvo_float_tests_NOT_BUILT)
-endif()

@@ -1,5 +1,0 @@
-if(EXISTS "/work/main/build-test/release/tests/kernel/parser_test[1]_tests.cmake")
-  include("/work/main/build-test/release/tests/kernel/parser_test[1]_tests.cmake")
-else()
-  add_test(parser_test_NOT_BUILT parser_test_NOT_BUILT)
-endif()

@@ -1,5 +1,0 @@
-if(EXISTS "/work/main/build-test/release/tests/kernel/talvo_host_tests[1]_tests.cmake")
-  include("/work/main/build-test/release/tests/kernel/talvo_host_tests[1]_tests.cmake")
-else()
-  add_test(talvo_host_tests_NOT_BUILT talvo_host_tests_NOT_BUILT)
-endif()

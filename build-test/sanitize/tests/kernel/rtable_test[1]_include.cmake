@@ -1,5 +1,0 @@
-if(EXISTS "/work/main/build-test/sanitize/tests/kernel/rtable_test[1]_tests.cmake")
-  include("/work/main/build-test/sanitize/tests/kernel/rtable_test[1]_tests.cmake")
-else()
-  add_test(rtable_test_NOT_BUILT rtable_test_NOT_BUILT)
-endif()
