@@ -3,6 +3,7 @@
 #pragma once
 
 #include "stats_api.h"
+#include "talvo_mp.h"
 
 enum STATS_PROBABILITY_TYPE_MP {
     STATS_LOWER_TAIL_MP = 1, // P(X <= x), the default
@@ -11,11 +12,9 @@ enum STATS_PROBABILITY_TYPE_MP {
     STATS_TWO_TAIL_CONFIDENCE_MP = 4,
 };
 
-// Tail codes of the numerics library: lower 1329, upper 1330, two-tail
-// significance 1331, two-tail confidence 1332.
-constexpr int kNagLowerTail = 1329;
-
-// 2, 3 and 4 map to 1330, 1331 and 1332; any other value to 1329.
-STATS_API int STATS_ToNag_TailProbability_MP(int type);
+// 2, 3 and 4 map to the numerics library's upper tail (1330), two-tail
+// significance (1331) and two-tail confidence (1332); any other value to the
+// lower tail (1329).
+STATS_API Nag_TailProbability STATS_ToNag_TailProbability_MP(int type);
 // 1330, 1331 and 1332 map to 2, 3 and 4; any other code to 1.
 STATS_API STATS_PROBABILITY_TYPE_MP ToPROBABILITY_TYPE(int code);

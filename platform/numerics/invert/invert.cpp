@@ -1,0 +1,196 @@
+// invert.cpp -- safeguarded Newton at doubling precision, then a proof by
+// one interval Newton step (see invert.hpp).
+//
+// Every deviate of the library is posed on a positive variable (the t
+// deviate on |t|, the beta deviate on the smaller of x and 1 - x), so the
+// iteration runs on u = ln x: a step never leaves the domain, power-law and
+// exponential tails converge in a few steps, and a bracket [L, H] kept from
+// the signs seen so far catches any step that overshoots.
+#include "invert.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+#include <cstdio>
+#include <cstdlib>
+static bool dbg = getenv("INV_DEBUG") != nullptr;
+
+namespace talvo::mp {
+
+namespace {
+
+// ln(value / p) * value / (x f(x)): the Newton step in u = ln x for ln F = ln p
+// (sign flipped for an upper-tail problem).  Returns false when the step
+// cannot be formed (value or density not positive).
+bool log_step(arb_ptr step, arb_srcptr value, arb_srcptr dens, arb_srcptr x, arb_srcptr logp, bool upper, slong wp)
+{
+    if (!arb_is_positive(value) || !arb_is_positive(dens))
+        return false;
+    Arb t, u;
+    arb_log(t, value, wp);
+    arb_sub(t, t, logp, wp);     // ln(value / p)
+    arb_mul(t, t, value, wp);
+    arb_mul(u, dens, x, wp);
+    arb_div(t, t, u, wp);        // d ln F / du = x f / F
+    if (upper)
+        arb_neg(t, t);
+    arb_set(step, t);
+    return arb_is_finite(step);
+}
+
+} // namespace
+
+Status invert(arb_ptr root, const Inversion &f, arb_srcptr p, double start, const Target &target)
+{
+    const slong wp_final = target.goal + 24;
+    std::vector<slong> ladder;
+    for (slong w = wp_final;; w = w / 2 + 8) {
+        ladder.push_back(w);
+        if (w <= 80)
+            break;
+    }
+    std::reverse(ladder.begin(), ladder.end());
+
+    // Bracket [L, H] on x, from the signs of F(x) - p seen so far.
+    Arf L, H, x;
+    arf_set_d(L, std::max(f.lo, 0.0));
+    if (std::isfinite(f.hi))
+        arf_set_d(H, f.hi);
+    else
+        arf_pos_inf(H);
+    if (std::isfinite(start) && start > f.lo && start < f.hi && start > 0)
+        arf_set_d(x, start);
+    else if (std::isfinite(f.hi))
+        arf_set_d(x, f.hi / 2);
+    else
+        arf_one(x);
+
+    Arb value, dens, step, bx, logp, t;
+    // Phase 1: Newton steps at every level of the ladder but the last (at
+    // least one level), until the step is below the level's precision.
+    size_t phase1 = std::max<size_t>(1, ladder.size() - 1);
+    slong last_level = ladder[0];
+    for (size_t level = 0; level < phase1; ++level) {
+        slong w = ladder[level];
+        arb_log(logp, p, w);
+        int max_steps = (level == 0) ? 200 : 12;
+        bool converged = false;
+        for (int it = 0; it < max_steps && !converged; ++it) {
+            arb_set_arf(bx, x);
+            Status s = f.cdf(value, bx, w);
+            if (s != Status::Ok)
+                return s;
+            f.density(dens, bx, w);
+            // Keep the bracket: below the root F < p (lower) or Q > p (upper).
+            int c = arf_cmp(arb_midref(value), arb_midref(p));
+            bool below = f.upper ? c > 0 : c < 0;
+            if (below)
+                arf_set(L, x);
+            else
+                arf_set(H, x);
+            bool have_step = log_step(step, value, dens, bx, logp, f.upper, w);
+            if (dbg) { printf("L%zu w=%ld it=%d x=", level, (long)w, it); arf_printd(x, 20); printf(" val="); arb_printd(value, 10); printf(" dens="); arb_printd(dens, 10); printf(" step="); arb_printd(step, 5); printf(" have=%d\n", have_step); }
+            Arf next;
+            if (have_step) {
+                arb_neg(t, step); // x_new = x exp(-step)
+                arb_exp(t, t, w);
+                arb_mul_arf(t, t, x, w);
+                arf_set(next, arb_midref(t));
+                // Converged at this level when the step is below the level's
+                // precision, or (after the first level, where the error
+                // squares at each step) below the square root of the last
+                // level's: one step per level then does.
+                Mag m, lim;
+                arb_get_mag(m, step);
+                mag_set_ui_2exp_si(lim, 1, -(w - 12));
+                if (mag_cmp(arb_radref(step), lim) > 0) {
+                    // The function value is not accurate enough at this
+                    // precision to judge the step: raise the level's precision.
+                    w += 32;
+                    arb_log(logp, p, w);
+                }
+                if (mag_cmp(m, lim) <= 0)
+                    converged = true;
+                if (level > 0) {
+                    mag_set_ui_2exp_si(lim, 1, -(last_level / 2));
+                    if (mag_cmp(m, lim) <= 0)
+                        converged = true;
+                }
+                if (converged) {
+                    arf_set(x, next);
+                    break;
+                }
+            }
+            if (!have_step || arf_cmp(next, L) <= 0 || arf_cmp(next, H) >= 0) {
+                // Bisect: the geometric mean of a finite bracket, or a large
+                // factor towards an open end.
+                if (arf_is_zero(L) && !arf_is_inf(H)) {
+                    arf_mul_2exp_si(next, H, -8);
+                } else if (arf_is_inf(H)) {
+                    arf_mul_2exp_si(next, L, 8);
+                } else {
+                    arb_set_arf(t, L);
+                    arb_mul_arf(t, t, H, w);
+                    arb_sqrt(t, t, w);
+                    arf_set(next, arb_midref(t));
+                }
+            }
+            arf_set(x, next);
+        }
+        if (!converged)
+            return Status::Inaccurate;
+        last_level = w;
+    }
+
+    // Phase 2: interval Newton at the full precision.
+    slong w = wp_final;
+    slong rad_bits = last_level - 24;
+    for (int attempt = 0; attempt < 24; ++attempt) {
+        Arb X, G, D, N;
+        arb_set_arf(bx, x);
+        // X = x (1 +- 2^-rad_bits)
+        arb_set_arf(X, x);
+        Mag r;
+        arf_get_mag(r, x);
+        mag_mul_2exp_si(r, r, -rad_bits);
+        mag_set(arb_radref(X), r);
+        Status s = f.cdf(G, bx, w);
+        if (s != Status::Ok)
+            return s;
+        arb_sub(G, G, p, w);
+        f.density(D, X, w);
+        if (f.upper)
+            arb_neg(D, D);
+        if (arb_contains_zero(D)) {
+            rad_bits += 16; // the ball is too wide for the density to be bounded away from 0
+            continue;
+        }
+        arb_div(N, G, D, w);
+        if (dbg) { printf("P2 w=%ld rad_bits=%ld x=", (long)w, (long)rad_bits); arf_printd(x, 20); printf(" G="); arb_printd(G, 10); printf(" D="); arb_printd(D, 10); printf("\n"); }
+        arb_sub_arf(N, N, x, w);
+        arb_neg(N, N); // N = x - G / D
+        if (arb_contains(X, N)) {
+            if (accurate_to(N, target.goal)) {
+                arb_set(root, N);
+                return Status::Ok;
+            }
+            // Proven but too wide: the precision limits G.  Centre on N and
+            // work harder.
+            arf_set(x, arb_midref(N));
+            slong have = arb_rel_accuracy_bits(N);
+            rad_bits = std::max<slong>(have - 4, rad_bits);
+            w = w + (target.goal - have) + 32;
+            continue;
+        }
+        // Not proven: take N's midpoint as the new centre (a plain Newton step)
+        // and widen the ball.
+        if (arb_is_finite(N) && arf_sgn(arb_midref(N)) > 0)
+            arf_set(x, arb_midref(N));
+        rad_bits -= 8;
+        if (rad_bits < 8)
+            return Status::Inaccurate;
+    }
+    return Status::Inaccurate;
+}
+
+} // namespace talvo::mp

@@ -1,0 +1,42 @@
+// invert.hpp -- the one inversion engine behind every continuous deviate.
+//
+// A deviate solves F(x) = p (or Q(x) = p for an upper-tail problem) for a
+// strictly monotone distribution function.  The engine
+//   1. takes a double-precision start (Boost.Math or an asymptotic formula,
+//      see start.hpp), or brackets the root when there is none;
+//   2. runs safeguarded Newton steps on ln F(x) - ln p (well behaved in the
+//      tails), at working precisions that double from 64 bits to the full
+//      precision, one step per precision once the start is good (the error
+//      squares with each step, so each step may use twice the bits);
+//   3. proves the result with an interval Newton step at the full precision
+//      (as Arb's erfinv does): with X a small ball around the last iterate,
+//      N = m - (F(m) - p) / F'(X); N inside X proves the root lies in N.
+// The result is a ball holding the root, narrower than the target's goal.
+#pragma once
+
+#include "../core/arb_types.hpp"
+#include "../core/support.hpp"
+
+#include <functional>
+
+namespace talvo::mp {
+
+struct Inversion {
+    // The function being inverted at a point, as a ball: F(x) for a lower-tail
+    // problem, Q(x) = 1 - F(x) for an upper-tail one, each with its own
+    // relative accuracy.
+    std::function<Status(arb_ptr value, arb_srcptr x, slong wp)> cdf;
+    // The density f(x) >= 0 (x may be a ball of small radius).
+    std::function<void(arb_ptr d, arb_srcptr x, slong wp)> density;
+    bool upper = false;
+    // The domain: (lo, hi), each end possibly infinite.  A domain starting at 0
+    // is bisected geometrically.
+    double lo = -INFINITY;
+    double hi = INFINITY;
+};
+
+// The root of cdf(x) = p, with p an exact ball in (0, 1) for which the root
+// is interior.  `start` is a double guess (NaN when none).
+Status invert(arb_ptr root, const Inversion &f, arb_srcptr p, double start, const Target &target);
+
+} // namespace talvo::mp

@@ -1,0 +1,87 @@
+// start.cpp -- starting values from Boost.Math in double precision, with an
+// error policy that returns NaN instead of throwing, and asymptotic tail
+// formulas where a double cannot hold the probability.
+#include "start.hpp"
+
+#include <boost/math/distributions/students_t.hpp>
+#include <boost/math/special_functions/beta.hpp>
+#include <boost/math/special_functions/gamma.hpp>
+
+#include <cfloat>
+#include <cmath>
+
+namespace talvo::mp {
+
+namespace {
+
+using namespace boost::math::policies;
+using Quiet = policy<domain_error<errno_on_error>, pole_error<errno_on_error>, overflow_error<errno_on_error>,
+                     evaluation_error<errno_on_error>, rounding_error<errno_on_error>, underflow_error<ignore_error>,
+                     denorm_error<ignore_error>, promote_double<false>>;
+
+// Probabilities below this come from the asymptotic forms.
+constexpr double kTiny = 1e-280;
+
+bool usable(double x) { return std::isfinite(x) && x > 0; }
+
+double log_beta(double a, double b) { return std::lgamma(a) + std::lgamma(b) - std::lgamma(a + b); }
+
+} // namespace
+
+double start_gamma(double a, double p, double log_p, bool upper)
+{
+    if (p > kTiny) {
+        try {
+            double x = upper ? boost::math::gamma_q_inv(a, p, Quiet()) : boost::math::gamma_p_inv(a, p, Quiet());
+            if (usable(x))
+                return x;
+        } catch (...) {
+        }
+    }
+    if (!upper) {
+        // P(a, x) ~ x^a / Gamma(a + 1) as x -> 0.
+        return std::exp((log_p + std::lgamma(a + 1)) / a);
+    }
+    // Q(a, x) ~ x^(a-1) e^-x / Gamma(a): x = -ln q - ln Gamma(a) + (a - 1) ln x.
+    double x = std::max(1.0, -log_p);
+    for (int i = 0; i < 8; ++i)
+        x = std::max(1e-300, -log_p - std::lgamma(a) + (a - 1) * std::log(x));
+    return x;
+}
+
+double start_beta(double a, double b, double p, double log_p, bool upper)
+{
+    if (p > kTiny) {
+        try {
+            double x = upper ? boost::math::ibetac_inv(a, b, p, Quiet()) : boost::math::ibeta_inv(a, b, p, Quiet());
+            if (usable(x) && x < 1)
+                return x;
+        } catch (...) {
+        }
+    }
+    if (!upper) {
+        // I_x(a, b) ~ x^a / (a B(a, b)) as x -> 0.
+        return std::exp((log_p + std::log(a) + log_beta(a, b)) / a);
+    }
+    // 1 - I_x(a, b) ~ y^b / (b B(a, b)) as y = 1 - x -> 0.
+    double y = std::exp((log_p + std::log(b) + log_beta(a, b)) / b);
+    return 1.0 - y;
+}
+
+double start_t_upper(double df, double q, double log_q)
+{
+    if (q > kTiny) {
+        try {
+            boost::math::students_t_distribution<double, Quiet> dist(df);
+            double t = boost::math::quantile(boost::math::complement(dist, q));
+            if (usable(t))
+                return t;
+        } catch (...) {
+        }
+    }
+    // P(T >= t) ~ (nu / t^2)^(nu/2) / (nu B(nu/2, 1/2)) as t -> infinity.
+    double lt = (0.5 * df * std::log(df) - std::log(df) - log_beta(0.5 * df, 0.5) - log_q) / df;
+    return std::exp(lt);
+}
+
+} // namespace talvo::mp

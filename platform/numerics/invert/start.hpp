@@ -1,0 +1,20 @@
+// start.hpp -- double-precision starting values for the deviates.
+//
+// Boost.Math's double inverses (gamma_p_inv, ibeta_inv, the Student's t
+// quantile) give about 15 correct digits for probabilities a double holds;
+// for smaller ones (the caller passes ln p as well) the leading term of each
+// tail's asymptotic form is solved for x.  A start only needs to be near the
+// root: the inversion engine refines and proves it, so a start that is
+// NaN or far off costs iterations, never accuracy.
+#pragma once
+
+namespace talvo::mp {
+
+// Gamma(a, 1): x with P(a, x) = p (upper: Q(a, x) = p).
+double start_gamma(double a, double p, double log_p, bool upper);
+// Beta(a, b): x with I_x(a, b) = p (upper: 1 - I_x(a, b) = p).
+double start_beta(double a, double b, double p, double log_p, bool upper);
+// Student's t with df degrees of freedom: t > 0 with P(T >= t) = q.
+double start_t_upper(double df, double q, double log_q);
+
+} // namespace talvo::mp

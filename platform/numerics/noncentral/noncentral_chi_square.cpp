@@ -1,0 +1,63 @@
+// noncentral_chi_square.cpp -- g01gcc: the lower tail of the non-central
+// chi-square distribution with df >= 0 degrees of freedom and non-centrality
+// lambda:
+//   P(X <= x) = sum_j e^-(lambda/2) (lambda/2)^j / j!  P(df/2 + j, x/2),
+// summed by mixture.cpp from the top rung down with the central gamma
+// ladder; df = 0 puts the mass e^-(lambda/2) at 0 (P(0, x/2) = 1).
+#include "../core/support.hpp"
+#include "../special/gamma_inc.hpp"
+#include "mixture.hpp"
+
+using namespace talvo::mp;
+
+TalvoFloat TalvoMP_g01gcc(TalvoFloat x, TalvoFloat df, TalvoFloat lambda, TalvoFloat tol, Integer max_iter,
+                          NagError *fail)
+{
+    Call call("TalvoMP_g01gcc", fail);
+    if (!call.at_least("x", x, 0) || !call.finite("df", df) || !call.at_least("df", df, 0) ||
+        !call.finite("lambda", lambda) || !call.at_least("lambda", lambda, 0) || !call.defined("tol", tol) ||
+        !call.int_at_least("max_iter", max_iter, 1))
+        return Call::undefined();
+    if (float_is_zero(df) && float_is_zero(lambda)) {
+        call.fail(NE_ARG_COMBINATION, "df = 0 and lambda = 0: lambda must be > 0 when df = 0.");
+        return Call::undefined();
+    }
+    Target target = target_for_tol(tol);
+    if (float_is_inf(x))
+        return float_from_si(1, target.out_prec);
+    Fmpq a;
+    fmpq_set_float(a, df);
+    fmpq_div_2exp(a, a, 1);
+    Arb hx, z, r;
+    arb_set_float(hx, x);
+    arb_mul_2exp_si(hx, hx, -1);
+    arb_set_float(z, lambda);
+    arb_mul_2exp_si(z, z, -1);
+    if (float_is_zero(x)) {
+        // Only the point mass at 0 (df = 0) contributes: e^-(lambda/2).
+        if (!float_is_zero(df))
+            return float_from_si(0, target.out_prec);
+        Status s = ziv({r}, target, 8, [&](slong wp) {
+            arb_neg(r, z);
+            arb_exp(r, r, wp);
+            return Status::Ok;
+        });
+        return call.result(r, target, s);
+    }
+    if (float_is_zero(lambda)) {
+        Status s = ziv({r}, target, 12, [&](slong wp) { return gamma_pq(r, nullptr, a, gamma_point_fixed(hx), target.goal, wp); });
+        return call.result(r, target, s);
+    }
+    MixtureComponent c;
+    c.z = z;
+    c.kind = MixtureComponent::GammaLower;
+    fmpq_set(c.a, a);
+    c.gamma_point = gamma_point_fixed(hx);
+    Integer needed = 0;
+    Status s = ziv({r}, target, 16, [&](slong wp) { return mixture_sum(r, &c, 1, target.goal, wp, max_iter, &needed); });
+    if (s == Status::NoConvergence) {
+        call.fail_status(s, needed, max_iter);
+        return float_from_arb(r, target.out_prec);
+    }
+    return call.result(r, target, s);
+}

@@ -1,0 +1,87 @@
+// series.hpp -- hypergeometric series with rational parameters, summed in
+// ball arithmetic, and the double-precision estimates that choose how many
+// terms to take.
+//
+// Every series of the library has terms t_k = prod (alpha_i)_k / prod (beta_i)_k z^k
+// with exact rational alpha, beta.  sum_terms() adds the first N of them with
+// Arb's rectangular splitting (Smith's method: about N multiplications by
+// small integers and sqrt(N) full multiplications), the callers bound the
+// rest of the series and add that bound to the radius.
+#pragma once
+
+#include "../core/arb_types.hpp"
+#include "../core/support.hpp"
+
+#include <cmath>
+#include <vector>
+
+namespace talvo::mp {
+
+// The most terms any one series of any call may take; beyond it a routine
+// fails with NE_TOO_COSTLY instead of running for minutes.
+constexpr slong kMaxSeriesTerms = 50000000;
+
+// sum_{k < N} prod (alpha_i)_k / prod (beta_i)_k z^k at precision wp.
+void sum_terms(arb_ptr s, const fmpq *alpha, slong na, const fmpq *beta, slong nb, arb_srcptr z, slong n, slong wp);
+
+// ln |Gamma(x)| in double, for estimates (any real x that is not a pole).
+inline double lgamma_abs(double x) { return std::lgamma(x); }
+
+// ln (x)_k = ln Gamma(x + k) - ln Gamma(x) in double, for x > 0; for large x
+// and small k the direct sum of logarithms keeps more digits.
+double log_rising(double x, double k);
+
+// The smallest n in [lo, hi] with f(n) true, for f false..false true..true on
+// that range; hi when none (the caller checks f(hi)).
+template <class F>
+slong first_true(slong lo, slong hi, F &&f)
+{
+    while (lo < hi) {
+        slong mid = lo + (hi - lo) / 2;
+        if (f(mid))
+            hi = mid;
+        else
+            lo = mid + 1;
+    }
+    return lo;
+}
+
+// The smallest n >= lo with f(n) true, for f false..false true..true, found by
+// doubling a step and then bisecting; returns -1 when n would pass `limit`.
+template <class F>
+slong first_true_from(slong lo, slong limit, F &&f)
+{
+    if (f(lo))
+        return lo;
+    slong step = 1;
+    slong prev = lo;
+    for (;;) {
+        slong next = prev + step;
+        if (next > limit) {
+            if (prev >= limit || !f(limit))
+                return -1;
+            next = limit;
+        }
+        if (f(next))
+            return first_true(prev + 1, next, f);
+        prev = next;
+        step *= 2;
+    }
+}
+
+// A positive ball in double precision for the estimates: its value clamped
+// to [1e-300, 1e300] (so ratios and differences stay finite) and its natural
+// logarithm, which does not underflow.
+struct DoubleLog {
+    double v;
+    double l;
+};
+DoubleLog double_log(arb_srcptr x);
+
+// The double value of an exact rational (for estimates).
+double fmpq_to_double(const fmpq *q);
+
+// Upper bound, as a mag, of the ball |x|.
+void mag_of(mag_ptr m, arb_srcptr x);
+
+} // namespace talvo::mp

@@ -1,0 +1,158 @@
+// talvo_mp.h -- libtalvomp: multiprecision probability routines.
+//
+// The routines keep the argument lists of the double-precision library routines
+// the statistics library was designed against (the g01 chapter: tail
+// probabilities, deviates and the discrete distributions), with TalvoFloat in
+// place of double.  Each works at the current "Digits" D (talvo_float_digits())
+// and returns floats at the current precision (talvo_float_precision() bits).
+// A result is within one unit in the D-th significant digit of the exact value
+// for the given (binary) inputs: every special function is evaluated in ball
+// arithmetic (Arb) at a working precision that is raised until the error
+// bound is below a quarter of that unit, and then rounded once.  Small tail
+// probabilities are computed directly, never as 1 minus the other tail, so
+// they carry D correct digits down to the smallest representable values.
+//
+// Errors.  Every routine ends with a NagError record.  On success its code is
+// NE_NOERROR (0).  On failure the code is one of the NE_ values below, the
+// message names the routine, the argument and its value and says what is
+// required, and a float result is undefined (NaN).  Before returning a
+// failure a routine prints the message to standard error when `print` is
+// true, and then calls `handler` when one is installed.  A null record pointer
+// is allowed: the message is then printed to standard error.  Argument checks
+// come first, so nothing is computed from an invalid or undefined input.
+// Zero-initialise a record (`NagError fail{};`, or INIT_FAIL(fail)) for
+// printing off and no handler.
+//
+// Tolerance and iteration limit (tol, max_iter) of the non-central routines:
+// tol is the relative accuracy wanted; a tol below 10^-D, or not below 1
+// (tol = 0 in particular), asks for the full D digits.  max_iter bounds the
+// number of terms of the Poisson-weighted series; when more terms are needed
+// the routine fails with NE_CONV, returns the partial sum, and its message
+// says how many terms the requested accuracy needs.  The tol argument of
+// g01eec is ignored (full precision always); g01fec and g01ffc read it as the
+// non-central routines do.
+//
+// Routines accept the inputs for which their distribution is defined (any
+// degrees of freedom > 0, for instance); the discrete and non-central routines
+// refuse parameters whose series would need more than about 5e7 terms at the
+// requested precision (NE_TOO_COSTLY), so no call runs for minutes.
+//
+// Linkage is C++ (the arguments are TalvoFloat); the functions are exported
+// with default visibility.  The library is single-threaded like its host.
+#pragma once
+
+#include "talvo_float.hpp"
+
+#define TALVO_MP_API __attribute__((visibility("default")))
+
+// ---------------------------------------------------------------------------
+// Types shared with the statistics library
+// ---------------------------------------------------------------------------
+
+typedef long Integer;
+
+typedef enum { Nag_FALSE = 0, Nag_TRUE = 1 } Nag_Boolean;
+
+// Which probability a routine computes or a probability argument means.
+typedef enum {
+    Nag_LowerTail = 1329,     // P(X <= x)
+    Nag_UpperTail = 1330,     // P(X >= x)
+    Nag_TwoTailSignif = 1331, // P(X >= |x|) + P(X <= -|x|)   (symmetric distributions)
+    Nag_TwoTailConfid = 1332, // P(-|x| <= X <= |x|)          (symmetric distributions)
+    Nag_TwoTail = 1333        // accepted by no routine of this library
+} Nag_TailProbability;
+
+typedef enum { Nag_Ascending = 1597, Nag_Descending = 1598 } Nag_SortOrder;
+
+// Error codes.  The values are fixed: callers map some of them to their own
+// messages (a summary routine's 5 for a negative weight, 11 for too few values).
+enum {
+    NE_NOERROR = 0,
+    NE_BAD_PARAM = 1,       // an enumeration argument has a value the routine does not accept
+    NE_REAL_ARG_LE = 2,     // a real argument is at or below its (excluded) lower bound
+    NE_REAL_ARG_GT = 3,     // a real argument is above its upper bound
+    NE_REAL_ARG_GE = 4,     // a real argument is at or above its (excluded) upper bound
+    NE_REAL_ARG_LT = 5,     // a real argument is below its lower bound
+    NE_REAL_ARG_NAN = 6,    // a real argument is undefined
+    NE_REAL_ARG_INF = 7,    // a parameter that must be finite is infinite
+    NE_ARG_COMBINATION = 8, // arguments valid one by one but not together (k > n, ...)
+    NE_CONV = 9,            // the iteration limit was reached before the requested accuracy
+    NE_TOO_COSTLY = 10,     // the parameters need more work than the routine allows
+    NE_INT_ARG_LT = 11,     // an integer argument is below its lower bound
+    NE_ACCURACY = 12        // the requested accuracy could not be reached
+};
+
+#define NAG_ERROR_BUF_LEN 512
+
+typedef void (*NagErrorHandler)(const char *message, int code, const char *routine);
+
+typedef struct NagError {
+    int code;                          // NE_NOERROR on success
+    Nag_Boolean print;                 // print the message to stderr on failure
+    char message[NAG_ERROR_BUF_LEN];   // what went wrong, "" on success
+    NagErrorHandler handler;           // called on failure when not null
+    Integer iterations;                // NE_CONV: the number of terms the accuracy needs
+} NagError;
+
+#define INIT_FAIL(e) ((e) = NagError{})
+
+// ---------------------------------------------------------------------------
+// Continuous distributions
+// ---------------------------------------------------------------------------
+
+// Standard normal: tail probability at x (any tail), deviate for p in (0, 1).
+TALVO_MP_API TalvoFloat TalvoMP_g01eac(Nag_TailProbability tail, TalvoFloat x, NagError *fail);
+TALVO_MP_API TalvoFloat TalvoMP_g01fac(Nag_TailProbability tail, TalvoFloat p, NagError *fail);
+
+// Student's t with df > 0 degrees of freedom (any tail).
+TALVO_MP_API TalvoFloat TalvoMP_g01ebc(Nag_TailProbability tail, TalvoFloat t, TalvoFloat df, NagError *fail);
+TALVO_MP_API TalvoFloat TalvoMP_g01fbc(Nag_TailProbability tail, TalvoFloat p, TalvoFloat df, NagError *fail);
+
+// Chi-square: lower or upper tail at x >= 0; lower-tail deviate for 0 <= p < 1.
+TALVO_MP_API TalvoFloat TalvoMP_g01ecc(Nag_TailProbability tail, TalvoFloat x, TalvoFloat df, NagError *fail);
+TALVO_MP_API TalvoFloat TalvoMP_g01fcc(TalvoFloat p, TalvoFloat df, NagError *fail);
+
+// F (variance ratio): lower or upper tail at f >= 0; lower-tail deviate.
+TALVO_MP_API TalvoFloat TalvoMP_g01edc(Nag_TailProbability tail, TalvoFloat f, TalvoFloat df1, TalvoFloat df2,
+                                       NagError *fail);
+TALVO_MP_API TalvoFloat TalvoMP_g01fdc(TalvoFloat p, TalvoFloat df1, TalvoFloat df2, NagError *fail);
+
+// Beta(a, b) at 0 <= x <= 1: lower tail, upper tail and density; deviate for 0 <= p <= 1.
+TALVO_MP_API void TalvoMP_g01eec(TalvoFloat x, TalvoFloat a, TalvoFloat b, TalvoFloat tol, TalvoFloat *p,
+                                 TalvoFloat *q, TalvoFloat *pdf, NagError *fail);
+TALVO_MP_API TalvoFloat TalvoMP_g01fec(TalvoFloat p, TalvoFloat a, TalvoFloat b, TalvoFloat tol, NagError *fail);
+
+// Gamma with shape a and scale b: lower or upper tail at g >= 0; lower-tail deviate.
+TALVO_MP_API TalvoFloat TalvoMP_g01efc(Nag_TailProbability tail, TalvoFloat g, TalvoFloat a, TalvoFloat b,
+                                       NagError *fail);
+TALVO_MP_API TalvoFloat TalvoMP_g01ffc(TalvoFloat p, TalvoFloat a, TalvoFloat b, TalvoFloat tol, NagError *fail);
+
+// Non-central distributions, lower tail only.
+//   t:          P(T <= t) with df > 0 and non-centrality delta;
+//   chi-square: P(X <= x), x >= 0, df >= 0, lambda >= 0 (lambda > 0 when df = 0);
+//   F:          P(F <= f), f >= 0, df1 > 0, df2 > 0, lambda >= 0;
+//   beta:       P(B <= x), 0 <= x <= 1, a > 0, b > 0, lambda >= 0.
+TALVO_MP_API TalvoFloat TalvoMP_g01gbc(TalvoFloat t, TalvoFloat df, TalvoFloat delta, TalvoFloat tol,
+                                       Integer max_iter, NagError *fail);
+TALVO_MP_API TalvoFloat TalvoMP_g01gcc(TalvoFloat x, TalvoFloat df, TalvoFloat lambda, TalvoFloat tol,
+                                       Integer max_iter, NagError *fail);
+TALVO_MP_API TalvoFloat TalvoMP_g01gdc(TalvoFloat f, TalvoFloat df1, TalvoFloat df2, TalvoFloat lambda,
+                                       TalvoFloat tol, Integer max_iter, NagError *fail);
+TALVO_MP_API TalvoFloat TalvoMP_g01gec(TalvoFloat x, TalvoFloat a, TalvoFloat b, TalvoFloat lambda, TalvoFloat tol,
+                                       Integer max_iter, NagError *fail);
+
+// ---------------------------------------------------------------------------
+// Discrete distributions: plek = P(X <= k), pgtk = P(X > k), peqk = P(X = k)
+// ---------------------------------------------------------------------------
+
+// Binomial(n, p): n >= 0, 0 < p < 1, 0 <= k <= n.
+TALVO_MP_API void TalvoMP_g01bjc(Integer n, TalvoFloat p, Integer k, TalvoFloat *plek, TalvoFloat *pgtk,
+                                 TalvoFloat *peqk, NagError *fail);
+// Poisson(rlamda): rlamda > 0, k >= 0.
+TALVO_MP_API void TalvoMP_g01bkc(TalvoFloat rlamda, Integer k, TalvoFloat *plek, TalvoFloat *pgtk, TalvoFloat *peqk,
+                                 NagError *fail);
+// Hypergeometric: population n, sample l, m marked items in the population,
+// k marked items in the sample: n >= 0, 0 <= l <= n, 0 <= m <= n,
+// max(0, l + m - n) <= k <= min(l, m).
+TALVO_MP_API void TalvoMP_g01blc(Integer n, Integer l, Integer m, Integer k, TalvoFloat *plek, TalvoFloat *pgtk,
+                                 TalvoFloat *peqk, NagError *fail);

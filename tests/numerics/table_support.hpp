@@ -1,0 +1,202 @@
+// table_support.hpp -- the committed reference tables (data/<routine>.tsv,
+// written by scripts/numerics-reference) and how a row is checked.
+//
+// A row is: digits, the routine's inputs (tail codes and integers in decimal,
+// reals as exact binary values 0x<hex>p<exp>), then the expected outputs in
+// decimal with digits + 10 significant digits.  A row passes when the routine
+// reports no error and every output has a relative error below 10^(1 - digits)
+// (one unit in the last requested digit); a zero output must be exactly 0.
+#pragma once
+
+#include "talvo_mp.h"
+
+#include <gtest/gtest.h>
+#include <mpfr.h>
+
+#include <cmath>
+#include <fstream>
+#include <functional>
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace talvo::test {
+
+// A routine as the tables see it: input kinds ("T" tail, "R" real, "I"
+// integer) and a call that fills the outputs.
+struct TableRoutine {
+    std::string kinds;
+    int outputs;
+    // ins: the parsed inputs (tails and integers in `ints`, reals in `reals`,
+    // in the order of the kinds); outs gets the outputs.
+    std::function<void(const std::vector<long> &ints, const std::vector<TalvoFloat> &reals, TalvoFloat *outs,
+                       NagError *fail)>
+        call;
+};
+
+inline const std::map<std::string, TableRoutine> &table_routines()
+{
+    static const std::map<std::string, TableRoutine> routines = {
+        {"g01eac", {"TR", 1, [](auto &i, auto &r, TalvoFloat *o, NagError *f) {
+             o[0] = TalvoMP_g01eac(Nag_TailProbability(i[0]), r[0], f); }}},
+        {"g01fac", {"TR", 1, [](auto &i, auto &r, TalvoFloat *o, NagError *f) {
+             o[0] = TalvoMP_g01fac(Nag_TailProbability(i[0]), r[0], f); }}},
+        {"g01ebc", {"TRR", 1, [](auto &i, auto &r, TalvoFloat *o, NagError *f) {
+             o[0] = TalvoMP_g01ebc(Nag_TailProbability(i[0]), r[0], r[1], f); }}},
+        {"g01fbc", {"TRR", 1, [](auto &i, auto &r, TalvoFloat *o, NagError *f) {
+             o[0] = TalvoMP_g01fbc(Nag_TailProbability(i[0]), r[0], r[1], f); }}},
+        {"g01ecc", {"TRR", 1, [](auto &i, auto &r, TalvoFloat *o, NagError *f) {
+             o[0] = TalvoMP_g01ecc(Nag_TailProbability(i[0]), r[0], r[1], f); }}},
+        {"g01fcc", {"RR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
+             o[0] = TalvoMP_g01fcc(r[0], r[1], f); }}},
+        {"g01edc", {"TRRR", 1, [](auto &i, auto &r, TalvoFloat *o, NagError *f) {
+             o[0] = TalvoMP_g01edc(Nag_TailProbability(i[0]), r[0], r[1], r[2], f); }}},
+        {"g01fdc", {"RRR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
+             o[0] = TalvoMP_g01fdc(r[0], r[1], r[2], f); }}},
+        {"g01eec", {"RRR", 3, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
+             TalvoMP_g01eec(r[0], r[1], r[2], TalvoFloat(), &o[0], &o[1], &o[2], f); }}},
+        {"g01fec", {"RRR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
+             o[0] = TalvoMP_g01fec(r[0], r[1], r[2], TalvoFloat(), f); }}},
+        {"g01efc", {"TRRR", 1, [](auto &i, auto &r, TalvoFloat *o, NagError *f) {
+             o[0] = TalvoMP_g01efc(Nag_TailProbability(i[0]), r[0], r[1], r[2], f); }}},
+        {"g01ffc", {"RRR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
+             o[0] = TalvoMP_g01ffc(r[0], r[1], r[2], TalvoFloat(), f); }}},
+        // The non-central routines get tol = 0 (full precision) and a limit
+        // that never binds; tol and max_iter have their own tests.
+        {"g01gbc", {"RRR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
+             o[0] = TalvoMP_g01gbc(r[0], r[1], r[2], TalvoFloat(), 1000000, f); }}},
+        {"g01gcc", {"RRR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
+             o[0] = TalvoMP_g01gcc(r[0], r[1], r[2], TalvoFloat(), 1000000, f); }}},
+        {"g01gdc", {"RRRR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
+             o[0] = TalvoMP_g01gdc(r[0], r[1], r[2], r[3], TalvoFloat(), 1000000, f); }}},
+        {"g01gec", {"RRRR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
+             o[0] = TalvoMP_g01gec(r[0], r[1], r[2], r[3], TalvoFloat(), 1000000, f); }}},
+        {"g01bjc", {"IRI", 3, [](auto &i, auto &r, TalvoFloat *o, NagError *f) {
+             TalvoMP_g01bjc(i[0], r[0], i[1], &o[0], &o[1], &o[2], f); }}},
+        {"g01bkc", {"RI", 3, [](auto &i, auto &r, TalvoFloat *o, NagError *f) {
+             TalvoMP_g01bkc(r[0], i[0], &o[0], &o[1], &o[2], f); }}},
+        {"g01blc", {"IIII", 3, [](auto &i, auto &, TalvoFloat *o, NagError *f) {
+             TalvoMP_g01blc(i[0], i[1], i[2], i[3], &o[0], &o[1], &o[2], f); }}},
+    };
+    return routines;
+}
+
+// One row of a table, as text.
+struct TableRow {
+    int line;
+    long digits;
+    std::vector<std::string> fields; // inputs then outputs
+};
+
+inline std::vector<TableRow> read_table(const std::string &routine)
+{
+    std::ifstream in(std::string(TALVO_NUMERICS_DATA) + "/" + routine + ".tsv");
+    std::vector<TableRow> rows;
+    std::string line;
+    int n = 0;
+    while (std::getline(in, line)) {
+        ++n;
+        if (line.empty() || line[0] == '#')
+            continue;
+        std::istringstream s(line);
+        std::string field;
+        TableRow row{n, 0, {}};
+        std::getline(s, field, '\t');
+        row.digits = std::stol(field);
+        while (std::getline(s, field, '\t'))
+            row.fields.push_back(field);
+        rows.push_back(row);
+    }
+    return rows;
+}
+
+// The result of checking one row: the worst error in units of 10^(1 - digits).
+struct RowCheck {
+    bool ok = true;
+    double worst_units = 0;
+    std::string message;
+};
+
+// Runs the row at its digits (the caller sets "Digits") and checks it.
+inline RowCheck check_row(const std::string &name, const TableRoutine &r, const TableRow &row)
+{
+    RowCheck result;
+    std::vector<long> ints;
+    std::vector<TalvoFloat> reals;
+    mpfr_prec_t prec = talvo_float_precision();
+    size_t k = 0;
+    for (char kind : r.kinds) {
+        const std::string &f = row.fields.at(k++);
+        if (kind == 'R') {
+            ALGEB h = talvo_float_new(prec);
+            char *end = nullptr;
+            int inexact = mpfr_strtofr(talvo_float_mpfr(h), f.c_str(), &end, 0, MPFR_RNDN);
+            if (inexact != 0 || end == nullptr || *end != '\0') {
+                result.ok = false;
+                result.message = "input " + f + " is not exact at " + std::to_string(prec) + " bits";
+                return result;
+            }
+            reals.push_back(TalvoFloat::from_handle(h));
+        } else {
+            ints.push_back(std::stol(f));
+        }
+    }
+    TalvoFloat outs[3];
+    NagError fail{};
+    r.call(ints, reals, outs, &fail);
+    std::ostringstream what;
+    what << name << " line " << row.line << " (" << row.digits << " digits)";
+    if (fail.code != NE_NOERROR) {
+        result.ok = false;
+        result.message = what.str() + ": error " + std::to_string(fail.code) + ": " + fail.message;
+        return result;
+    }
+    const mpfr_prec_t hp = 4 * prec + 64;
+    mpfr_t ref, err;
+    mpfr_init2(ref, hp);
+    mpfr_init2(err, hp);
+    for (int i = 0; i < r.outputs; ++i) {
+        const std::string &f = row.fields.at(k + i);
+        mpfr_set_str(ref, f.c_str(), 10, MPFR_RNDN);
+        mpfr_srcptr got = outs[i].mpfr();
+        double units;
+        if (mpfr_zero_p(ref)) {
+            units = mpfr_zero_p(got) ? 0.0 : INFINITY;
+        } else if (!mpfr_number_p(got)) {
+            units = INFINITY;
+        } else {
+            // |got - ref| / |ref| in units of 10^(1 - digits)
+            mpfr_sub(err, got, ref, MPFR_RNDN);
+            mpfr_div(err, err, ref, MPFR_RNDN);
+            mpfr_abs(err, err, MPFR_RNDN);
+            mpfr_t scale;
+            mpfr_init2(scale, hp);
+            mpfr_ui_pow_ui(scale, 10, static_cast<unsigned long>(row.digits - 1), MPFR_RNDN);
+            mpfr_mul(err, err, scale, MPFR_RNDN);
+            mpfr_clear(scale);
+            units = mpfr_get_d(err, MPFR_RNDU);
+        }
+        if (units > result.worst_units)
+            result.worst_units = units;
+        if (!(units < 1.0)) {
+            result.ok = false;
+            std::ostringstream m;
+            m << what.str() << ": output " << i << " = " << talvo_float_to_string(outs[i].handle(), row.digits + 5)
+              << ", expected " << f << " (" << units << " units in the last digit)";
+            result.message = m.str();
+        }
+    }
+    mpfr_clear(ref);
+    mpfr_clear(err);
+    return result;
+}
+
+// Sets "Digits" for one test and puts the old value back.
+struct DigitsScope {
+    long saved;
+    explicit DigitsScope(long d) : saved(talvo_float_digits()) { talvo_float_set_digits(d); }
+    ~DigitsScope() { talvo_float_set_digits(saved); }
+};
+
+} // namespace talvo::test
