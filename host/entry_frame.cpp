@@ -34,6 +34,12 @@ constexpr IrregularCount kIrregularCounts[] = {
     {"TalvoDiscreteInterpolationHybridRight", "TalvoDiscreteInterpolationHybrid expects 7 arguments, received: %1"},
     {"TalvoDiscreteInterpolationHybridUnbound",
      "TalvoDiscreteInterpolationHybrid expects 7 arguments, received: %1"},
+    {"TalvoQuantile", "expected 6 arguments, received: %1"},
+    {"TalvoOrderStatistic", "TalvoOrderStatistic expects 4 arguments, received: %1"},
+    {"TalvoMedian", "expected 4 arguments, received: %1"},
+    {"TalvoMedianDeviation", "TalvoAbsoluteDeviation expects 3 arguments, received: %1"},
+    {"TalvoFivePointSummary", "expected two arguments, received: %1"},
+    {"TalvoStatisticSummary", "expected 3 arguments, received: %1"},
 };
 
 // Entries whose procedure message names another entry of their family: the

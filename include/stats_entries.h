@@ -46,3 +46,22 @@ STATS_DECLARE_ENTRY(STATS_TalvoDiscreteInterpolation_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoDiscreteInterpolationHybridLeft_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoDiscreteInterpolationHybridRight_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoDiscreteInterpolationHybridUnbound_MP);
+
+// Order-based statistics of a data sample (an array, with an optional
+// array of weights; an empty weights array means none).  `ignore` drops
+// missing (undefined) values; `inplace` lets the entry reorder the caller's
+// array instead of a copy.
+//   Quantile(data, p, weights, ignore, type, inplace): p a number or a list
+//     of numbers in [0, 1]; type 1..8 (anything else acts as 1).
+//   OrderStatistic(data, index, unused, ignore): index an integer or a list
+//     of them, 1..n or -n..-1 (counted from the top).
+//   Median(data, weights, ignore, inplace); MedianDeviation(data, weights, ignore).
+//   FivePointSummary(data, ignore): minimum, hinges, median, maximum.
+//   StatisticSummary(data, weights, ignore): mean, standard deviation,
+//     skewness, kurtosis, minimum, maximum, sum of weights.
+STATS_DECLARE_ENTRY(STATS_TalvoQuantile_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoOrderStatistic_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoMedian_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoMedianDeviation_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoFivePointSummary_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoStatisticSummary_MP);

@@ -101,9 +101,12 @@ size_t checked_size(M_INT n, const char *what)
 // The operations
 // ---------------------------------------------------------------------------
 
+// The elements of an expression sequence, or of a list (its sequence).
 M_INT k_NumArgs(TKernelVector, ALGEB s)
 {
     check_handle(s, "NumArgs");
+    if (is_list(s))
+        return M_INT(seq_count(op(s, 1)));
     return M_INT(seq_count(s));
 }
 

@@ -156,3 +156,42 @@ TALVO_MP_API void TalvoMP_g01bkc(TalvoFloat rlamda, Integer k, TalvoFloat *plek,
 // max(0, l + m - n) <= k <= min(l, m).
 TALVO_MP_API void TalvoMP_g01blc(Integer n, Integer l, Integer m, Integer k, TalvoFloat *plek, TalvoFloat *pgtk,
                                  TalvoFloat *peqk, NagError *fail);
+
+// ---------------------------------------------------------------------------
+// Summaries of one sample
+// ---------------------------------------------------------------------------
+
+// Fail codes of the weighted summary (besides NE_INT_ARG_LT for n < 1 and
+// NE_REAL_ARG_LT for a negative weight).
+enum {
+    NE_WEIGHT_SUM_NOT_POSITIVE = 415, // the weights add up to zero
+    NE_TOO_FEW_WEIGHTED = 416         // fewer than two values of non-zero weight
+};
+
+// Tukey's five-number summary of x[0..n-1], n >= 5 (NE_INT_ARG_LT below):
+// res[0..4] = minimum, lower hinge, median, upper hinge, maximum.  With z
+// the sorted sample (1-based), m = n/2 (n even) or (n+1)/2 (n odd) and k =
+// m/2 (m even) or (m+1)/2 (m odd): the median is z_m (n odd) or (z_m +
+// z_{m+1})/2; the hinges are z_k and z_{n-k+1} (m odd) or (z_k + z_{k+1})/2
+// and (z_{n-k} + z_{n-k+1})/2 (m even).  x is not changed.  Undefined values
+// sort above every number, so a summary value that reaches one is undefined.
+TALVO_MP_API void TalvoMP_g01alc(Integer n, const TalvoFloat x[], TalvoFloat res[], NagError *fail);
+
+// Weighted summary of x[0..n-1] with weights wt (null: every weight 1).
+// With W the sum of the weights and d = W - sum(w^2)/W:
+//   mean = sum(w x)/W, sd = sqrt(sum(w (x - mean)^2)/d),
+//   skew = sum(w (x - mean)^3)/(d sd^3), kurt = sum(w (x - mean)^4)/(d sd^4) - 3,
+//   min and max over the values of non-zero weight, wsum = W,
+//   nvalid = the number of values of positive weight.  Values of weight
+// zero take no part at all.
+// The sums are taken at the output precision plus 64 bits plus log2(n), in
+// two passes, so cancellation costs no digits the data do not lose
+// themselves.  Failures: n < 1 (NE_INT_ARG_LT); a negative weight
+// (NE_REAL_ARG_LT); W = 0 (NE_WEIGHT_SUM_NOT_POSITIVE); fewer than two values
+// of positive weight (NE_TOO_FEW_WEIGHTED: mean, min, max and wsum are still
+// set).  A sample of zero variance has undefined skew and kurt.  Undefined
+// values or weights make the results they enter undefined; an undefined
+// value makes min and max undefined.
+TALVO_MP_API void TalvoMP_g01aac(Integer n, const TalvoFloat x[], const TalvoFloat wt[], Integer *nvalid,
+                                 TalvoFloat *xmean, TalvoFloat *xsd, TalvoFloat *xskew, TalvoFloat *xkurt,
+                                 TalvoFloat *xmin, TalvoFloat *xmax, TalvoFloat *wsum, NagError *fail);

@@ -1,0 +1,224 @@
+// quantile_entries.cpp -- the host entries of the order-based statistics:
+// quantiles, order statistics, the median and the median absolute
+// deviation, and the two summaries.
+//
+// Each entry builds a data sample of its data (and weights) argument, and
+// then works either on a copy in work arrays from the host allocator or
+// directly on the sample's own arrays, which the kernels reorder.
+#include "data_sample.hpp"
+#include "entry_frame.hpp"
+#include "order_statistics.hpp"
+#include "random_sample.hpp"
+#include "stats_entries.h"
+#include "talvo_mp.h"
+#include "talvo_utils.hpp"
+
+#include <vector>
+
+namespace {
+
+// An array of n floats from the host allocator (scanned by its collector,
+// left to it afterwards).
+TalvoFloat *WorkArray(TKernelVector kv, long n)
+{
+    long count = n > 0 ? n : 1;
+    return static_cast<TalvoFloat *>(TalvoAlloc(kv, static_cast<M_INT>(count * sizeof(TalvoFloat))));
+}
+
+// The values (and weights) an entry works on: copies, or the sample's own.
+struct Work {
+    TalvoFloat *x = nullptr;
+    TalvoFloat *w = nullptr;
+    int n = 0;
+};
+
+Work CopyOf(TKernelVector kv, const STATS_TalvoDataSample_MP &sample, bool skipUndefined)
+{
+    Work work;
+    work.x = WorkArray(kv, sample.size());
+    if (sample.weighted())
+        work.w = WorkArray(kv, sample.size());
+    work.n = STATS_CopyData_MP(sample, work.x, work.w, skipUndefined ? 1 : 0);
+    return work;
+}
+
+Work InPlace(const STATS_TalvoDataSample_MP &sample)
+{
+    return Work{sample.points(), sample.weights(), static_cast<int>(sample.size())};
+}
+
+// Quantile and median: a copy when missing values are dropped or the
+// caller's data must stay as they are.
+Work ByCopyRule(TKernelVector kv, const STATS_TalvoDataSample_MP &sample, bool ignore, bool inplace)
+{
+    if (ignore || !inplace)
+        return CopyOf(kv, sample, ignore);
+    return InPlace(sample);
+}
+
+ALGEB ToHost(TKernelVector kv, const std::vector<TalvoFloat> &values, bool asList)
+{
+    if (!asList)
+        return STATS_DoubleToTalvoFloat_MP(kv, values.front());
+    ALGEB list = TalvoListAlloc(kv, static_cast<M_INT>(values.size()));
+    for (size_t i = 0; i < values.size(); ++i)
+        TalvoListAssign(kv, list, static_cast<M_INT>(i + 1), STATS_DoubleToTalvoFloat_MP(kv, values[i]));
+    return list;
+}
+
+// The elements of a list argument, or the argument itself.
+std::vector<ALGEB> Elements(TKernelVector kv, ALGEB a, bool asList)
+{
+    std::vector<ALGEB> out;
+    if (!asList) {
+        out.push_back(a);
+        return out;
+    }
+    M_INT m = TalvoNumArgs(kv, a);
+    for (M_INT i = 1; i <= m; ++i)
+        out.push_back(TalvoListSelect(kv, a, i));
+    return out;
+}
+
+} // namespace
+
+STATS_ENTRY ALGEB STATS_TalvoQuantile_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 6);
+    STATS_TalvoDataSample_MP sample(kv, f.arg(1), f.arg(3));
+    ALGEB parg = f.arg(2);
+    bool asList = IsTalvoList(kv, parg);
+    std::vector<TalvoFloat> p;
+    for (ALGEB e : Elements(kv, parg, asList)) {
+        TalvoFloat v;
+        if (!asList) {
+            // A single probability is not range-checked.
+            if (!STATS_TalvoUtils_MP::TalvoDAGToDouble(e, &v))
+                TalvoRaiseError1(kv,
+                                 "expected: numeric constant or a list of numeric constants between 0 and 1, "
+                                 "received %1",
+                                 parg);
+        } else if (!STATS_TalvoUtils_MP::TalvoDAGToDouble(e, &v) || !(v >= TalvoFloat(0.0)) ||
+                   v > TalvoFloat(1.0)) {
+            TalvoRaiseError1(kv, "expected: list of numeric constants between 0 and 1, received %1", parg);
+        }
+        p.push_back(v);
+    }
+    bool ignore = f.flag(4);
+    STATS_QUANTILE_TYPE_MP type = f.int32(5);
+    bool inplace = f.flag(6);
+    if (p.empty())
+        return TalvoListAlloc(kv, 0);
+    Work work = ByCopyRule(kv, sample, ignore, inplace);
+    std::vector<TalvoFloat> result(p.size());
+    STATS_Quantile_MP(result.data(), work.x, work.w, p.data(), work.n, static_cast<int>(p.size()), type);
+    return ToHost(kv, result, asList);
+}
+
+STATS_ENTRY ALGEB STATS_TalvoOrderStatistic_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 4);
+    STATS_TalvoDataSample_MP sample(kv, f.arg(1));
+    ALGEB index = f.arg(2);
+    bool asList = IsTalvoList(kv, index);
+    std::vector<ALGEB> indices = Elements(kv, index, asList);
+    for (ALGEB e : indices)
+        if (!IsTalvoInteger(kv, e))
+            TalvoRaiseError1(kv, "expected: integer or list of integers, received %1", index);
+    (void)f.arg(3); // read, not used
+    bool ignore = f.flag(4);
+    if (indices.empty())
+        return TalvoListAlloc(kv, 0);
+    Work work = CopyOf(kv, sample, ignore);
+    std::vector<TalvoFloat> result(indices.size(), TalvoFloatUndefined());
+    if (work.n > 0) {
+        int n = work.n;
+        std::vector<int> ranks;
+        for (ALGEB e : indices) {
+            if (!IsTalvoInteger32(kv, e))
+                TalvoRaiseError1(kv, "index out of range: %1", e);
+            int r = TalvoToInteger32(kv, e);
+            if (r < -n || r > n || r == 0)
+                TalvoRaiseError1(kv, "index out of range: %1", e);
+            ranks.push_back(r < 0 ? r + n + 1 : r);
+        }
+        STATS_OrderStatistic_MP(result.data(), work.x, nullptr, ranks.data(), n, static_cast<int>(ranks.size()));
+    }
+    return ToHost(kv, result, asList);
+}
+
+STATS_ENTRY ALGEB STATS_TalvoMedian_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 4);
+    STATS_TalvoDataSample_MP sample(kv, f.arg(1), f.arg(2));
+    bool ignore = f.flag(3);
+    bool inplace = f.flag(4);
+    Work work = ByCopyRule(kv, sample, ignore, inplace);
+    return STATS_DoubleToTalvoFloat_MP(kv, STATS_Median_MP(work.x, work.w, work.n));
+}
+
+STATS_ENTRY ALGEB STATS_TalvoMedianDeviation_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 3);
+    STATS_TalvoDataSample_MP sample(kv, f.arg(1), f.arg(2));
+    bool ignore = f.flag(3);
+    Work work = CopyOf(kv, sample, ignore);
+    return STATS_DoubleToTalvoFloat_MP(kv, STATS_MedianDeviation_MP(work.x, work.w, work.n));
+}
+
+STATS_ENTRY ALGEB STATS_TalvoFivePointSummary_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 2);
+    STATS_TalvoDataSample_MP sample(kv, f.arg(1));
+    bool ignore = f.flag(2);
+    Work work = ignore ? CopyOf(kv, sample, true) : InPlace(sample);
+    ALGEB table = STATS_CreateRandomSample_MP(kv, 5, ToTalvoNULL(kv));
+    auto *res = static_cast<TalvoFloat *>(RTableDataBlock(kv, table));
+    NagError fail{};
+    TalvoMP_g01alc(work.n, work.x, res, &fail);
+    if (fail.code == NE_INT_ARG_LT)
+        TalvoRaiseError(kv, "data sample must contain at least five elements");
+    else if (fail.code != NE_NOERROR)
+        TalvoRaiseError(kv, "internal error occured in a NAG routine");
+    return table;
+}
+
+STATS_ENTRY ALGEB STATS_TalvoStatisticSummary_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 3);
+    STATS_TalvoDataSample_MP sample(kv, f.arg(1), f.arg(2));
+    bool ignore = f.flag(3);
+    Work work = InPlace(sample);
+    if (ignore) {
+        work = CopyOf(kv, sample, true);
+        if (work.n == 0)
+            TalvoRaiseError(kv, "the data set contains only missing data");
+    }
+    ALGEB table = STATS_CreateRandomSample_MP(kv, 7, ToTalvoNULL(kv));
+    auto *res = static_cast<TalvoFloat *>(RTableDataBlock(kv, table));
+    NagError fail{};
+    Integer nvalid = 0;
+    // mean, standard deviation, skewness, kurtosis, minimum, maximum, sum of weights
+    TalvoMP_g01aac(work.n, work.x, work.w, &nvalid, &res[0], &res[1], &res[2], &res[3], &res[4], &res[5], &res[6],
+                   &fail);
+    switch (fail.code) {
+    case NE_NOERROR:
+        break;
+    case NE_REAL_ARG_LT:
+        TalvoRaiseError(kv, "data weights can not be negative");
+        break;
+    case NE_WEIGHT_SUM_NOT_POSITIVE:
+        TalvoRaiseError(kv, "cumulative data weight must be strictly positive");
+        break;
+    case NE_TOO_FEW_WEIGHTED:
+        TalvoRaiseError(kv, "data sample must contain at least two elements of non-zero weight");
+        break;
+    default:
+        TalvoRaiseError(kv, "internal error occured in a NAG routine");
+        break;
+    }
+    if (IsTalvoFloatUndefined(res[4]))
+        for (int i = 0; i < 7; ++i)
+            res[i] = TalvoFloatUndefined();
+    return table;
+}
