@@ -22,9 +22,9 @@ STATS_API TalvoFloat STATS_NormalProbability_MP(TKernelVector kv, TalvoFloat x, 
 STATS_API TalvoFloat STATS_NormalDeviate_MP(TKernelVector kv, TalvoFloat p, TalvoFloat mu, TalvoFloat sigma);
 STATS_API TalvoFloat STATS_NormalRandomVariate_MP(TKernelVector kv, TalvoFloat mu, TalvoFloat sigma);
 STATS_API TalvoFloat STATS_NormalRandomVariate_MP(TKernelVector kv, const TalvoFloat *params);
-// A rational approximation of the standard normal quantile, good to about
-// 4.5e-4 for p <= 1/2; every p < 1 is folded to p itself, so above 1/2 it
-// gives minus the point of upper tail 1 - p's mirror (0.975 gives about 1.80).
+// A rational approximation of the standard normal quantile, within about
+// 7e-4 for p <= 1/2.  Every p < 1 is folded onto the formula at p itself, so
+// above 1/2 the result has the wrong size (0.975 gives about 1.80, not 1.96).
 STATS_API TalvoFloat STATS_NormalDeviateApprox_MP(TKernelVector kv, TalvoFloat p);
 // The auxiliary w of the beta-quantile approximation built on the former;
 // A = 1/2 or B = 1/2 raise an error.
