@@ -21,14 +21,75 @@ STATS_DECLARE_ENTRY(STATS_TalvoWeibullRandomSample_MP);
 
 // Normal (mu, sigma).  The sample's first argument is a length or an existing
 // array of rectangular storage and host-value elements, filled in place.
+STATS_DECLARE_ENTRY(STATS_TalvoNormalProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoNormalDeviate_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoNormalRandomVariate_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoNormalRandomSample_MP);
+// Approximations: DeviateApprox(p) the rational approximation of the
+// standard normal quantile; WApprox accepts exactly one argument (with the
+// DeviateApprox count message) and then reads three, x, A and B.
+STATS_DECLARE_ENTRY(STATS_TalvoNormalDeviateApprox_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoNormalWApprox_MP);
 
 // Exponential (scale).
 STATS_DECLARE_ENTRY(STATS_TalvoExponentialProbability_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoExponentialDeviate_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoExponentialRandomVariate_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoExponentialRandomSample_MP);
+
+// Closed-form continuous distributions (x or p, then the parameters; a
+// sample takes its length first).  Uniform's Probability and Deviate
+// report a wrong count with the variate entry's message.
+// Uniform (a, b).
+STATS_DECLARE_ENTRY(STATS_TalvoUniformProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoUniformDeviate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoUniformRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoUniformRandomSample_MP);
+// Triangular (a lower end, b upper end, c mode).
+STATS_DECLARE_ENTRY(STATS_TalvoTriangularProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoTriangularDeviate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoTriangularRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoTriangularRandomSample_MP);
+// Rayleigh (scale).
+STATS_DECLARE_ENTRY(STATS_TalvoRayleighProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoRayleighDeviate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoRayleighRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoRayleighRandomSample_MP);
+// Power (b upper end, c exponent).
+STATS_DECLARE_ENTRY(STATS_TalvoPowerProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoPowerDeviate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoPowerRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoPowerRandomSample_MP);
+// Pareto (a lower end, c shape).
+STATS_DECLARE_ENTRY(STATS_TalvoParetoProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoParetoDeviate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoParetoRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoParetoRandomSample_MP);
+// Logistic (location, scale).
+STATS_DECLARE_ENTRY(STATS_TalvoLogisticProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoLogisticDeviate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoLogisticRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoLogisticRandomSample_MP);
+// Laplace (location, scale).
+STATS_DECLARE_ENTRY(STATS_TalvoLaplaceProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoLaplaceDeviate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoLaplaceRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoLaplaceRandomSample_MP);
+// Gumbel (location, scale).
+STATS_DECLARE_ENTRY(STATS_TalvoGumbelProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoGumbelDeviate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoGumbelRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoGumbelRandomSample_MP);
+// Cauchy (location, scale).
+STATS_DECLARE_ENTRY(STATS_TalvoCauchyProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoCauchyDeviate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoCauchyRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoCauchyRandomSample_MP);
+// LogNormal (mu, sigma).
+STATS_DECLARE_ENTRY(STATS_TalvoLogNormalProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoLogNormalDeviate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoLogNormalRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoLogNormalRandomSample_MP);
 
 // Root finding.  Brent (y, procedure, a, b or the four floats of the hybrid
 // form, k, maxIterations) and Newton-Raphson (y, f, f', ...) search at

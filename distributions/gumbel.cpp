@@ -1,0 +1,63 @@
+// gumbel.cpp -- the Gumbel (type I extreme value, maximum) distribution:
+// a location, b scale.
+//
+// F(x) = exp(-exp(-(x - a) / b)); the deviate is a - b ln(-ln p) and the
+// variate the deviate of one uniform.  No parameter is checked.
+#include "distributions.hpp"
+#include "entry_frame.hpp"
+#include "random_sample.hpp"
+#include "random_stream.hpp"
+#include "stats_entries.h"
+#include "talvo_utils.hpp"
+
+TalvoFloat STATS_GumbelProbability_MP(TKernelVector, TalvoFloat x, TalvoFloat a, TalvoFloat b)
+{
+    TalvoFloat t = -(x - a) / b;
+    return exp(-exp(t));
+}
+
+TalvoFloat STATS_GumbelDeviate_MP(TKernelVector, TalvoFloat p, TalvoFloat a, TalvoFloat b)
+{
+    return a - b * log(-log(p));
+}
+
+TalvoFloat STATS_GumbelRandomVariate_MP(TKernelVector kv, TalvoFloat a, TalvoFloat b)
+{
+    TalvoFloat u = STATS_TalvoRandomStream_MP::NextDouble();
+    return STATS_GumbelDeviate_MP(kv, u, a, b);
+}
+
+TalvoFloat STATS_GumbelRandomVariate_MP(TKernelVector kv, const TalvoFloat *params)
+{
+    TalvoFloat a = params[0], b = params[1];
+    return STATS_GumbelRandomVariate_MP(kv, a, b);
+}
+
+STATS_ENTRY ALGEB STATS_TalvoGumbelProbability_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 3);
+    TalvoFloat x = f.real(1), a = f.real(2), b = f.real(3);
+    return STATS_DoubleToTalvoFloat_MP(kv, STATS_GumbelProbability_MP(kv, x, a, b));
+}
+
+STATS_ENTRY ALGEB STATS_TalvoGumbelDeviate_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 3);
+    TalvoFloat p = f.real(1), a = f.real(2), b = f.real(3);
+    return STATS_DoubleToTalvoFloat_MP(kv, STATS_GumbelDeviate_MP(kv, p, a, b));
+}
+
+STATS_ENTRY ALGEB STATS_TalvoGumbelRandomVariate_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 2);
+    TalvoFloat a = f.real(1), b = f.real(2);
+    return STATS_DoubleToTalvoFloat_MP(kv, STATS_GumbelRandomVariate_MP(kv, a, b));
+}
+
+STATS_ENTRY ALGEB STATS_TalvoGumbelRandomSample_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 3);
+    int n = f.int32(1);
+    TalvoFloat a = f.real(2), b = f.real(3);
+    return stats::FillRandomSample(kv, n, [&] { return STATS_GumbelRandomVariate_MP(kv, a, b); });
+}

@@ -1,0 +1,68 @@
+// laplace.cpp -- the Laplace (double exponential) distribution: a location,
+// b scale.
+//
+// F(x) = exp(-(a - x) / b) / 2 below a and 1 - exp(-(x - a) / b) / 2 from a
+// on.  The deviate is a + b ln(2p) for p < 1/2 and a - b ln(2(1 - p))
+// otherwise (p = 1/2 gives a); the variate is the deviate of one uniform.
+// No parameter is checked.
+#include "distributions.hpp"
+#include "entry_frame.hpp"
+#include "random_sample.hpp"
+#include "random_stream.hpp"
+#include "stats_entries.h"
+#include "talvo_utils.hpp"
+
+TalvoFloat STATS_LaplaceProbability_MP(TKernelVector, TalvoFloat x, TalvoFloat a, TalvoFloat b)
+{
+    if (x < a)
+        return TalvoFloat(0.5) * exp(-(a - x) / b);
+    return TalvoFloat(1.0) - TalvoFloat(0.5) * exp(-(x - a) / b);
+}
+
+TalvoFloat STATS_LaplaceDeviate_MP(TKernelVector, TalvoFloat p, TalvoFloat a, TalvoFloat b)
+{
+    if (p < TalvoFloat(0.5))
+        return a + b * log(TalvoFloat(2.0) * p);
+    return a - b * log(TalvoFloat(2.0) * (TalvoFloat(1.0) - p));
+}
+
+TalvoFloat STATS_LaplaceRandomVariate_MP(TKernelVector kv, TalvoFloat a, TalvoFloat b)
+{
+    TalvoFloat u = STATS_TalvoRandomStream_MP::NextDouble();
+    return STATS_LaplaceDeviate_MP(kv, u, a, b);
+}
+
+TalvoFloat STATS_LaplaceRandomVariate_MP(TKernelVector kv, const TalvoFloat *params)
+{
+    TalvoFloat a = params[0], b = params[1];
+    return STATS_LaplaceRandomVariate_MP(kv, a, b);
+}
+
+STATS_ENTRY ALGEB STATS_TalvoLaplaceProbability_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 3);
+    TalvoFloat x = f.real(1), a = f.real(2), b = f.real(3);
+    return STATS_DoubleToTalvoFloat_MP(kv, STATS_LaplaceProbability_MP(kv, x, a, b));
+}
+
+STATS_ENTRY ALGEB STATS_TalvoLaplaceDeviate_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 3);
+    TalvoFloat p = f.real(1), a = f.real(2), b = f.real(3);
+    return STATS_DoubleToTalvoFloat_MP(kv, STATS_LaplaceDeviate_MP(kv, p, a, b));
+}
+
+STATS_ENTRY ALGEB STATS_TalvoLaplaceRandomVariate_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 2);
+    TalvoFloat a = f.real(1), b = f.real(2);
+    return STATS_DoubleToTalvoFloat_MP(kv, STATS_LaplaceRandomVariate_MP(kv, a, b));
+}
+
+STATS_ENTRY ALGEB STATS_TalvoLaplaceRandomSample_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 3);
+    int n = f.int32(1);
+    TalvoFloat a = f.real(2), b = f.real(3);
+    return stats::FillRandomSample(kv, n, [&] { return STATS_LaplaceRandomVariate_MP(kv, a, b); });
+}

@@ -1,0 +1,62 @@
+// logistic.cpp -- the logistic distribution: a location, b scale.
+//
+// F(x) = 1 / (1 + exp(-(x - a) / b)); the deviate is a + b ln(p / (1 - p))
+// and the variate the deviate of one uniform.  No parameter is checked.
+#include "distributions.hpp"
+#include "entry_frame.hpp"
+#include "random_sample.hpp"
+#include "random_stream.hpp"
+#include "stats_entries.h"
+#include "talvo_utils.hpp"
+
+TalvoFloat STATS_LogisticProbability_MP(TKernelVector, TalvoFloat x, TalvoFloat a, TalvoFloat b)
+{
+    TalvoFloat t = -(x - a) / b;
+    return 1.0 / (TalvoFloat(1.0) + exp(t));
+}
+
+TalvoFloat STATS_LogisticDeviate_MP(TKernelVector, TalvoFloat p, TalvoFloat a, TalvoFloat b)
+{
+    return a + b * log(p / (TalvoFloat(1.0) - p));
+}
+
+TalvoFloat STATS_LogisticRandomVariate_MP(TKernelVector kv, TalvoFloat a, TalvoFloat b)
+{
+    TalvoFloat u = STATS_TalvoRandomStream_MP::NextDouble();
+    return STATS_LogisticDeviate_MP(kv, u, a, b);
+}
+
+TalvoFloat STATS_LogisticRandomVariate_MP(TKernelVector kv, const TalvoFloat *params)
+{
+    TalvoFloat a = params[0], b = params[1];
+    return STATS_LogisticRandomVariate_MP(kv, a, b);
+}
+
+STATS_ENTRY ALGEB STATS_TalvoLogisticProbability_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 3);
+    TalvoFloat x = f.real(1), a = f.real(2), b = f.real(3);
+    return STATS_DoubleToTalvoFloat_MP(kv, STATS_LogisticProbability_MP(kv, x, a, b));
+}
+
+STATS_ENTRY ALGEB STATS_TalvoLogisticDeviate_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 3);
+    TalvoFloat p = f.real(1), a = f.real(2), b = f.real(3);
+    return STATS_DoubleToTalvoFloat_MP(kv, STATS_LogisticDeviate_MP(kv, p, a, b));
+}
+
+STATS_ENTRY ALGEB STATS_TalvoLogisticRandomVariate_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 2);
+    TalvoFloat a = f.real(1), b = f.real(2);
+    return STATS_DoubleToTalvoFloat_MP(kv, STATS_LogisticRandomVariate_MP(kv, a, b));
+}
+
+STATS_ENTRY ALGEB STATS_TalvoLogisticRandomSample_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 3);
+    int n = f.int32(1);
+    TalvoFloat a = f.real(2), b = f.real(3);
+    return stats::FillRandomSample(kv, n, [&] { return STATS_LogisticRandomVariate_MP(kv, a, b); });
+}

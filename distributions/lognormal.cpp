@@ -1,0 +1,63 @@
+// lognormal.cpp -- the log-normal distribution: mu, sigma of the logarithm.
+//
+// F(x) is the normal probability of ln x, the deviate exp of the normal
+// deviate, and the variate exp of a normal variate: it inherits the ziggurat
+// normal generator's law (see ziggurat.hpp), whose atom at 0 becomes an atom
+// at exp(mu).  x <= 0 gives the normal probability of ln x as the float
+// library returns it (-infinity for 0, undefined below).
+#include "distributions.hpp"
+#include "entry_frame.hpp"
+#include "random_sample.hpp"
+#include "random_stream.hpp"
+#include "stats_entries.h"
+#include "talvo_utils.hpp"
+
+TalvoFloat STATS_LogNormalProbability_MP(TKernelVector kv, TalvoFloat x, TalvoFloat mu, TalvoFloat sigma)
+{
+    return STATS_NormalProbability_MP(kv, log(x), mu, sigma);
+}
+
+TalvoFloat STATS_LogNormalDeviate_MP(TKernelVector kv, TalvoFloat p, TalvoFloat mu, TalvoFloat sigma)
+{
+    return exp(STATS_NormalDeviate_MP(kv, p, mu, sigma));
+}
+
+TalvoFloat STATS_LogNormalRandomVariate_MP(TKernelVector kv, TalvoFloat mu, TalvoFloat sigma)
+{
+    return exp(STATS_NormalRandomVariate_MP(kv, mu, sigma));
+}
+
+TalvoFloat STATS_LogNormalRandomVariate_MP(TKernelVector kv, const TalvoFloat *params)
+{
+    TalvoFloat mu = params[0], sigma = params[1];
+    return STATS_LogNormalRandomVariate_MP(kv, mu, sigma);
+}
+
+STATS_ENTRY ALGEB STATS_TalvoLogNormalProbability_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 3);
+    TalvoFloat x = f.real(1), mu = f.real(2), sigma = f.real(3);
+    return STATS_DoubleToTalvoFloat_MP(kv, STATS_LogNormalProbability_MP(kv, x, mu, sigma));
+}
+
+STATS_ENTRY ALGEB STATS_TalvoLogNormalDeviate_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 3);
+    TalvoFloat p = f.real(1), mu = f.real(2), sigma = f.real(3);
+    return STATS_DoubleToTalvoFloat_MP(kv, STATS_LogNormalDeviate_MP(kv, p, mu, sigma));
+}
+
+STATS_ENTRY ALGEB STATS_TalvoLogNormalRandomVariate_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 2);
+    TalvoFloat mu = f.real(1), sigma = f.real(2);
+    return STATS_DoubleToTalvoFloat_MP(kv, STATS_LogNormalRandomVariate_MP(kv, mu, sigma));
+}
+
+STATS_ENTRY ALGEB STATS_TalvoLogNormalRandomSample_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 3);
+    int n = f.int32(1);
+    TalvoFloat mu = f.real(2), sigma = f.real(3);
+    return stats::FillRandomSample(kv, n, [&] { return STATS_LogNormalRandomVariate_MP(kv, mu, sigma); });
+}

@@ -1,0 +1,68 @@
+// power.cpp -- the power-function distribution on [0, b]: b upper end,
+// c exponent.
+//
+// F(x) = (x / b)^c on [0, b] (b itself included), 0 below 0 and 1 above b;
+// the deviate is b * p^(1/c) and the variate the deviate of one uniform.
+// No parameter is checked.
+#include "distributions.hpp"
+#include "entry_frame.hpp"
+#include "random_sample.hpp"
+#include "random_stream.hpp"
+#include "stats_entries.h"
+#include "talvo_utils.hpp"
+
+TalvoFloat STATS_PowerProbability_MP(TKernelVector, TalvoFloat x, TalvoFloat b, TalvoFloat c)
+{
+    if (x < TalvoFloat(0.0))
+        return TalvoFloat(0.0);
+    if (x <= b)
+        return pow(x / b, c);
+    return TalvoFloat(1.0);
+}
+
+TalvoFloat STATS_PowerDeviate_MP(TKernelVector, TalvoFloat p, TalvoFloat b, TalvoFloat c)
+{
+    TalvoFloat e = 1.0 / c;
+    return b * pow(p, e);
+}
+
+TalvoFloat STATS_PowerRandomVariate_MP(TKernelVector kv, TalvoFloat b, TalvoFloat c)
+{
+    TalvoFloat u = STATS_TalvoRandomStream_MP::NextDouble();
+    return STATS_PowerDeviate_MP(kv, u, b, c);
+}
+
+TalvoFloat STATS_PowerRandomVariate_MP(TKernelVector kv, const TalvoFloat *params)
+{
+    TalvoFloat b = params[0], c = params[1];
+    return STATS_PowerRandomVariate_MP(kv, b, c);
+}
+
+STATS_ENTRY ALGEB STATS_TalvoPowerProbability_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 3);
+    TalvoFloat x = f.real(1), b = f.real(2), c = f.real(3);
+    return STATS_DoubleToTalvoFloat_MP(kv, STATS_PowerProbability_MP(kv, x, b, c));
+}
+
+STATS_ENTRY ALGEB STATS_TalvoPowerDeviate_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 3);
+    TalvoFloat p = f.real(1), b = f.real(2), c = f.real(3);
+    return STATS_DoubleToTalvoFloat_MP(kv, STATS_PowerDeviate_MP(kv, p, b, c));
+}
+
+STATS_ENTRY ALGEB STATS_TalvoPowerRandomVariate_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 2);
+    TalvoFloat b = f.real(1), c = f.real(2);
+    return STATS_DoubleToTalvoFloat_MP(kv, STATS_PowerRandomVariate_MP(kv, b, c));
+}
+
+STATS_ENTRY ALGEB STATS_TalvoPowerRandomSample_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 3);
+    int n = f.int32(1);
+    TalvoFloat b = f.real(2), c = f.real(3);
+    return stats::FillRandomSample(kv, n, [&] { return STATS_PowerRandomVariate_MP(kv, b, c); });
+}

@@ -1,0 +1,78 @@
+// triangular.cpp -- the triangular distribution: a lower end, b upper end,
+// c mode (a <= c <= b).
+//
+// F(x) = (x - a)^2 / (b - a) / (c - a) below the mode and
+// 1 - (b - x)^2 / (b - a) / (b - c) above it; 0 below a and 1 from b on.
+// The deviate inverts each piece; the variate is the deviate of one uniform.
+// Nothing is checked: ends or a mode out of order give the float library's
+// value.
+#include "distributions.hpp"
+#include "entry_frame.hpp"
+#include "random_sample.hpp"
+#include "random_stream.hpp"
+#include "stats_entries.h"
+#include "talvo_utils.hpp"
+
+TalvoFloat STATS_TriangularProbability_MP(TKernelVector, TalvoFloat x, TalvoFloat a, TalvoFloat b, TalvoFloat c)
+{
+    if (x < a)
+        return TalvoFloat(0.0);
+    if (x < c) {
+        TalvoFloat d = x - a;
+        return d * d / (b - a) / (c - a);
+    }
+    if (x < b) {
+        TalvoFloat d = b - x;
+        return TalvoFloat(1.0) - d * d / (b - a) / (b - c);
+    }
+    return TalvoFloat(1.0);
+}
+
+TalvoFloat STATS_TriangularDeviate_MP(TKernelVector, TalvoFloat p, TalvoFloat a, TalvoFloat b, TalvoFloat c)
+{
+    // The branch test p * (b - a) < c - a is p < F(c) without a division.
+    if (p * (b - a) < c - a)
+        return a + sqrt(p * (b - a) * (c - a));
+    return b - sqrt((TalvoFloat(1.0) - p) * (b - a) * (b - c));
+}
+
+TalvoFloat STATS_TriangularRandomVariate_MP(TKernelVector kv, TalvoFloat a, TalvoFloat b, TalvoFloat c)
+{
+    TalvoFloat u = STATS_TalvoRandomStream_MP::NextDouble();
+    return STATS_TriangularDeviate_MP(kv, u, a, b, c);
+}
+
+TalvoFloat STATS_TriangularRandomVariate_MP(TKernelVector kv, const TalvoFloat *params)
+{
+    TalvoFloat a = params[0], b = params[1], c = params[2];
+    return STATS_TriangularRandomVariate_MP(kv, a, b, c);
+}
+
+STATS_ENTRY ALGEB STATS_TalvoTriangularProbability_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 4);
+    TalvoFloat x = f.real(1), a = f.real(2), b = f.real(3), c = f.real(4);
+    return STATS_DoubleToTalvoFloat_MP(kv, STATS_TriangularProbability_MP(kv, x, a, b, c));
+}
+
+STATS_ENTRY ALGEB STATS_TalvoTriangularDeviate_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 4);
+    TalvoFloat p = f.real(1), a = f.real(2), b = f.real(3), c = f.real(4);
+    return STATS_DoubleToTalvoFloat_MP(kv, STATS_TriangularDeviate_MP(kv, p, a, b, c));
+}
+
+STATS_ENTRY ALGEB STATS_TalvoTriangularRandomVariate_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 3);
+    TalvoFloat a = f.real(1), b = f.real(2), c = f.real(3);
+    return STATS_DoubleToTalvoFloat_MP(kv, STATS_TriangularRandomVariate_MP(kv, a, b, c));
+}
+
+STATS_ENTRY ALGEB STATS_TalvoTriangularRandomSample_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 4);
+    int n = f.int32(1);
+    TalvoFloat a = f.real(2), b = f.real(3), c = f.real(4);
+    return stats::FillRandomSample(kv, n, [&] { return STATS_TriangularRandomVariate_MP(kv, a, b, c); });
+}
