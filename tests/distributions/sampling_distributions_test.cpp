@@ -423,3 +423,44 @@ TEST(SamplingDistributions, StudentTVariatesInvertTheDeviate)
     EXPECT_EQ(s.uniforms_taken(), 4);
     EXPECT_TRUE(s.exhausted());
 }
+
+// p at the ends of [0, 1]: the routines' own rules for the central deviates,
+// the searches' for the non-central ones (the distribution function is 0 at
+// the barrier 0 and never reaches 1 on the way right).
+TEST(SamplingDistributions, DeviatesAtTheEndsOfTheRange)
+{
+    DigitsScope d(10);
+    EXPECT_EQ(result(STATS_TalvoStudentTDeviate_MP, "0, 3"),
+              "Error: TalvoMP_g01fbc: p = 0. is out of range: p must be > 0.");
+    EXPECT_EQ(result(STATS_TalvoStudentTDeviate_MP, "1, 3"),
+              "Error: TalvoMP_g01fbc: p = 1. is out of range: p must be < 1.");
+    EXPECT_EQ(result(STATS_TalvoChiSquareDeviate_MP, "0, 3"), "0.");
+    EXPECT_EQ(result(STATS_TalvoFRatioDeviate_MP, "0, 3, 4"), "0.");
+    EXPECT_EQ(result(STATS_TalvoGammaDeviate_MP, "0, 2, 3"), "0.");
+    EXPECT_EQ(result(STATS_TalvoGammaDeviate_MP, "1, 2, 3"),
+              "Error: TalvoMP_g01ffc: p = 1. is out of range: p must be < 1.");
+    EXPECT_EQ(result(STATS_TalvoBetaDeviate_MP, "0, 2, 3"), "0.");
+    EXPECT_EQ(result(STATS_TalvoBetaDeviate_MP, "1, 2, 3"), "1.");
+    EXPECT_EQ(result(STATS_TalvoNonCentralChiSquareDeviate_MP, "0, 4, 2"), "0.");
+    EXPECT_EQ(result(STATS_TalvoNonCentralFRatioDeviate_MP, "0, 3, 10, 2"), "0.");
+    EXPECT_EQ(result(STATS_TalvoNonCentralBetaDeviate_MP, "0, 2, 3, 1"), "0.");
+    EXPECT_EQ(result(STATS_TalvoNonCentralBetaDeviate_MP, "1, 2, 3, 1"), "1.");
+    EXPECT_EQ(result(STATS_TalvoNonCentralChiSquareDeviate_MP, "1, 4, 2"),
+              "Error: BrentMethodHybrid was not able to converge on the specified root.");
+    EXPECT_EQ(result(STATS_TalvoNonCentralFRatioDeviate_MP, "1, 3, 10, 2"),
+              "Error: BrentMethodHybrid was not able to converge on the specified root.");
+}
+
+// Small non-central quantiles are searched to an absolute tolerance: at 10
+// digits the 1e-20 quantile of the chi-square (4, 2), about 4.66e-10 (the
+// leading term e^-1 x^2 / 8 of the series), is found within 10^-10 / 2 of it
+// and no closer than the search needs.
+TEST(SamplingDistributions, SmallNonCentralQuantilesAreAbsolutelyAccurate)
+{
+    DigitsScope d(10);
+    TalvoFloat x = STATS_NonCentralChiSquareDeviate_MP(kv(), F("1e-20"), F("4"), F("2"), Tol());
+    EXPECT_LT(std::fabs(x.to_double() - 4.6632880e-10), 0.5e-10 + 1e-14) << show(x.handle());
+    DigitsScope d30(30);
+    x = STATS_NonCentralChiSquareDeviate_MP(kv(), F("1e-20"), F("4"), F("2"), Tol());
+    EXPECT_NEAR(x.to_double(), 4.6632880e-10, 1e-14) << show(x.handle());
+}
