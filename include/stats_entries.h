@@ -91,6 +91,34 @@ STATS_DECLARE_ENTRY(STATS_TalvoLogNormalDeviate_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoLogNormalRandomVariate_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoLogNormalRandomSample_MP);
 
+// Student's t (nu), chi-square (nu), F (nu1, nu2), gamma (scale, shape) and
+// beta (a, b): probability and deviate; Student's t also its variate and
+// sample (inversion of the deviate).
+STATS_DECLARE_ENTRY(STATS_TalvoStudentTProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoStudentTDeviate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoStudentTRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoStudentTRandomSample_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoChiSquareProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoChiSquareDeviate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoFRatioProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoFRatioDeviate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoGammaProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoGammaDeviate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoBetaProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoBetaDeviate_MP);
+
+// Non-central t (x, nu, delta), chi-square (nu, lambda), F (nu1, nu2, lambda)
+// and beta (a, b, lambda): probabilities at the relative accuracy
+// 10^-Digits; the deviates (none for t) search for the root of the
+// probability to the absolute tolerance 10^-Digits.
+STATS_DECLARE_ENTRY(STATS_TalvoNonCentralStudentTProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoNonCentralChiSquareProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoNonCentralChiSquareDeviate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoNonCentralFRatioProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoNonCentralFRatioDeviate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoNonCentralBetaProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoNonCentralBetaDeviate_MP);
+
 // Root finding.  Brent (y, procedure, a, b or the four floats of the hybrid
 // form, k, maxIterations) and Newton-Raphson (y, f, f', ...) search at
 // "Digits" + 3 with tolerance k * 10^-Digits and return the root at the

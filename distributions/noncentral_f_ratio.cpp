@@ -1,0 +1,56 @@
+// noncentral_f_ratio.cpp -- the non-central F distribution with nu1 and nu2
+// degrees of freedom and non-centrality lambda.
+//
+// The probability is the numerics library's routine, asked for the
+// relative accuracy tol with the iteration limit read from the host on every
+// call.  The deviate inverts it with Brent's hybrid search, marching right
+// from the barrier 0 with 5 as its first point, to the absolute tolerance
+// tol.
+#include "entry_frame.hpp"
+#include "nag_call.hpp"
+#include "rootfinding.hpp"
+#include "sampling_distributions.hpp"
+#include "stats_entries.h"
+#include "talvo_utils.hpp"
+
+TalvoFloat STATS_NonCentralFRatioProbability_MP(TKernelVector kv, TalvoFloat x, TalvoFloat nu1, TalvoFloat nu2,
+                                                TalvoFloat lambda, TalvoFloat tol)
+{
+    int iterations = stats::StatisticsIterations(kv);
+    stats::NagCall c;
+    TalvoFloat r = TalvoMP_g01gdc(x, nu1, nu2, lambda, tol, iterations, &c.fail);
+    c.Check(kv);
+    return r;
+}
+
+TalvoFloat _NonCentralFRatioProbabilityAdapter::Call(TalvoFloat x)
+{
+    return STATS_NonCentralFRatioProbability_MP(m_kv, x, m_nu1, m_nu2, m_lambda, m_tol);
+}
+
+TalvoFloat STATS_NonCentralFRatioDeviate_MP(TKernelVector kv, TalvoFloat p, TalvoFloat nu1, TalvoFloat nu2,
+                                            TalvoFloat lambda, TalvoFloat tol)
+{
+    int iterations = stats::StatisticsIterations(kv);
+    _NonCentralFRatioProbabilityAdapter cdf(kv, nu1, nu2, lambda, tol);
+    return STATS_BrentMethodHybridLeft_MP(kv, p, cdf, TalvoFloat(0.0), TalvoFloat(1.0), TalvoFloat(0.0),
+                                          TalvoFloat(5.0), tol, iterations);
+}
+
+// x, nu1, nu2, lambda; the tolerance is 10^-Digits.
+STATS_ENTRY ALGEB STATS_TalvoNonCentralFRatioProbability_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 4);
+    TalvoFloat x = f.real(1), nu1 = f.real(2), nu2 = f.real(3), lambda = f.real(4);
+    TalvoFloat tol = stats::DigitsTolerance(kv);
+    return STATS_DoubleToTalvoFloat_MP(kv, STATS_NonCentralFRatioProbability_MP(kv, x, nu1, nu2, lambda, tol));
+}
+
+// p, nu1, nu2, lambda; the tolerance is 10^-Digits.
+STATS_ENTRY ALGEB STATS_TalvoNonCentralFRatioDeviate_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 4);
+    TalvoFloat p = f.real(1), nu1 = f.real(2), nu2 = f.real(3), lambda = f.real(4);
+    TalvoFloat tol = stats::DigitsTolerance(kv);
+    return STATS_DoubleToTalvoFloat_MP(kv, STATS_NonCentralFRatioDeviate_MP(kv, p, nu1, nu2, lambda, tol));
+}
