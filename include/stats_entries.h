@@ -65,3 +65,33 @@ STATS_DECLARE_ENTRY(STATS_TalvoMedian_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoMedianDeviation_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoFivePointSummary_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoStatisticSummary_MP);
+
+// Variates drawn by their own algorithms (variate_algorithms.hpp).  Gamma
+// takes (scale, shape); a sample takes its length first.  The non-central
+// chi-square variate takes nu, lambda and a host boolean (true: sum of
+// squares); its sample takes n, nu, lambda and that boolean, or n, nu,
+// lambda and three procedures (cdf, pdf, points) for a sample by inversion
+// at chosen probabilities (see the entry's definition).  The error
+// distribution's deviate takes p, its distribution function and density as
+// procedures, then a, b and c.
+STATS_DECLARE_ENTRY(STATS_TalvoGammaRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoGammaRandomSample_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoBetaRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoBetaRandomSample_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoChiSquareRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoChiSquareRandomSample_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoFRatioRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoFRatioRandomSample_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoNonCentralStudentTRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoNonCentralStudentTRandomSample_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoNonCentralChiSquareRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoNonCentralChiSquareRandomSample_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoInverseGaussianRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoInverseGaussianRandomSample_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoMaxwellRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoMaxwellRandomSample_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoMoyalRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoMoyalRandomSample_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoErrorRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoErrorRandomSample_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoErrorDeviate_MP);
