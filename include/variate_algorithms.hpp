@@ -62,6 +62,13 @@ STATS_API TalvoFloat STATS_NonCentralStudentTRandomVariate_MP(TKernelVector kv, 
 STATS_API TalvoFloat STATS_NonCentralChiSquareRandomVariate_MP(TKernelVector kv, TalvoFloat nu, TalvoFloat lambda,
                                                                int method);
 
+// Non-central beta (a, b, lambda): X / (X + Y), X a non-central chi-square
+// draw of 2a degrees of freedom (sum of squares for a <= 50, inversion
+// beyond), then Y ~ chi-square(2b).
+STATS_API TalvoFloat STATS_NonCentralBetaRandomVariate_MP(TKernelVector kv, TalvoFloat a, TalvoFloat b,
+                                                          TalvoFloat lambda);
+STATS_API TalvoFloat STATS_NonCentralBetaRandomVariate_MP(TKernelVector kv, const TalvoFloat *params);
+
 // Inverse Gaussian (mu, lambda), by the transformation of one chi-square(1)
 // draw with the choice between the two roots made by one uniform.
 STATS_API TalvoFloat STATS_InverseGaussianRandomVariate_MP(TKernelVector kv, TalvoFloat mu, TalvoFloat lambda);

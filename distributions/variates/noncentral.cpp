@@ -52,6 +52,38 @@ TalvoFloat STATS_NonCentralChiSquareRandomVariate_MP(TKernelVector kv, TalvoFloa
     return s;
 }
 
+// The numerator takes the sum of squares while it has at most 100 terms
+// (a <= 50) and inversion beyond.
+TalvoFloat STATS_NonCentralBetaRandomVariate_MP(TKernelVector kv, TalvoFloat a, TalvoFloat b, TalvoFloat lambda)
+{
+    const TalvoFloat two(2.0);
+    int method = a <= TalvoFloat(50.0) ? 1 : 0;
+    TalvoFloat x = STATS_NonCentralChiSquareRandomVariate_MP(kv, two * a, lambda, method);
+    TalvoFloat y = STATS_ChiSquareRandomVariate_MP(kv, two * b);
+    return x / (x + y);
+}
+
+TalvoFloat STATS_NonCentralBetaRandomVariate_MP(TKernelVector kv, const TalvoFloat *params)
+{
+    TalvoFloat a = params[0], b = params[1], lambda = params[2];
+    return STATS_NonCentralBetaRandomVariate_MP(kv, a, b, lambda);
+}
+
+STATS_ENTRY ALGEB STATS_TalvoNonCentralBetaRandomVariate_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 3);
+    TalvoFloat a = f.real(1), b = f.real(2), lambda = f.real(3);
+    return STATS_DoubleToTalvoFloat_MP(kv, STATS_NonCentralBetaRandomVariate_MP(kv, a, b, lambda));
+}
+
+STATS_ENTRY ALGEB STATS_TalvoNonCentralBetaRandomSample_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 4);
+    int n = f.int32(1);
+    TalvoFloat a = f.real(2), b = f.real(3), lambda = f.real(4);
+    return stats::FillRandomSample(kv, n, [&] { return STATS_NonCentralBetaRandomVariate_MP(kv, a, b, lambda); });
+}
+
 STATS_ENTRY ALGEB STATS_TalvoNonCentralStudentTRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
     stats::EntryFrame f(kv, args, __func__, 2);

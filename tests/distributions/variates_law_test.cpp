@@ -152,6 +152,21 @@ double NonCentralChiSquareCdf(double x, double nu, double lambda)
     return p;
 }
 
+double NonCentralBetaCdf(double x, double a, double b, double lambda)
+{
+    if (x <= 0)
+        return 0;
+    if (x >= 1)
+        return 1;
+    DigitsScope digits(20);
+    stats::NagCall c;
+    double p = TalvoMP_g01gec(TalvoFloat(x), TalvoFloat(a), TalvoFloat(b), TalvoFloat(lambda), TalvoFloat(1e-12), 1000,
+                              &c.fail)
+                   .to_double();
+    c.Check(kv());
+    return p;
+}
+
 double Phi(double z) { return 0.5 * std::erfc(-z / M_SQRT2); }
 
 // Inverse Gaussian: Phi(sqrt(l/x)(x/mu - 1)) + e^(2l/mu) Phi(-sqrt(l/x)(x/mu + 1)).
@@ -269,6 +284,9 @@ void NonCentralLaws()
     x = Draws(109, [] { return STATS_NonCentralChiSquareRandomVariate_MP(kv(), T(2.5), T(2), 1); });
     ExpectLaw("non-central chi-square(2.5, 2), squares", x,
               [](double v) { return NonCentralChiSquareCdf(v, 3, 3 * 2 / 2.5); }, kDeparture);
+    x = Draws(117, [] { return STATS_NonCentralBetaRandomVariate_MP(kv(), T(1.5), T(2), T(1)); });
+    ExpectLaw("non-central beta(1.5, 2, 1)", x, [](double v) { return NonCentralBetaCdf(v, 1.5, 2, 1); },
+              kDeparture);
 }
 
 TEST(VariateLaws, NonCentral)

@@ -66,6 +66,10 @@ TEST(Variates, CountMessages)
          "TalvoNonCentralChiSquareRandomSample expects 4 or 6 arguments, received: 1, 2, 3"},
         {STATS_TalvoNonCentralChiSquareRandomSample_MP, "1, 2, 3, 4, 5",
          "TalvoNonCentralChiSquareRandomSample expects 4 or 6 arguments, received: 1, 2, 3, 4, 5"},
+        {STATS_TalvoNonCentralBetaRandomVariate_MP, "1, 2",
+         "TalvoNonCentralBetaRandomVariate expects 3 arguments, received: 1, 2"},
+        {STATS_TalvoNonCentralBetaRandomSample_MP, "1, 2, 3",
+         "TalvoNonCentralBetaRandomSample expects 4 arguments, received: 1, 2, 3"},
         {STATS_TalvoInverseGaussianRandomVariate_MP, "1",
          "TalvoInverseGaussianRandomVariate expects 2 argument, received: 1"},
         {STATS_TalvoInverseGaussianRandomSample_MP, "1",
@@ -127,6 +131,13 @@ TEST(Variates, SamplesFollowTheSeedAndMatchTheVariates)
         expected += "], datatype = sfloat)";
         EXPECT_EQ(show(a), expected) << c.params;
     }
+    eval("randomize(5)");
+    ALGEB b = call(STATS_TalvoNonCentralBetaRandomSample_MP, "3, 1.5, 2, 1");
+    eval("randomize(5)");
+    std::string nb = "Array(1..3, [";
+    for (int i = 0; i < 3; ++i)
+        nb += (i ? ", " : "") + show(call(STATS_TalvoNonCentralBetaRandomVariate_MP, "1.5, 2, 1"));
+    EXPECT_EQ(show(b), nb + "], datatype = sfloat)");
     eval("randomize(5)");
     ALGEB a = call(STATS_TalvoNonCentralChiSquareRandomSample_MP, "3, 2.5, 1.5, true");
     eval("randomize(5)");
@@ -355,6 +366,40 @@ TEST(NonCentralChiSquare, TheEntryMapsTheBooleanToTheMethod)
     EXPECT_EQ(result(STATS_TalvoNonCentralChiSquareRandomVariate_MP, "1, 1, false"),
               "Error: the inversion method of the non-central chi-square variate is not available");
     EXPECT_EQ(result(STATS_TalvoNonCentralChiSquareRandomSample_MP, "2, 1, 1, false"),
+              "Error: the inversion method of the non-central chi-square variate is not available");
+}
+
+TEST(NonCentralBeta, SumOfSquaresUpToFiftyThenInversion)
+{
+    BuildTables();
+    // a = 1, b = 1: two squared normals of mean sqrt(lambda / 2), then a
+    // chi-square of 2 degrees of freedom (2 times one exponential).
+    ReplayStream s;
+    s.ints({Fast(40), Neg(90), Fast(600)});
+    TalvoFloat m = sqrt(F("3") / F("2"));
+    TalvoFloat z1 = m + NormalOf(Fast(40)), z2 = m + NormalOf(Neg(90));
+    TalvoFloat x = z1 * z1 + z2 * z2, y = TalvoFloat(2.0) * ExpOf(Fast(600));
+    TalvoFloat params[3] = {F("1"), F("1"), F("3")};
+    EXPECT_TRUE(STATS_NonCentralBetaRandomVariate_MP(kv(), params) == x / (x + y));
+    EXPECT_TRUE(s.exhausted());
+    // a = 50 sums 100 squares; a = 50.5 takes inversion.
+    ReplayStream t;
+    std::initializer_list<int32_t> hundred = {
+        Fast(1), Fast(2), Fast(3), Fast(4), Fast(5), Fast(6), Fast(7), Fast(8), Fast(9), Fast(10),
+        Fast(1), Fast(2), Fast(3), Fast(4), Fast(5), Fast(6), Fast(7), Fast(8), Fast(9), Fast(10),
+        Fast(1), Fast(2), Fast(3), Fast(4), Fast(5), Fast(6), Fast(7), Fast(8), Fast(9), Fast(10),
+        Fast(1), Fast(2), Fast(3), Fast(4), Fast(5), Fast(6), Fast(7), Fast(8), Fast(9), Fast(10),
+        Fast(1), Fast(2), Fast(3), Fast(4), Fast(5), Fast(6), Fast(7), Fast(8), Fast(9), Fast(10),
+        Fast(1), Fast(2), Fast(3), Fast(4), Fast(5), Fast(6), Fast(7), Fast(8), Fast(9), Fast(10),
+        Fast(1), Fast(2), Fast(3), Fast(4), Fast(5), Fast(6), Fast(7), Fast(8), Fast(9), Fast(10),
+        Fast(1), Fast(2), Fast(3), Fast(4), Fast(5), Fast(6), Fast(7), Fast(8), Fast(9), Fast(10),
+        Fast(1), Fast(2), Fast(3), Fast(4), Fast(5), Fast(6), Fast(7), Fast(8), Fast(9), Fast(10),
+        Fast(1), Fast(2), Fast(3), Fast(4), Fast(5), Fast(6), Fast(7), Fast(8), Fast(9), Fast(10)};
+    t.ints(hundred).ints({Fast(600)});
+    STATS_NonCentralBetaRandomVariate_MP(kv(), F("50"), F("1"), F("2"));
+    EXPECT_EQ(t.ints_taken(), 101);
+    EXPECT_TRUE(t.exhausted());
+    EXPECT_EQ(result(STATS_TalvoNonCentralBetaRandomVariate_MP, "50.5, 1, 2"),
               "Error: the inversion method of the non-central chi-square variate is not available");
 }
 
