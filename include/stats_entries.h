@@ -192,3 +192,53 @@ STATS_DECLARE_ENTRY(STATS_TalvoMedian_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoMedianDeviation_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoFivePointSummary_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoStatisticSummary_MP);
+
+// Variates drawn by their own algorithms (variate_algorithms.hpp).  Gamma
+// takes (scale, shape); a sample takes its length first.  The non-central
+// chi-square variate takes nu, lambda and a host boolean (true: sum of
+// squares).  The error distribution's deviate takes p, its distribution
+// function and density as procedures, then a, b and c.
+//
+// NonCentralChiSquareRandomSample takes 4 or 6 arguments
+// ("TalvoNonCentralChiSquareRandomSample expects 4 or 6 arguments,
+// received: %1"):
+//   (n, nu, lambda, method)          n draws of the variate, method the
+//                                    host boolean as above;
+//   (n, nu, lambda, cdf, pdf, points) no random draw: element i = 1..n is
+//                                    the root of cdf(x) = points(i), by
+//                                    Newton's method with the density pdf,
+//                                    from nu + lambda with the lower barrier
+//                                    0, to the relative tolerance 10^-Digits
+//                                    within "_EnvStatisticsIterations" rounds
+//                                    (100 when unset).  For stratified or
+//                                    quasi-random samples, or for a
+//                                    distribution function of the caller's.
+//   The three procedures are checked before anything else is done:
+//   "procedure expected as fourth parameter to
+//   TalvoNonCentralChiSquareRandomSample, received: %1" (and "fifth",
+//   "sixth"); a point outside (0, 1) raises "the sixth parameter of
+//   TalvoNonCentralChiSquareRandomSample must return values strictly between
+//   0 and 1, received: %1".
+STATS_DECLARE_ENTRY(STATS_TalvoGammaRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoGammaRandomSample_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoBetaRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoBetaRandomSample_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoChiSquareRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoChiSquareRandomSample_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoFRatioRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoFRatioRandomSample_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoNonCentralStudentTRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoNonCentralStudentTRandomSample_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoNonCentralChiSquareRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoNonCentralChiSquareRandomSample_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoNonCentralBetaRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoNonCentralBetaRandomSample_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoInverseGaussianRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoInverseGaussianRandomSample_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoMaxwellRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoMaxwellRandomSample_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoMoyalRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoMoyalRandomSample_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoErrorRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoErrorRandomSample_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoErrorDeviate_MP);
