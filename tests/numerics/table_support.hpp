@@ -106,6 +106,7 @@ inline const std::map<std::string, std::vector<long>> &tabulated()
         {"g01efc", table_precisions()},
         {"g01gbc", {15}}, {"g01gcc", {15}}, {"g01gdc", {15}}, {"g01gec", {15}},
         {"g01bkc", table_precisions()},
+        {"g01ffc", {15, 30, 50, 100}},
     };
     return listed;
 }
@@ -116,7 +117,7 @@ inline const std::map<std::string, std::string> &pending_tables()
     static const std::map<std::string, std::string> pending = {
         {"g01fdc", "table pending"},
         {"g01fec", "15- to 100-digit rows pending"},
-        {"g01ffc", "table pending"},
+        {"g01ffc", "300-digit rows pending"},
         {"g01gbc", "table pending"},
         {"g01gcc", "table pending"},
         {"g01gdc", "table pending"},
