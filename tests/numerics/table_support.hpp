@@ -104,9 +104,10 @@ inline const std::map<std::string, std::vector<long>> &tabulated()
         {"g01edc", table_precisions()},
         {"g01eec", table_precisions()}, {"g01fec", {300}},
         {"g01efc", table_precisions()},
-        {"g01gbc", {15}}, {"g01gcc", {15}}, {"g01gdc", {15}}, {"g01gec", {15}},
+        {"g01gbc", {15}}, {"g01gcc", {15}}, {"g01gdc", table_precisions()}, {"g01gec", table_precisions()},
         {"g01bkc", table_precisions()},
-        {"g01ffc", {15, 30, 50, 100}},
+        {"g01fdc", table_precisions()},
+        {"g01ffc", table_precisions()},
     };
     return listed;
 }
@@ -115,13 +116,9 @@ inline const std::map<std::string, std::vector<long>> &tabulated()
 inline const std::map<std::string, std::string> &pending_tables()
 {
     static const std::map<std::string, std::string> pending = {
-        {"g01fdc", "table pending"},
         {"g01fec", "15- to 100-digit rows pending"},
-        {"g01ffc", "300-digit rows pending"},
         {"g01gbc", "table pending"},
         {"g01gcc", "table pending"},
-        {"g01gdc", "table pending"},
-        {"g01gec", "table pending"},
         {"g01bjc", "table pending"},
         {"g01blc", "table pending"},
     };
