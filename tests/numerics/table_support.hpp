@@ -102,9 +102,9 @@ inline const std::map<std::string, std::vector<long>> &tabulated()
         {"g01ebc", table_precisions()}, {"g01fbc", table_precisions()},
         {"g01ecc", table_precisions()}, {"g01fcc", table_precisions()},
         {"g01edc", table_precisions()},
-        {"g01eec", table_precisions()}, {"g01fec", {300}},
+        {"g01eec", table_precisions()}, {"g01fec", {15, 30, 300}},
         {"g01efc", table_precisions()},
-        {"g01gbc", {15}}, {"g01gcc", {15}}, {"g01gdc", table_precisions()}, {"g01gec", table_precisions()},
+        {"g01gbc", table_precisions()}, {"g01gcc", {15}}, {"g01gdc", table_precisions()}, {"g01gec", table_precisions()},
         {"g01bkc", table_precisions()},
         {"g01fdc", table_precisions()},
         {"g01ffc", table_precisions()},
@@ -116,8 +116,7 @@ inline const std::map<std::string, std::vector<long>> &tabulated()
 inline const std::map<std::string, std::string> &pending_tables()
 {
     static const std::map<std::string, std::string> pending = {
-        {"g01fec", "15- to 100-digit rows pending"},
-        {"g01gbc", "table pending"},
+        {"g01fec", "50- and 100-digit rows pending"},
         {"g01gcc", "table pending"},
         {"g01bjc", "table pending"},
         {"g01blc", "table pending"},
