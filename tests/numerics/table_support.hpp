@@ -98,16 +98,18 @@ inline const std::vector<long> &table_precisions()
 inline const std::map<std::string, std::vector<long>> &tabulated()
 {
     static const std::map<std::string, std::vector<long>> listed = {
-        {"g01eac", table_precisions()}, {"g01fac", table_precisions()},
-        {"g01ebc", table_precisions()}, {"g01fbc", table_precisions()},
-        {"g01ecc", table_precisions()}, {"g01fcc", table_precisions()},
-        {"g01edc", table_precisions()},
-        {"g01eec", table_precisions()}, {"g01fec", {15, 30, 300}},
-        {"g01efc", table_precisions()},
-        {"g01gbc", table_precisions()}, {"g01gcc", {15}}, {"g01gdc", table_precisions()}, {"g01gec", table_precisions()},
-        {"g01bkc", table_precisions()},
-        {"g01fdc", table_precisions()},
-        {"g01ffc", table_precisions()},
+        {"g01eac", table_precisions()}, {"g01fac", table_precisions()}, // normal
+        {"g01ebc", table_precisions()}, {"g01fbc", table_precisions()}, // Student's t
+        {"g01ecc", table_precisions()}, {"g01fcc", table_precisions()}, // chi-square
+        {"g01edc", table_precisions()}, {"g01fdc", table_precisions()}, // F
+        {"g01eec", table_precisions()}, {"g01fec", table_precisions()}, // beta
+        {"g01efc", table_precisions()}, {"g01ffc", table_precisions()}, // gamma
+        {"g01gbc", table_precisions()},                                 // non-central t
+        {"g01gcc", {15, 30, 50, 100}},                                  // non-central chi-square
+        {"g01gdc", table_precisions()},                                 // non-central F
+        {"g01gec", table_precisions()},                                 // non-central beta
+        {"g01bkc", table_precisions()},                                 // Poisson
+        {"g01blc", table_precisions()},                                 // hypergeometric
     };
     return listed;
 }
@@ -116,10 +118,8 @@ inline const std::map<std::string, std::vector<long>> &tabulated()
 inline const std::map<std::string, std::string> &pending_tables()
 {
     static const std::map<std::string, std::string> pending = {
-        {"g01fec", "50- and 100-digit rows pending"},
-        {"g01gcc", "table pending"},
+        {"g01gcc", "300-digit rows pending"},
         {"g01bjc", "table pending"},
-        {"g01blc", "table pending"},
     };
     return pending;
 }
