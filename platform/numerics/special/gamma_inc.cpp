@@ -146,7 +146,7 @@ Plan plan_for(double a, double x, double lx, slong goal, bool a_integer)
         // sqrt(2 a goal ln 2) terms there), and Q stays below 0.85, so
         // P = 1 - Q loses under 3 bits.
         slong nl = lower_terms(a, x, lx, goal);
-        if (nl < 0 || static_cast<double>(nl) > a)
+        if (a <= static_cast<double>(kMaxSeriesTerms) && (nl < 0 || static_cast<double>(nl) > a))
             nu = static_cast<slong>(a);
     }
     if (nu >= 0) {
