@@ -247,6 +247,43 @@ TEST(NumericsIdentities, ToleranceIsRespected)
     EXPECT_EQ(f.code, NE_NOERROR) << f.message;
 }
 
+// The same for every routine that reads tol: within tol of the full result
+// for a loose and a tight tolerance, and a loose tolerance sums fewer terms.
+TEST(NumericsIdentities, ToleranceIsRespectedByEveryRoutine)
+{
+    DigitsScope d(60);
+    struct Case {
+        const char *name;
+        std::function<TalvoFloat(const TalvoFloat &tol, Integer max_iter, NagError *)> call;
+        bool series; // a Poisson-weighted series (max_iter counts its terms)
+    } cases[] = {
+        {"g01gbc", [](const TalvoFloat &t, Integer m, NagError *f) { return TalvoMP_g01gbc(F("3"), F("10"), F("12"), t, m, f); }, true},
+        {"g01gdc", [](const TalvoFloat &t, Integer m, NagError *f) { return TalvoMP_g01gdc(F("3"), F("20"), F("200"), F("50"), t, m, f); }, true},
+        {"g01gec", [](const TalvoFloat &t, Integer m, NagError *f) { return TalvoMP_g01gec(F("0.6"), F("10"), F("20"), F("60"), t, m, f); }, true},
+        {"g01fec", [](const TalvoFloat &t, Integer, NagError *f) { return TalvoMP_g01fec(F("0.975"), F("2.5"), F("3.5"), t, f); }, false},
+        {"g01ffc", [](const TalvoFloat &t, Integer, NagError *f) { return TalvoMP_g01ffc(F("0.01"), F("3.5"), F("2"), t, f); }, false},
+    };
+    for (auto &c : cases) {
+        NagError f{};
+        TalvoFloat full = c.call(TalvoFloat(), 100000, &f);
+        ASSERT_EQ(f.code, NE_NOERROR) << c.name << ": " << f.message;
+        for (const char *tol : {"1e-6", "1e-30"}) {
+            TalvoFloat rough = c.call(F(tol), 100000, &f);
+            ASSERT_EQ(f.code, NE_NOERROR) << c.name << ": " << f.message;
+            TalvoFloat rel = fabs((rough - full) / full);
+            EXPECT_LT(mpfr_cmp(rel.mpfr(), F(tol).mpfr()), 0) << c.name << " tol " << tol;
+        }
+        if (c.series) {
+            NagError a{}, b{};
+            c.call(F("1e-6"), 2, &a);
+            c.call(TalvoFloat(), 2, &b);
+            ASSERT_EQ(a.code, NE_CONV) << c.name;
+            ASSERT_EQ(b.code, NE_CONV) << c.name;
+            EXPECT_LT(a.iterations, b.iterations) << c.name;
+        }
+    }
+}
+
 // Results are floats of the current precision.
 TEST(NumericsIdentities, ResultPrecision)
 {

@@ -98,32 +98,28 @@ inline const std::vector<long> &table_precisions()
 inline const std::map<std::string, std::vector<long>> &tabulated()
 {
     static const std::map<std::string, std::vector<long>> listed = {
-        {"g01eac", table_precisions()}, {"g01fac", table_precisions()},
-        {"g01ebc", table_precisions()}, {"g01fbc", table_precisions()},
-        {"g01ecc", table_precisions()}, {"g01fcc", table_precisions()},
-        {"g01edc", table_precisions()},
-        {"g01eec", table_precisions()}, {"g01fec", {300}},
-        {"g01efc", table_precisions()},
-        {"g01gbc", {15}}, {"g01gcc", {15}}, {"g01gdc", {15}}, {"g01gec", {15}},
-        {"g01bkc", table_precisions()},
+        {"g01eac", table_precisions()}, {"g01fac", table_precisions()}, // normal
+        {"g01ebc", table_precisions()}, {"g01fbc", table_precisions()}, // Student's t
+        {"g01ecc", table_precisions()}, {"g01fcc", table_precisions()}, // chi-square
+        {"g01edc", table_precisions()}, {"g01fdc", table_precisions()}, // F
+        {"g01eec", table_precisions()}, {"g01fec", table_precisions()}, // beta
+        {"g01efc", table_precisions()}, {"g01ffc", table_precisions()}, // gamma
+        {"g01gbc", table_precisions()},                                 // non-central t
+        {"g01gcc", table_precisions()},                                 // non-central chi-square
+        {"g01gdc", table_precisions()},                                 // non-central F
+        {"g01gec", table_precisions()},                                 // non-central beta
+        {"g01bjc", table_precisions()},                                 // binomial
+        {"g01bkc", table_precisions()},                                 // Poisson
+        {"g01blc", table_precisions()},                                 // hypergeometric
     };
     return listed;
 }
 
-// Routines (or precisions of a routine) whose tables are not generated yet.
+// Routines (or precisions of a routine) whose tables are not generated yet,
+// with the reason.  Empty: every routine has its table at every precision.
 inline const std::map<std::string, std::string> &pending_tables()
 {
-    static const std::map<std::string, std::string> pending = {
-        {"g01fdc", "table pending"},
-        {"g01fec", "15- to 100-digit rows pending"},
-        {"g01ffc", "table pending"},
-        {"g01gbc", "table pending"},
-        {"g01gcc", "table pending"},
-        {"g01gdc", "table pending"},
-        {"g01gec", "table pending"},
-        {"g01bjc", "table pending"},
-        {"g01blc", "table pending"},
-    };
+    static const std::map<std::string, std::string> pending;
     return pending;
 }
 

@@ -139,6 +139,16 @@ Plan plan_for(double a, double x, double lx, slong goal, bool a_integer)
 {
     Plan p{false, -1, 0.0};
     slong nu = (x > a) ? upper_terms(a, x, lx, goal, a_integer) : -1;
+    if (nu < 0 && a_integer && x >= a - std::sqrt(a)) {
+        // For an integer a the upper series is a finite sum of a positive
+        // terms, exact for every x.  Just below the mean it is still the
+        // shorter sum at high precision (the lower series needs about
+        // sqrt(2 a goal ln 2) terms there), and Q stays below 0.85, so
+        // P = 1 - Q loses under 3 bits.
+        slong nl = lower_terms(a, x, lx, goal);
+        if (a <= static_cast<double>(kMaxSeriesTerms) && (nl < 0 || static_cast<double>(nl) > a))
+            nu = static_cast<slong>(a);
+    }
     if (nu >= 0) {
         p.upper = true;
         p.terms = nu;
