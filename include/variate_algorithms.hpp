@@ -56,11 +56,16 @@ STATS_API TalvoFloat STATS_NonCentralStudentTRandomVariate_MP(TKernelVector kv, 
 // of ceil(nu) normal draws of mean sqrt(lambda / nu) (one square for each
 // integer i >= 0 below nu).  More than 2147483647 terms raise "the sum of
 // squares of a non-central chi-square variate takes at most 2147483647
-// terms, received: %1".  method 0 (inversion of the distribution function)
-// raises "the inversion method of the non-central chi-square variate is not
-// available" in this build.
+// terms, received: %1".  method 0: the deviate at one uniform draw, searched
+// to the tolerance 10^-Digits (its search errors are the deviate's).
 STATS_API TalvoFloat STATS_NonCentralChiSquareRandomVariate_MP(TKernelVector kv, TalvoFloat nu, TalvoFloat lambda,
                                                                int method);
+
+// Non-central F (nu1, nu2, lambda): X1 a non-central chi-square draw of nu1
+// degrees of freedom by inversion, then X2 ~ chi-square(nu2);
+// (X1 * nu2) / (X2 * nu1).
+STATS_API TalvoFloat STATS_NonCentralFRatioRandomVariate_MP(TKernelVector kv, TalvoFloat nu1, TalvoFloat nu2,
+                                                            TalvoFloat lambda);
 
 // Non-central beta (a, b, lambda): X / (X + Y), X a non-central chi-square
 // draw of 2a degrees of freedom (sum of squares for a <= 50, inversion

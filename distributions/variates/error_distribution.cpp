@@ -24,26 +24,11 @@
 #include "talvo_utils.hpp"
 #include "variate_algorithms.hpp"
 
-namespace {
-
-// A Laplace draw (location a, scale b) by inversion of its distribution
-// function at one uniform, exactly as the Laplace variate makes it.
-TalvoFloat LaplaceDraw(const TalvoFloat &a, const TalvoFloat &b)
-{
-    TalvoFloat p = STATS_TalvoRandomStream_MP::NextDouble();
-    const TalvoFloat one(1.0), two(2.0);
-    if (p < TalvoFloat(0.5))
-        return a + b * log(two * p);
-    return a - b * log(two * (one - p));
-}
-
-} // namespace
-
 TalvoFloat STATS_ErrorRandomVariate_MP(TKernelVector kv, TalvoFloat a, TalvoFloat b, TalvoFloat c)
 {
     const TalvoFloat zero(0.0), one(1.0), two(2.0);
     if (c == two)
-        return LaplaceDraw(a, two * b);
+        return STATS_LaplaceRandomVariate_MP(kv, a, two * b);
     if (c == one)
         return STATS_NormalRandomVariate_MP(kv, a, b);
     if (a != zero)

@@ -6,6 +6,8 @@
 #include "stats_support.hpp"
 
 #include "distributions.hpp"
+#include "nag_call.hpp"
+#include "sampling_distributions.hpp"
 #include "random_stream.hpp"
 #include "talvo_utils.hpp"
 #include "variate_algorithms.hpp"
@@ -363,10 +365,52 @@ TEST(NonCentralChiSquare, TheEntryMapsTheBooleanToTheMethod)
     TalvoFloat z = F("1") + NormalOf(Fast(10));
     EXPECT_EQ(result(STATS_TalvoNonCentralChiSquareRandomVariate_MP, "1, 1, true"),
               show(STATS_DoubleToTalvoFloat_MP(kv(), z * z)));
+    EXPECT_TRUE(s.exhausted());
+    // false: the deviate at one uniform, searched to 10^-Digits.
+    ReplayStream u;
+    u.uniforms({"0.25"});
     EXPECT_EQ(result(STATS_TalvoNonCentralChiSquareRandomVariate_MP, "1, 1, false"),
-              "Error: the inversion method of the non-central chi-square variate is not available");
+              result(STATS_TalvoNonCentralChiSquareDeviate_MP, "0.25, 1, 1"));
+    EXPECT_TRUE(u.exhausted());
+    ReplayStream v;
+    v.uniforms({"0.25", "0.875"});
     EXPECT_EQ(result(STATS_TalvoNonCentralChiSquareRandomSample_MP, "2, 1, 1, false"),
-              "Error: the inversion method of the non-central chi-square variate is not available");
+              "Array(1..2, [" + result(STATS_TalvoNonCentralChiSquareDeviate_MP, "0.25, 1, 1") + ", " +
+                  result(STATS_TalvoNonCentralChiSquareDeviate_MP, "0.875, 1, 1") + "], datatype = sfloat)");
+    EXPECT_TRUE(v.exhausted());
+}
+
+TEST(NonCentralChiSquare, InversionFollowsTheDistributionFunction)
+{
+    // The inverted draw lies where the distribution function takes the
+    // uniform's value, to the search's tolerance.
+    DigitsScope d(20);
+    for (const char *p : {"0.001", "0.3", "0.5", "0.99"}) {
+        ReplayStream u;
+        u.uniforms({p});
+        TalvoFloat x = STATS_NonCentralChiSquareRandomVariate_MP(kv(), F("3"), F("2.5"), 0);
+        TalvoFloat back = STATS_NonCentralChiSquareProbability_MP(kv(), x, F("3"), F("2.5"), stats::DigitsTolerance(kv()));
+        EXPECT_TRUE(fabs(back - F(p)) < F("1e-18")) << p << " " << show(STATS_DoubleToTalvoFloat_MP(kv(), back));
+    }
+}
+
+TEST(NonCentralFRatio, InvertedNumeratorThenChiSquareDenominator)
+{
+    BuildTables();
+    // nu2 = 2: the denominator is 2 times one exponential draw, taken after
+    // the numerator's uniform.
+    ReplayStream s;
+    s.uniforms({"0.6"}).ints({Fast(600)});
+    TalvoFloat x1 = STATS_NonCentralChiSquareDeviate_MP(kv(), F("0.6"), F("3"), F("1.5"), stats::DigitsTolerance(kv()));
+    TalvoFloat x2 = TalvoFloat(2.0) * ExpOf(Fast(600));
+    TalvoFloat r = STATS_NonCentralFRatioRandomVariate_MP(kv(), F("3"), F("2"), F("1.5"));
+    EXPECT_TRUE(r == (x1 * F("2")) / (x2 * F("3")));
+    EXPECT_TRUE(s.exhausted());
+    EXPECT_EQ(result(STATS_TalvoNonCentralFRatioRandomVariate_MP, "1, 2"),
+              "Error: TalvoNonCentralFRatioRandomVariate expects 3 arguments, received: 1, 2");
+    EXPECT_EQ(result(STATS_TalvoNonCentralFRatioRandomSample_MP, "1, 2, 3"),
+              "Error: TalvoNonCentralFRatioRandomSample expects 4 arguments, received: 1, 2, 3");
+    EXPECT_EQ(result(STATS_TalvoNonCentralFRatioRandomSample_MP, "0, 2, 3, 1"), "Array(1..0, [], datatype = sfloat)");
 }
 
 TEST(NonCentralBeta, SumOfSquaresUpToFiftyThenInversion)
@@ -399,8 +443,14 @@ TEST(NonCentralBeta, SumOfSquaresUpToFiftyThenInversion)
     STATS_NonCentralBetaRandomVariate_MP(kv(), F("50"), F("1"), F("2"));
     EXPECT_EQ(t.ints_taken(), 101);
     EXPECT_TRUE(t.exhausted());
-    EXPECT_EQ(result(STATS_TalvoNonCentralBetaRandomVariate_MP, "50.5, 1, 2"),
-              "Error: the inversion method of the non-central chi-square variate is not available");
+    // a = 50.5: one uniform inverted for 101 degrees of freedom, then the
+    // chi-square of 2 degrees of freedom.
+    ReplayStream w;
+    w.uniforms({"0.5"}).ints({Fast(600)});
+    TalvoFloat xi = STATS_NonCentralChiSquareDeviate_MP(kv(), F("0.5"), F("101"), F("2"), stats::DigitsTolerance(kv()));
+    TalvoFloat yi = TalvoFloat(2.0) * ExpOf(Fast(600));
+    EXPECT_TRUE(STATS_NonCentralBetaRandomVariate_MP(kv(), F("50.5"), F("1"), F("2")) == xi / (xi + yi));
+    EXPECT_TRUE(w.exhausted());
 }
 
 TEST(InverseGaussian, OneChiSquareThenOneUniformChoosesTheRoot)
