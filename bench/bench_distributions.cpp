@@ -1,0 +1,179 @@
+// bench_distributions -- distribution entries as a script calls them,
+// against Boost.Math's distributions on Boost.Multiprecision MPFR floats at
+// the same number of digits, at 15 and 50 digits, on the same inputs.
+//
+//   talvo   the host entry (STATS_TalvoNormalProbability_MP, ...) called
+//           with a prepared argument sequence: conversion of the arguments,
+//           the computation and the host float made of the result;
+//   boost   boost::math::cdf / quantile of the same distribution;
+//
+// and, for the random samples, draws per second of a 100 000-value
+// RandomSample entry.  mpmath on the same cases: bench/distributions_mpmath.py.
+// Prints microseconds per call (best of three timed loops of at least
+// 20 ms each) and the ratio boost/talvo (above 1: we are faster).
+// Usage: bench_distributions [digits...]
+#include "api.hpp"
+#include "eval.hpp"
+#include "host.hpp"
+#include "parse.hpp"
+#include "stats_entries.h"
+
+#include <boost/math/distributions/beta.hpp>
+#include <boost/math/distributions/gamma.hpp>
+#include <boost/math/distributions/non_central_chi_squared.hpp>
+#include <boost/math/distributions/normal.hpp>
+#include <boost/math/distributions/students_t.hpp>
+#include <boost/multiprecision/mpfr.hpp>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace {
+
+namespace bm = boost::math;
+using Real = boost::multiprecision::number<boost::multiprecision::mpfr_float_backend<0>,
+                                           boost::multiprecision::et_off>;
+
+volatile double sink;
+
+double Micros(const std::function<void()> &f)
+{
+    double best = 1e300;
+    for (int run = 0; run < 3; ++run) {
+        long n = 0;
+        auto t0 = std::chrono::steady_clock::now();
+        double s = 0;
+        do {
+            f();
+            ++n;
+            s = std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
+        } while (s < 0.02);
+        best = std::min(best, s / static_cast<double>(n) * 1e6);
+    }
+    return best;
+}
+
+// The argument sequence of an entry from host text ("0.975, 5").
+ALGEB Args(const std::string &text)
+{
+    talvo::Parser p(text + ";");
+    talvo::ParsedStatement st;
+    ALGEB last = talvo::null_seq();
+    while (p.next(&st))
+        last = talvo::eval(st.stmt);
+    return last;
+}
+
+struct Case {
+    const char *name;  // e.g. "Normal Probability x=1.5"
+    TalvoEntry entry;
+    const char *args;  // host text of the arguments
+    std::function<Real(const std::vector<Real> &)> boost;
+    std::vector<const char *> reals;  // the same inputs for Boost
+};
+
+std::vector<Case> Cases()
+{
+    using R = std::vector<Real>;
+    return {
+        {"Normal Probability x=1.5", STATS_TalvoNormalProbability_MP, "1.5, 0, 1",
+         [](const R &r) { return bm::cdf(bm::normal_distribution<Real>(), r[0]); }, {"1.5"}},
+        {"Normal Deviate p=0.975", STATS_TalvoNormalDeviate_MP, "0.975, 0, 1",
+         [](const R &r) { return bm::quantile(bm::normal_distribution<Real>(), r[0]); }, {"0.975"}},
+        {"StudentT Probability t=2 nu=5", STATS_TalvoStudentTProbability_MP, "2, 5",
+         [](const R &r) { return bm::cdf(bm::students_t_distribution<Real>(r[1]), r[0]); }, {"2", "5"}},
+        {"StudentT Deviate p=0.975 nu=5", STATS_TalvoStudentTDeviate_MP, "0.975, 5",
+         [](const R &r) { return bm::quantile(bm::students_t_distribution<Real>(r[1]), r[0]); }, {"0.975", "5"}},
+        // Gamma (scale, shape) here; Boost takes (shape, scale).
+        {"Gamma Probability x=3 scale=2 shape=2.5", STATS_TalvoGammaProbability_MP, "3, 2, 2.5",
+         [](const R &r) { return bm::cdf(bm::gamma_distribution<Real>(r[2], r[1]), r[0]); }, {"3", "2", "2.5"}},
+        {"Gamma Deviate p=0.975 scale=2 shape=2.5", STATS_TalvoGammaDeviate_MP, "0.975, 2, 2.5",
+         [](const R &r) { return bm::quantile(bm::gamma_distribution<Real>(r[2], r[1]), r[0]); },
+         {"0.975", "2", "2.5"}},
+        {"Beta Probability x=0.3 a=2 b=3", STATS_TalvoBetaProbability_MP, "0.3, 2, 3",
+         [](const R &r) { return bm::cdf(bm::beta_distribution<Real>(r[1], r[2]), r[0]); }, {"0.3", "2", "3"}},
+        {"Beta Deviate p=0.975 a=2 b=3", STATS_TalvoBetaDeviate_MP, "0.975, 2, 3",
+         [](const R &r) { return bm::quantile(bm::beta_distribution<Real>(r[1], r[2]), r[0]); },
+         {"0.975", "2", "3"}},
+        {"NonCentralChiSquare Probability x=7 nu=5 lambda=2", STATS_TalvoNonCentralChiSquareProbability_MP, "7, 5, 2",
+         [](const R &r) { return bm::cdf(bm::non_central_chi_squared_distribution<Real>(r[1], r[2]), r[0]); },
+         {"7", "5", "2"}},
+        {"NonCentralChiSquare Deviate p=0.975 nu=5 lambda=2", STATS_TalvoNonCentralChiSquareDeviate_MP,
+         "0.975, 5, 2",
+         [](const R &r) { return bm::quantile(bm::non_central_chi_squared_distribution<Real>(r[1], r[2]), r[0]); },
+         {"0.975", "5", "2"}},
+    };
+}
+
+struct Sample {
+    const char *name;
+    TalvoEntry entry;
+    const char *args;  // after the length
+};
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    talvo::host_init();
+    TKernelVector kv = talvo::kernel_vector();
+    STATS_StatsInitialize_MP(kv, talvo::null_seq());
+    std::vector<int> digits;
+    for (int i = 1; i < argc; ++i)
+        digits.push_back(std::atoi(argv[i]));
+    if (digits.empty())
+        digits = {15, 50};
+
+    std::printf("%-52s %6s %12s %12s %10s\n", "case", "digits", "talvo_us", "boost_us", "boost/us");
+    for (const Case &c : Cases()) {
+        for (int d : digits) {
+            talvo::set_digits(d);
+            ALGEB args = Args(c.args);
+            TalvoGcProtect(kv, args);
+            double ours = Micros([&] { c.entry(kv, args); });
+            TalvoGcAllow(kv, args);
+            Real::default_precision(static_cast<unsigned>(d));
+            std::vector<Real> in;
+            for (const char *v : c.reals)
+                in.emplace_back(v);
+            double theirs = -1;
+            try {
+                theirs = Micros([&] { sink = static_cast<double>(c.boost(in)); });
+            } catch (const std::exception &) {
+                theirs = -1;
+            }
+            if (theirs > 0)
+                std::printf("%-52s %6d %12.2f %12.2f %10.2f\n", c.name, d, ours, theirs, theirs / ours);
+            else
+                std::printf("%-52s %6d %12.2f %12s %10s\n", c.name, d, ours, "err", "-");
+        }
+    }
+
+    const std::vector<Sample> samples = {
+        {"Gamma RandomSample scale=2 shape=2.5", STATS_TalvoGammaRandomSample_MP, "2, 2.5"},
+        {"Beta RandomSample a=2 b=3", STATS_TalvoBetaRandomSample_MP, "2, 3"},
+    };
+    const long n = 100000;
+    std::printf("\n%-52s %6s %16s\n", "sample of 100000", "digits", "draws per second");
+    for (const Sample &s : samples) {
+        for (int d : digits) {
+            talvo::set_digits(d);
+            ALGEB args = Args(std::to_string(n) + ", " + s.args);
+            TalvoGcProtect(kv, args);
+            double best = 1e300;
+            for (int run = 0; run < 3; ++run) {
+                auto t0 = std::chrono::steady_clock::now();
+                s.entry(kv, args);
+                best = std::min(best, std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count());
+            }
+            TalvoGcAllow(kv, args);
+            std::printf("%-52s %6d %16.0f\n", s.name, d, double(n) / best);
+        }
+    }
+    return 0;
+}
