@@ -12,6 +12,7 @@
 // The data are a normal sample drawn by the library.  Prints seconds (best of
 // three runs) and the ratio of each sort to the median.  Usage:
 // bench_descriptive_order [n]
+#include "timing.hpp"
 #include "api.hpp"
 #include "eval.hpp"
 #include "host.hpp"
@@ -27,18 +28,6 @@
 #include <vector>
 
 namespace {
-
-double Seconds(const std::function<void()> &work)
-{
-    double best = 1e300;
-    for (int run = 0; run < 3; ++run) {
-        auto t0 = std::chrono::steady_clock::now();
-        work();
-        auto t1 = std::chrono::steady_clock::now();
-        best = std::min(best, std::chrono::duration<double>(t1 - t0).count());
-    }
-    return best;
-}
 
 ALGEB Seq(TKernelVector kv, std::initializer_list<ALGEB> items)
 {
@@ -75,13 +64,13 @@ int main(int argc, char **argv)
         const auto *values = static_cast<const TalvoFloat *>(RTableDataBlock(kv, data));
         std::vector<TalvoFloat> copy;
 
-        double median = Seconds([&] { STATS_TalvoMedian_MP(kv, medianArgs); });
-        double quantiles = Seconds([&] { STATS_TalvoQuantile_MP(kv, quantileArgs); });
-        double stdsort = Seconds([&] {
+        double median = bench::BestSeconds([&] { STATS_TalvoMedian_MP(kv, medianArgs); });
+        double quantiles = bench::BestSeconds([&] { STATS_TalvoQuantile_MP(kv, quantileArgs); });
+        double stdsort = bench::BestSeconds([&] {
             copy.assign(values, values + n);
             std::sort(copy.begin(), copy.end(), [](const TalvoFloat &a, const TalvoFloat &b) { return a < b; });
         });
-        double sortdata = Seconds([&] {
+        double sortdata = bench::BestSeconds([&] {
             copy.assign(values, values + n);
             STATS_SortData_MP(copy.data(), static_cast<int>(n));
         });

@@ -12,6 +12,7 @@
 //
 // Prints microseconds per value (best of three runs) and the ratio to the
 // floor.  Usage: bench_descriptive_sums [n]
+#include "timing.hpp"
 #include "api.hpp"
 #include "eval.hpp"
 #include "host.hpp"
@@ -29,18 +30,6 @@
 #include <vector>
 
 namespace {
-
-double Seconds(const std::function<void()> &work)
-{
-    double best = 1e300;
-    for (int run = 0; run < 3; ++run) {
-        auto t0 = std::chrono::steady_clock::now();
-        work();
-        auto t1 = std::chrono::steady_clock::now();
-        best = std::min(best, std::chrono::duration<double>(t1 - t0).count());
-    }
-    return best;
-}
 
 // Uniform values in [0, 1) at the current precision, one per element.
 ALGEB FloatArray(TKernelVector kv, long n, unsigned seed)
@@ -90,7 +79,7 @@ double Floor(int digits, long n)
     }
     mpfr_t sum;
     mpfr_init2(sum, prec);
-    double s = Seconds([&] {
+    double s = bench::BestSeconds([&] {
         mpfr_set_zero(sum, 1);
         for (auto &v : x)
             mpfr_add(sum, sum, &v, MPFR_RNDN);
@@ -111,7 +100,7 @@ double Mean(int digits, long n, bool ignore, bool weighted)
     ALGEB weights = weighted ? FloatArray(kv, n, 2) : Empty(kv);
     ALGEB args = Args(kv, {data, weights, ToTalvoBoolean(kv, ignore), ToTalvoInteger(kv, 0)});
     TalvoGcProtect(kv, args);
-    double s = Seconds([&] {
+    double s = bench::BestSeconds([&] {
         ALGEB m = STATS_TalvoMean_MP(kv, args);
         if (!(TalvoFloat::from_handle(m) > 0L))
             std::abort();
@@ -137,7 +126,7 @@ double Tally(long n)
         x[i] = static_cast<int32_t>(gen() % 1000);
     ALGEB args = Args(kv, {data, Empty(kv)});
     TalvoGcProtect(kv, args);
-    double t = Seconds([&] {
+    double t = bench::BestSeconds([&] {
         ALGEB table = STATS_TalvoTally_MP(kv, args);
         if (!IsTalvoTable(kv, table))
             std::abort();

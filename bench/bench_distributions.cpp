@@ -12,6 +12,7 @@
 // Prints microseconds per call (best of three timed loops of at least
 // 20 ms each) and the ratio boost/talvo (above 1: we are faster).
 // Usage: bench_distributions [digits...]
+#include "timing.hpp"
 #include "api.hpp"
 #include "eval.hpp"
 #include "host.hpp"
@@ -40,23 +41,6 @@ using Real = boost::multiprecision::number<boost::multiprecision::mpfr_float_bac
                                            boost::multiprecision::et_off>;
 
 volatile double sink;
-
-double Micros(const std::function<void()> &f)
-{
-    double best = 1e300;
-    for (int run = 0; run < 3; ++run) {
-        long n = 0;
-        auto t0 = std::chrono::steady_clock::now();
-        double s = 0;
-        do {
-            f();
-            ++n;
-            s = std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
-        } while (s < 0.02);
-        best = std::min(best, s / static_cast<double>(n) * 1e6);
-    }
-    return best;
-}
 
 // The argument sequence of an entry from host text ("0.975, 5").
 ALGEB Args(const std::string &text)
@@ -135,7 +119,7 @@ int main(int argc, char **argv)
             talvo::set_digits(d);
             ALGEB args = Args(c.args);
             TalvoGcProtect(kv, args);
-            double ours = Micros([&] { c.entry(kv, args); });
+            double ours = bench::BestMicros([&] { c.entry(kv, args); });
             TalvoGcAllow(kv, args);
             Real::default_precision(static_cast<unsigned>(d));
             std::vector<Real> in;
@@ -143,7 +127,7 @@ int main(int argc, char **argv)
                 in.emplace_back(v);
             double theirs = -1;
             try {
-                theirs = Micros([&] { sink = static_cast<double>(c.boost(in)); });
+                theirs = bench::BestMicros([&] { sink = static_cast<double>(c.boost(in)); });
             } catch (const std::exception &) {
                 theirs = -1;
             }

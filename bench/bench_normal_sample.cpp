@@ -13,6 +13,7 @@
 // Prints microseconds per value (best of three runs) and each one's ratio to
 // the floor.  Usage: bench_normal_sample [n [talvo]] (with "talvo", only
 // ours is run, for profiling).
+#include "timing.hpp"
 #include "api.hpp"
 #include "eval.hpp"
 #include "host.hpp"
@@ -35,18 +36,6 @@
 
 namespace {
 
-double Seconds(const std::function<void()> &work)
-{
-    double best = 1e300;
-    for (int run = 0; run < 3; ++run) {
-        auto t0 = std::chrono::steady_clock::now();
-        work();
-        auto t1 = std::chrono::steady_clock::now();
-        best = std::min(best, std::chrono::duration<double>(t1 - t0).count());
-    }
-    return best;
-}
-
 mpfr_prec_t Bits(int digits) { return talvo_float_precision_bits(digits); }
 
 double Talvo(int digits, long n)
@@ -58,7 +47,7 @@ double Talvo(int digits, long n)
     TalvoExpseqAssign(kv, args, 2, ToTalvoInteger(kv, 0));
     TalvoExpseqAssign(kv, args, 3, ToTalvoInteger(kv, 1));
     STATS_ZigguratNormalGenerator_MP::Reset(); // the tables are built outside the timing
-    double s = Seconds([&] {
+    double s = bench::BestSeconds([&] {
         ALGEB sample = STATS_TalvoNormalRandomSample_MP(kv, args);
         if (RTableNumElements(kv, sample) != n)
             std::abort();
@@ -79,7 +68,7 @@ double Floor(int digits, long n)
     mpfr_inits2(prec, mu, sigma, (mpfr_ptr) nullptr);
     mpfr_set_ui(mu, 0, MPFR_RNDN);
     mpfr_set_ui(sigma, 1, MPFR_RNDN);
-    double s = Seconds([&] {
+    double s = bench::BestSeconds([&] {
         for (auto &v : x) {
             mpfr_urandomb(&v, rs);
             mpfr_mul(&v, &v, sigma, MPFR_RNDN);
@@ -101,7 +90,7 @@ double Nrandom(int digits, long n)
     std::vector<__mpfr_struct> x(static_cast<size_t>(n));
     for (auto &v : x)
         mpfr_init2(&v, prec);
-    double s = Seconds([&] {
+    double s = bench::BestSeconds([&] {
         for (auto &v : x)
             mpfr_nrandom(&v, rs, MPFR_RNDN);
     });
@@ -121,7 +110,7 @@ double Boost(long n)
     boost::random::mt19937 gen(12345);
     boost::random::normal_distribution<Float> normal(Float(0), Float(1));
     std::vector<Float> x(static_cast<size_t>(n));
-    return Seconds([&] {
+    return bench::BestSeconds([&] {
         for (auto &v : x)
             v = normal(gen);
     });

@@ -15,6 +15,7 @@
 // Prints microseconds per call (best of three timed loops of at least
 // 20 ms each) and the ratios talvo/arb and talvo/boost.
 // Usage: bench_numerics [digits...] [--only NAME]
+#include "timing.hpp"
 #include "talvo_mp.h"
 
 #include <arb.h>
@@ -62,27 +63,6 @@ struct Case {
 using Work = std::function<bool(long digits)>;
 
 volatile double sink;
-
-// Microseconds per call of f: the best of three loops of at least 20 ms;
-// a negative value when f has no implementation (or throws).
-double Micros(const std::function<void()> &f)
-{
-    double best = 1e300;
-    for (int run = 0; run < 3; ++run) {
-        long n = 0;
-        auto t0 = std::chrono::steady_clock::now();
-        double s = 0;
-        do {
-            f();
-            ++n;
-            s = std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
-        } while (s < 0.02);
-        best = std::min(best, s / static_cast<double>(n) * 1e6);
-        if (s > 1.0)
-            break; // one call over a second: once is enough
-    }
-    return best;
-}
 
 // ---------------------------------------------------------------------------
 // Arb until guaranteed
@@ -387,7 +367,7 @@ int main(int argc, char **argv)
             for (const char *t : b.c.reals)
                 reals.push_back(TalvoFloat::from_handle(talvo_float_parse(t, prec)));
             NagError fail{};
-            double ours = Micros([&] { b.talvo(reals, b.c.ints, &fail); });
+            double ours = bench::BestMicros([&] { b.talvo(reals, b.c.ints, &fail); });
             if (fail.code != NE_NOERROR)
                 ours = -1;
             double arb = -1;
@@ -395,7 +375,7 @@ int main(int argc, char **argv)
                 arb_ptr in = _arb_vec_init(static_cast<slong>(b.c.reals.size()));
                 for (size_t i = 0; i < b.c.reals.size(); ++i)
                     ArbSet(in + i, b.c.reals[i], d);
-                arb = Micros([&] {
+                arb = bench::BestMicros([&] {
                     ArbGuaranteed(d, b.arb_outputs, [&](arb_ptr o, slong wp) { b.arb(o, in, b.c.ints, wp); });
                 });
                 _arb_vec_clear(in, static_cast<slong>(b.c.reals.size()));
@@ -407,7 +387,7 @@ int main(int argc, char **argv)
                 for (const char *t : b.c.reals)
                     r.push_back(Real(t));
                 try {
-                    boost = Micros([&] { sink = b.boost(r, b.c.ints); });
+                    boost = bench::BestMicros([&] { sink = b.boost(r, b.c.ints); });
                 } catch (const std::exception &) {
                     boost = -1;
                 }
