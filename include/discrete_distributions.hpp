@@ -125,3 +125,17 @@ public:
 private:
     long m_i1, m_i2, m_i3;
 };
+
+// Empirical: the distribution of the points x[0..n-1] with weights w (null:
+// unweighted).  The deviate is the type 1 quantile of the data at p
+// (order_statistics.hpp); undefined when n is 0.  x and w are reordered.
+// Unweighted, it is the smallest point whose share of the points, counted
+// from below, reaches p, so a variate (the deviate at one uniform) draws
+// every point with probability 1/n.  Weighted, the quantile kernel returns
+// the sorted point at the first index whose running weight exceeds W p,
+// with the first index moved to the second: for n >= 2 the smallest point is
+// never returned and its weight goes to the second smallest, so a variate
+// draws x(1) with probability 0, x(2) with (w(1) + w(2)) / W and every
+// other x(i) with w(i) / W.
+STATS_API TalvoFloat STATS_EmpiricalDeviate_MP(TKernelVector kv, TalvoFloat p, TalvoFloat *x, TalvoFloat *w, int n);
+STATS_API TalvoFloat STATS_EmpiricalRandomVariate_MP(TKernelVector kv, TalvoFloat *x, TalvoFloat *w, int n);

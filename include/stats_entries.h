@@ -152,6 +152,11 @@ STATS_DECLARE_ENTRY(STATS_TalvoHypergeometricProbability_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoHypergeometricDeviate_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoHypergeometricRandomVariate_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoHypergeometricRandomSample_MP);
+// Empirical: (p,) data, weights (an empty array: unweighted), ignore
+// (drop undefined points); the deviate is the type 1 quantile of the data.
+STATS_DECLARE_ENTRY(STATS_TalvoEmpiricalDeviate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoEmpiricalRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoEmpiricalRandomSample_MP);
 
 // Root finding.  Brent (y, procedure, a, b or the four floats of the hybrid
 // form, k, maxIterations) and Newton-Raphson (y, f, f', ...) search at

@@ -255,3 +255,26 @@ TEST_F(Digits15, HypergeometricDrawsOfALargerUrnFollowTheirLaw)
     ExpectLaw("Hypergeometric(100, 30, 40)", 602,
               [] { return STATS_HypergeometricRandomVariate_MP(kv(), 100, 30, 40); }, Hypergeometric(100, 30, 40));
 }
+
+TEST_F(Digits15, EmpiricalDrawsFollowTheirLaw)
+{
+    // Every point with probability 1/8 (1 twice).
+    ExpectLaw("Empirical(3, 1, 4, 1, 5, 9, 2, 6)", 701,
+              [] {
+                  TalvoFloat x[] = {F("3"), F("1"), F("4"), F("1"), F("5"), F("9"), F("2"), F("6")};
+                  return STATS_EmpiricalRandomVariate_MP(kv(), x, nullptr, 8);
+              },
+              Law{1, {0.25, 0.125, 0.125, 0.125, 0.125, 0.125, 0, 0, 0.125}});
+}
+
+TEST_F(Digits15, WeightedEmpiricalDrawsFollowTheLawOfTheWeightedQuantile)
+{
+    // Points 1..4 with weights 1..4: the smallest point's weight goes to the
+    // second (discrete_distributions.hpp).
+    ExpectLaw("Empirical(1, 2, 3, 4; weights 1, 2, 3, 4)", 702,
+              [] {
+                  TalvoFloat x[] = {F("4"), F("2"), F("3"), F("1")}, w[] = {F("4"), F("2"), F("3"), F("1")};
+                  return STATS_EmpiricalRandomVariate_MP(kv(), x, w, 4);
+              },
+              Law{2, {0.3, 0.3, 0.4}});
+}

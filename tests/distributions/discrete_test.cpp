@@ -383,3 +383,78 @@ TEST(Discrete, BadParametersGiveAValueOrAnErrorButNeverACrash)
     EXPECT_FALSE(result(STATS_TalvoPoissonRandomVariate_MP, "-1").empty());
     EXPECT_FALSE(result(STATS_TalvoGeometricRandomVariate_MP, "0").empty());
 }
+
+TEST(Empirical, EntriesCheckTheirArgumentCounts)
+{
+    EXPECT_EQ(result(STATS_TalvoEmpiricalDeviate_MP, "0.5, Array([1, 2]), Array([])"),
+              "Error: TalvoEmpiricalDeviate expects 4 arguments, received: 0.5, Array(1..2, [1, 2]), Array(1..0, [])");
+    EXPECT_EQ(result(STATS_TalvoEmpiricalRandomVariate_MP, "Array([1, 2])"),
+              "Error: TalvoEmpiricalRandomVariate expects 3 arguments, received: Array(1..2, [1, 2])");
+    EXPECT_EQ(result(STATS_TalvoEmpiricalRandomSample_MP, "3, Array([1, 2]), Array([])"),
+              "Error: TalvoEmpiricalRandomSample expects 4 arguments, received: 3, Array(1..2, [1, 2]), Array(1..0, [])");
+}
+
+TEST(Empirical, DeviateIsTheInverseOfTheSamplesDistributionFunction)
+{
+    const char *data = "Array([3, 1, 4, 1, 5, 9, 2, 6]), Array([]), false";
+    auto at = [&](const char *p) { return result(STATS_TalvoEmpiricalDeviate_MP, std::string(p) + ", " + data); };
+    EXPECT_EQ(at("0"), "1.");
+    EXPECT_EQ(at("0.25"), "1.");
+    EXPECT_EQ(at("0.2501"), "2.");
+    EXPECT_EQ(at("0.5"), "3.");
+    EXPECT_EQ(at("0.51"), "4.");
+    EXPECT_EQ(at("0.875"), "6.");
+    EXPECT_EQ(at("0.9"), "9.");
+    EXPECT_EQ(at("1"), "9.");
+    // The caller's array is not reordered.
+    eval("Xe := Array([3, 1, 4, 1, 5])");
+    EXPECT_EQ(result(STATS_TalvoEmpiricalDeviate_MP, "0.5, Xe, Array([]), false"), "3.");
+    EXPECT_EQ(show(eval("Xe")), "Array(1..5, [3, 1, 4, 1, 5])");
+}
+
+TEST(Empirical, WeightedDeviateFollowsTheWeightedQuantileRule)
+{
+    // Sorted points 1, 2, 3 with weights 1, 1, 8 (W = 10): the point at the
+    // first running weight above 10 p, the first index moved to the second.
+    auto at = [](const char *p) {
+        return result(STATS_TalvoEmpiricalDeviate_MP, std::string(p) + ", Array([3, 1, 2]), Array([8, 1, 1]), false");
+    };
+    EXPECT_EQ(at("0"), "2.");
+    EXPECT_EQ(at("0.05"), "2.");
+    EXPECT_EQ(at("0.15"), "2.");
+    EXPECT_EQ(at("0.25"), "3.");
+    EXPECT_EQ(at("1"), "3.");
+}
+
+TEST(Empirical, MissingValuesAndBadArguments)
+{
+    EXPECT_EQ(result(STATS_TalvoEmpiricalDeviate_MP, "0.5, Array([1, undefined, 3, 4]), Array([]), true"), "3.");
+    EXPECT_EQ(result(STATS_TalvoEmpiricalDeviate_MP, "0.5, Array([undefined, undefined]), Array([]), true"),
+              "Float(undefined)");
+    EXPECT_EQ(result(STATS_TalvoEmpiricalDeviate_MP, "0.5, Array([]), Array([]), false"), "Float(undefined)");
+    EXPECT_EQ(result(STATS_TalvoEmpiricalRandomSample_MP, "2, Array([]), Array([]), false"),
+              "Array(1..2, [Float(undefined), Float(undefined)], datatype = sfloat)");
+    // Kept missing values take part in the comparisons without harm.
+    EXPECT_FALSE(result(STATS_TalvoEmpiricalDeviate_MP, "0.5, Array([1, undefined, 3, 4]), Array([]), false").empty());
+    EXPECT_FALSE(
+        result(STATS_TalvoEmpiricalRandomSample_MP, "20, Array([undefined, 2, undefined, 1, 5]), Array([]), false")
+            .empty());
+    EXPECT_EQ(result(STATS_TalvoEmpiricalDeviate_MP, "0.5, [1, 2], Array([]), false"),
+              "Error: invalid data sample, expected: rtable, received [1, 2]");
+    EXPECT_EQ(result(STATS_TalvoEmpiricalDeviate_MP, "0.5, Array([1, 2, 3]), Array([1, 2]), false"),
+              "Error: vector of points and vector of weights are expected to have the same size, received "
+              "Array(1..3, [1, 2, 3]), Array(1..2, [1, 2])");
+    // p outside [0, 1] is not checked: the ends of the data.
+    EXPECT_EQ(result(STATS_TalvoEmpiricalDeviate_MP, "-1, Array([4, 2, 7]), Array([]), false"), "2.");
+    EXPECT_EQ(result(STATS_TalvoEmpiricalDeviate_MP, "2, Array([4, 2, 7]), Array([]), false"), "7.");
+}
+
+TEST(Empirical, VariateAndSampleDrawOneUniformEach)
+{
+    ReplayStream s;
+    s.uniforms({"0.3", "0.3", "0.9", "0.1"});
+    EXPECT_EQ(result(STATS_TalvoEmpiricalRandomVariate_MP, "Array([3, 1, 4, 1, 5, 9, 2, 6]), Array([]), false"), "2.");
+    EXPECT_EQ(result(STATS_TalvoEmpiricalRandomSample_MP, "3, Array([3, 1, 4, 1, 5, 9, 2, 6]), Array([]), false"),
+              "Array(1..3, [2., 9., 1.], datatype = sfloat)");
+    EXPECT_TRUE(s.exhausted());
+}
