@@ -119,6 +119,45 @@ STATS_DECLARE_ENTRY(STATS_TalvoNonCentralFRatioDeviate_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoNonCentralBetaProbability_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoNonCentralBetaDeviate_MP);
 
+// Discrete distributions: Bernoulli (p; the probability at an integer
+// outcome), DiscreteUniform (integers a, b), Geometric (p), Poisson (mu),
+// Binomial (integer n, p), NegativeBinomial (n, p) and Hypergeometric
+// (population, sample and marked counts).  Deviates return the smallest
+// integer whose cumulative probability reaches p, as a float.
+STATS_DECLARE_ENTRY(STATS_TalvoBernoulliProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoBernoulliDeviate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoBernoulliRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoBernoulliRandomSample_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoDiscreteUniformProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoDiscreteUniformDeviate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoDiscreteUniformRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoDiscreteUniformRandomSample_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoGeometricProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoGeometricDeviate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoGeometricRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoGeometricRandomSample_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoPoissonProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoPoissonDeviate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoPoissonRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoPoissonRandomSample_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoBinomialProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoBinomialDeviate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoBinomialRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoBinomialRandomSample_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoNegativeBinomialProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoNegativeBinomialDeviate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoNegativeBinomialRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoNegativeBinomialRandomSample_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoHypergeometricProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoHypergeometricDeviate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoHypergeometricRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoHypergeometricRandomSample_MP);
+// Empirical: (p,) data, weights (an empty array: unweighted), ignore
+// (drop undefined points); the deviate is the type 1 quantile of the data.
+STATS_DECLARE_ENTRY(STATS_TalvoEmpiricalDeviate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoEmpiricalRandomVariate_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoEmpiricalRandomSample_MP);
+
 // Root finding.  Brent (y, procedure, a, b or the four floats of the hybrid
 // form, k, maxIterations) and Newton-Raphson (y, f, f', ...) search at
 // "Digits" + 3 with tolerance k * 10^-Digits and return the root at the

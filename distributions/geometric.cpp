@@ -1,0 +1,69 @@
+// geometric.cpp -- the geometric distribution: the number of failures
+// before the first success of trials with success probability p.
+//
+// F(x) = 1 - (1 - p)^(floor(x) + 1); the deviate is
+// ceil(ln(1 - u) / ln(1 - p)) - 1, and 0 at u = 0 without a logarithm.  p is
+// not checked: p = 0 divides by ln(1) = 0 and the float library's value
+// (an infinity, saturated to the long range) stands.
+#include "discrete_distributions.hpp"
+#include "entry_frame.hpp"
+#include "random_sample.hpp"
+#include "random_stream.hpp"
+#include "stats_entries.h"
+#include "talvo_utils.hpp"
+
+TalvoFloat STATS_GeometricProbability_MP(TKernelVector, TalvoFloat x, TalvoFloat p)
+{
+    return TalvoFloat(1.0) - pow(TalvoFloat(1.0) - p, floor(x) + TalvoFloat(1.0));
+}
+
+long STATS_GeometricDeviate_MP(TKernelVector, TalvoFloat p, TalvoFloat prob)
+{
+    if (p == TalvoFloat(0.0))
+        return 0;
+    TalvoFloat q = log(TalvoFloat(1.0) - p) / log(TalvoFloat(1.0) - prob);
+    // The subtraction is made on the float so that a saturated value cannot
+    // overflow the long.
+    return FloatToInt(ceil(q) - TalvoFloat(1.0));
+}
+
+TalvoFloat STATS_GeometricRandomVariate_MP(TKernelVector kv, TalvoFloat p)
+{
+    TalvoFloat u = STATS_TalvoRandomStream_MP::NextDouble();
+    return TalvoFloat(static_cast<double>(STATS_GeometricDeviate_MP(kv, u, p)));
+}
+
+TalvoFloat STATS_GeometricRandomVariate_MP(TKernelVector kv, const TalvoFloat *params)
+{
+    TalvoFloat p = params[0];
+    return STATS_GeometricRandomVariate_MP(kv, p);
+}
+
+STATS_ENTRY ALGEB STATS_TalvoGeometricProbability_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 2);
+    TalvoFloat x = f.real(1), p = f.real(2);
+    return STATS_DoubleToTalvoFloat_MP(kv, STATS_GeometricProbability_MP(kv, x, p));
+}
+
+STATS_ENTRY ALGEB STATS_TalvoGeometricDeviate_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 2);
+    TalvoFloat p = f.real(1), prob = f.real(2);
+    return STATS_DoubleToTalvoFloat_MP(kv, TalvoFloat(static_cast<double>(STATS_GeometricDeviate_MP(kv, p, prob))));
+}
+
+STATS_ENTRY ALGEB STATS_TalvoGeometricRandomVariate_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 1);
+    TalvoFloat p = f.real(1);
+    return STATS_DoubleToTalvoFloat_MP(kv, STATS_GeometricRandomVariate_MP(kv, p));
+}
+
+STATS_ENTRY ALGEB STATS_TalvoGeometricRandomSample_MP(TKernelVector kv, ALGEB args)
+{
+    stats::EntryFrame f(kv, args, __func__, 2);
+    int n = f.int32(1);
+    TalvoFloat p = f.real(2);
+    return stats::FillRandomSample(kv, n, [&] { return STATS_GeometricRandomVariate_MP(kv, p); });
+}
