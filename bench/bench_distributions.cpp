@@ -20,6 +20,7 @@
 #include "stats_entries.h"
 
 #include <boost/math/distributions/beta.hpp>
+#include <boost/math/distributions/binomial.hpp>
 #include <boost/math/distributions/gamma.hpp>
 #include <boost/math/distributions/non_central_chi_squared.hpp>
 #include <boost/math/distributions/normal.hpp>
@@ -91,6 +92,12 @@ std::vector<Case> Cases()
          "0.975, 5, 2",
          [](const R &r) { return bm::quantile(bm::non_central_chi_squared_distribution<Real>(r[1], r[2]), r[0]); },
          {"0.975", "5", "2"}},
+        {"Binomial Probability k=480 n=1000 p=0.5", STATS_TalvoBinomialProbability_MP, "480, 1000, 0.5",
+         [](const R &r) { return bm::cdf(bm::binomial_distribution<Real>(r[1], r[2]), r[0]); },
+         {"480", "1000", "0.5"}},
+        {"Binomial Deviate p=0.975 n=1000 p=0.5", STATS_TalvoBinomialDeviate_MP, "0.975, 1000, 0.5",
+         [](const R &r) { return bm::quantile(bm::binomial_distribution<Real>(r[1], r[2]), r[0]); },
+         {"0.975", "1000", "0.5"}},
     };
 }
 
@@ -141,6 +148,7 @@ int main(int argc, char **argv)
     const std::vector<Sample> samples = {
         {"Gamma RandomSample scale=2 shape=2.5", STATS_TalvoGammaRandomSample_MP, "2, 2.5"},
         {"Beta RandomSample a=2 b=3", STATS_TalvoBetaRandomSample_MP, "2, 3"},
+        {"Poisson RandomSample mu=7.5", STATS_TalvoPoissonRandomSample_MP, "7.5"},
     };
     const long n = 100000;
     std::printf("\n%-52s %6s %16s\n", "sample of 100000", "digits", "draws per second");

@@ -34,6 +34,18 @@ def beta_lower(x, a, b):
     return mpmath.betainc(a, b, 0, x, regularized=True)
 
 
+def binomial_deviate(p, n, q):
+    """The least k with P(X <= k) >= p, by bisection on the exact CDF."""
+    lo, hi = -1, int(n)
+    while hi - lo > 1:
+        mid = (lo + hi) // 2
+        if mpmath.betainc(n - mid, mid + 1, 0, 1 - q, regularized=True) >= p:
+            hi = mid
+        else:
+            lo = mid
+    return hi
+
+
 CASES = [
     ("Normal Probability x=1.5", ["1.5"], lambda x: mpmath.ncdf(x), ""),
     ("Normal Deviate p=0.975", ["0.975"], lambda p: mpmath.sqrt(2) * mpmath.erfinv(2 * p - 1), ""),
@@ -49,6 +61,9 @@ CASES = [
     ("NonCentralChiSquare Probability x=7 nu=5 lambda=2", ["7", "5", "2"], nm.ref.nc_chi2, "*"),
     ("NonCentralChiSquare Deviate p=0.975 nu=5 lambda=2", ["0.975", "5", "2"],
      lambda p, nu, lam: nm.root(lambda v: nm.ref.nc_chi2(v, nu, lam), p, 17.0), "*"),
+    ("Binomial Probability k=480 n=1000 p=0.5", ["480", "1000", "0.5"],
+     lambda k, n, p: mpmath.betainc(n - k, k + 1, 0, 1 - p, regularized=True), ""),
+    ("Binomial Deviate p=0.975 n=1000 p=0.5", ["0.975", "1000", "0.5"], binomial_deviate, "*"),
 ]
 
 
