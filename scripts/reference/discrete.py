@@ -97,7 +97,7 @@ CASES = [
 
 def main():
     lines = ["# digits\tfunction\targuments...\tvalue (mpmath, see scripts/reference/discrete.py)"]
-    for digits in (15, 30):
+    for digits in (15, 30, 50):
         for name, args, fn in CASES:
             with mp.workdps(digits + 40):
                 # Integers pass exactly; x and the real parameters are rounded.

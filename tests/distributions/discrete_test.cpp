@@ -142,7 +142,7 @@ TEST(Discrete, ClosedFormProbabilities)
 
 TEST(Discrete, DeviatesInvertTheirProbabilities)
 {
-    for (int digits : {15, 30}) {
+    for (int digits : {15, 30, 50}) {
         DigitsScope d(digits);
         // Deviate(Probability(k)) is k wherever the probability rises at k.
         for (long k = 1; k <= 10; ++k) {
