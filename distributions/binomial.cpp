@@ -9,6 +9,7 @@
 // standard deviation sqrt(n p (1 - p)) to the nearest integer (halves go
 // up) and clamps it to 0..n.  That approximation is the variate's
 // definition; the law it gives is in docs/distributions.md.
+#include "discrete_cdf_memo.hpp"
 #include "discrete_distributions.hpp"
 #include "distributions.hpp"
 #include "entry_frame.hpp"
@@ -29,7 +30,11 @@ TalvoFloat STATS_BinomialProbability_MP(TKernelVector kv, TalvoFloat x, long n, 
     return plek;
 }
 
-TalvoFloat _BinomialProbabilityAdapter::Call(TalvoFloat x) { return STATS_BinomialProbability_MP(m_kv, x, m_n, m_p); }
+TalvoFloat _BinomialProbabilityAdapter::Call(TalvoFloat x)
+{
+    static stats::DiscreteCdfMemo memo;
+    return memo.Value({m_n}, {m_p}, x, [&] { return STATS_BinomialProbability_MP(m_kv, x, m_n, m_p); });
+}
 
 long STATS_BinomialDeviate_MP(TKernelVector kv, TalvoFloat p, long n, TalvoFloat prob)
 {

@@ -8,6 +8,7 @@
 // outside the routine's domain and its error is raised.  The deviate is
 // min(i2, i3) at p = 1 and otherwise the plain discrete search on 0..i2 with
 // the host's iteration limit.
+#include "discrete_cdf_memo.hpp"
 #include "discrete_distributions.hpp"
 #include "entry_frame.hpp"
 #include "nag_call.hpp"
@@ -35,7 +36,9 @@ TalvoFloat STATS_HypergeometricProbability_MP(TKernelVector kv, TalvoFloat x, lo
 
 TalvoFloat _HypergeometricProbabilityAdapter::Call(TalvoFloat x)
 {
-    return STATS_HypergeometricProbability_MP(m_kv, x, m_i1, m_i2, m_i3);
+    static stats::DiscreteCdfMemo memo;
+    return memo.Value({m_i1, m_i2, m_i3}, {}, x,
+                      [&] { return STATS_HypergeometricProbability_MP(m_kv, x, m_i1, m_i2, m_i3); });
 }
 
 long STATS_HypergeometricDeviate_MP(TKernelVector kv, TalvoFloat p, long i1, long i2, long i3)

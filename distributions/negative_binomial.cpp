@@ -8,6 +8,7 @@
 // starting at n truncated to an integer, with a fixed limit of 100 rounds
 // (the host's iteration limit is not read); n < 1 therefore starts on the
 // barrier and the search refuses it.
+#include "discrete_cdf_memo.hpp"
 #include "discrete_distributions.hpp"
 #include "entry_frame.hpp"
 #include "random_sample.hpp"
@@ -30,7 +31,8 @@ TalvoFloat STATS_NegativeBinomialProbability_MP(TKernelVector kv, TalvoFloat x, 
 
 TalvoFloat _NegativeBinomialProbabilityAdapter::Call(TalvoFloat x)
 {
-    return STATS_NegativeBinomialProbability_MP(m_kv, x, m_n, m_p);
+    static stats::DiscreteCdfMemo memo;
+    return memo.Value({}, {m_n, m_p}, x, [&] { return STATS_NegativeBinomialProbability_MP(m_kv, x, m_n, m_p); });
 }
 
 long STATS_NegativeBinomialDeviate_MP(TKernelVector kv, TalvoFloat p, TalvoFloat n, TalvoFloat prob)

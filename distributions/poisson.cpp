@@ -4,6 +4,7 @@
 // truncated toward zero to k (no floor: -0.5 gives k = 0).  The deviate
 // marches right from the barrier 0 with the hybrid-left discrete search,
 // starting at floor(mu) (1 when that is 0), with the host's iteration limit.
+#include "discrete_cdf_memo.hpp"
 #include "discrete_distributions.hpp"
 #include "entry_frame.hpp"
 #include "nag_call.hpp"
@@ -23,7 +24,11 @@ TalvoFloat STATS_PoissonProbability_MP(TKernelVector kv, TalvoFloat x, TalvoFloa
     return plek;
 }
 
-TalvoFloat _PoissonProbabilityAdapter::Call(TalvoFloat x) { return STATS_PoissonProbability_MP(m_kv, x, m_mu); }
+TalvoFloat _PoissonProbabilityAdapter::Call(TalvoFloat x)
+{
+    static stats::DiscreteCdfMemo memo;
+    return memo.Value({}, {m_mu}, x, [&] { return STATS_PoissonProbability_MP(m_kv, x, m_mu); });
+}
 
 long STATS_PoissonDeviate_MP(TKernelVector kv, TalvoFloat p, TalvoFloat mu)
 {

@@ -7,7 +7,9 @@
 // p, returned as a long.  Bernoulli, discrete uniform and geometric invert
 // their distribution functions in closed form; the others search the
 // integers with the discrete interpolation routines (rootfinding.hpp)
-// applied to a probability adapter below, built on the stack for one call:
+// applied to a probability adapter below, built on the stack for one call
+// (each adapter keeps the values it computed at whole numbers in a memo,
+// discrete_cdf_memo.hpp, so a sample's searches pay for each point once):
 //   binomial         plain search on 0..n;
 //   hypergeometric   plain search on 0..i2 (min(i2, i3) at once for p = 1);
 //   Poisson          hybrid-left march from the barrier 0, first point

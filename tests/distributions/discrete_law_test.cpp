@@ -1,5 +1,5 @@
 // discrete_law_test.cpp -- 100 000 draws of every discrete variate at 15
-// digits with a fixed seed, tested with Pearson's chi-square statistic at
+// and 50 digits with a fixed seed, tested with Pearson's chi-square statistic at
 // the 0.001 level against the law its algorithm defines.
 //
 // The point probabilities are computed here in double precision from their
@@ -176,25 +176,25 @@ std::vector<std::pair<long, long>> ZigguratPools(long n, double p)
     return {{0, low}, {c0, c1}};
 }
 
-struct Digits15 : ::testing::Test {
-    DigitsScope d{15};
+struct DiscreteLaw : ::testing::TestWithParam<int> {
+    DigitsScope d{GetParam()};
 };
 
 } // namespace
 
-TEST_F(Digits15, BernoulliDrawsFollowTheirLaw)
+TEST_P(DiscreteLaw, BernoulliDrawsFollowTheirLaw)
 {
     ExpectLaw("Bernoulli(0.3)", 101, [] { return STATS_BernoulliRandomVariate_MP(kv(), F("0.3")); },
               Law{0, {0.7, 0.3}});
 }
 
-TEST_F(Digits15, DiscreteUniformDrawsFollowTheirLaw)
+TEST_P(DiscreteLaw, DiscreteUniformDrawsFollowTheirLaw)
 {
     ExpectLaw("DiscreteUniform(3, 12)", 102, [] { return STATS_DiscreteUniformRandomVariate_MP(kv(), 3, 12); },
               Law{3, std::vector<double>(10, 0.1)});
 }
 
-TEST_F(Digits15, GeometricDrawsFollowTheirLaw)
+TEST_P(DiscreteLaw, GeometricDrawsFollowTheirLaw)
 {
     Law g{0, {}};
     for (long k = 0; k <= 200; ++k)
@@ -202,61 +202,61 @@ TEST_F(Digits15, GeometricDrawsFollowTheirLaw)
     ExpectLaw("Geometric(0.2)", 103, [] { return STATS_GeometricRandomVariate_MP(kv(), F("0.2")); }, g);
 }
 
-TEST_F(Digits15, PoissonDrawsBelowMeanOneFollowTheirLaw)
+TEST_P(DiscreteLaw, PoissonDrawsBelowMeanOneFollowTheirLaw)
 {
     ExpectLaw("Poisson(0.3)", 201, [] { return STATS_PoissonRandomVariate_MP(kv(), F("0.3")); }, Poisson(0.3, 30));
 }
 
-TEST_F(Digits15, PoissonDrawsFollowTheirLaw)
+TEST_P(DiscreteLaw, PoissonDrawsFollowTheirLaw)
 {
     ExpectLaw("Poisson(2.5)", 202, [] { return STATS_PoissonRandomVariate_MP(kv(), F("2.5")); }, Poisson(2.5, 60));
 }
 
-TEST_F(Digits15, PoissonDrawsOfALargeMeanFollowTheirLaw)
+TEST_P(DiscreteLaw, PoissonDrawsOfALargeMeanFollowTheirLaw)
 {
     ExpectLaw("Poisson(40)", 203, [] { return STATS_PoissonRandomVariate_MP(kv(), F("40")); }, Poisson(40, 200));
 }
 
-TEST_F(Digits15, BinomialInversionDrawsFollowTheirLaw)
+TEST_P(DiscreteLaw, BinomialInversionDrawsFollowTheirLaw)
 {
     ExpectLaw("Binomial(10, 0.3)", 301, [] { return STATS_BinomialRandomVariate_MP(kv(), 10, F("0.3")); },
               Binomial(10, 0.3));
 }
 
-TEST_F(Digits15, BinomialNormalApproximationDrawsFollowTheirLaw)
+TEST_P(DiscreteLaw, BinomialNormalApproximationDrawsFollowTheirLaw)
 {
     ExpectLaw("Binomial(1000, 0.5) approximation", 401,
               [] { return STATS_BinomialRandomVariate_MP(kv(), 1000, F("0.5")); }, RoundedNormal(1000, 0.5),
               ZigguratPools(1000, 0.5));
 }
 
-TEST_F(Digits15, BinomialNormalApproximationDrawsOfAnUnevenPFollowTheirLaw)
+TEST_P(DiscreteLaw, BinomialNormalApproximationDrawsOfAnUnevenPFollowTheirLaw)
 {
     ExpectLaw("Binomial(500, 0.3) approximation", 402,
               [] { return STATS_BinomialRandomVariate_MP(kv(), 500, F("0.3")); }, RoundedNormal(500, 0.3),
               ZigguratPools(500, 0.3));
 }
 
-TEST_F(Digits15, NegativeBinomialDrawsFollowTheirLaw)
+TEST_P(DiscreteLaw, NegativeBinomialDrawsFollowTheirLaw)
 {
     ExpectLaw("NegativeBinomial(2.5, 0.6)", 502,
               [] { return STATS_NegativeBinomialRandomVariate_MP(kv(), F("2.5"), F("0.6")); },
               NegativeBinomial(2.5, 0.6, 100));
 }
 
-TEST_F(Digits15, HypergeometricDrawsFollowTheirLaw)
+TEST_P(DiscreteLaw, HypergeometricDrawsFollowTheirLaw)
 {
     ExpectLaw("Hypergeometric(50, 10, 25)", 601,
               [] { return STATS_HypergeometricRandomVariate_MP(kv(), 50, 10, 25); }, Hypergeometric(50, 10, 25));
 }
 
-TEST_F(Digits15, HypergeometricDrawsOfALargerUrnFollowTheirLaw)
+TEST_P(DiscreteLaw, HypergeometricDrawsOfALargerUrnFollowTheirLaw)
 {
     ExpectLaw("Hypergeometric(100, 30, 40)", 602,
               [] { return STATS_HypergeometricRandomVariate_MP(kv(), 100, 30, 40); }, Hypergeometric(100, 30, 40));
 }
 
-TEST_F(Digits15, EmpiricalDrawsFollowTheirLaw)
+TEST_P(DiscreteLaw, EmpiricalDrawsFollowTheirLaw)
 {
     // Every point with probability 1/8 (1 twice).
     ExpectLaw("Empirical(3, 1, 4, 1, 5, 9, 2, 6)", 701,
@@ -267,7 +267,7 @@ TEST_F(Digits15, EmpiricalDrawsFollowTheirLaw)
               Law{1, {0.25, 0.125, 0.125, 0.125, 0.125, 0.125, 0, 0, 0.125}});
 }
 
-TEST_F(Digits15, WeightedEmpiricalDrawsFollowTheLawOfTheWeightedQuantile)
+TEST_P(DiscreteLaw, WeightedEmpiricalDrawsFollowTheLawOfTheWeightedQuantile)
 {
     // Points 1..4 with weights 1..4: the smallest point's weight goes to the
     // second (discrete_distributions.hpp).
@@ -278,3 +278,5 @@ TEST_F(Digits15, WeightedEmpiricalDrawsFollowTheLawOfTheWeightedQuantile)
               },
               Law{2, {0.3, 0.3, 0.4}});
 }
+
+INSTANTIATE_TEST_SUITE_P(Digits, DiscreteLaw, ::testing::Values(15, 50));
