@@ -8,7 +8,14 @@
 //   boost   boost::math::cdf / quantile of the same distribution;
 //
 // and, for the random samples, draws per second of a 100 000-value
-// RandomSample entry.  mpmath on the same cases: bench/distributions_mpmath.py.
+// RandomSample entry.  Boost.Random's generators of these laws cannot hold
+// MPFR floats (their uniform_01 takes a non-native type for an engine, and
+// the Poisson generator keeps floats in a union), so Boost's way to draw
+// them at a chosen precision is inversion: Boost.Math's quantile at a
+// uniform of the run's precision made from a Mersenne twister's words (for
+// the Poisson the smallest k whose probability reaches it, as ours).  The
+// draws are stored in a vector, as ours are in the sample array.  mpmath on the same cases:
+// bench/distributions_mpmath.py (it has no generators of these laws).
 // Prints microseconds per call (best of three timed loops of at least
 // 20 ms each) and the ratio boost/talvo (above 1: we are faster).
 // Usage: bench_distributions [digits...]
@@ -26,6 +33,8 @@
 #include <boost/math/distributions/normal.hpp>
 #include <boost/math/distributions/students_t.hpp>
 #include <boost/multiprecision/mpfr.hpp>
+#include <boost/math/distributions/poisson.hpp>
+#include <boost/random/mersenne_twister.hpp>
 
 #include <algorithm>
 #include <chrono>
@@ -61,6 +70,20 @@ struct Case {
     std::function<Real(const std::vector<Real> &)> boost;
     std::vector<const char *> reals;  // the same inputs for Boost
 };
+
+// A uniform on (0, 1) with the bits of the current default precision, from
+// 32-bit words of g.
+Real Uniform01(boost::random::mt19937 &g)
+{
+    static const Real word = 4294967296.0;
+    unsigned bits = boost::multiprecision::detail::digits10_2_2(Real::default_precision()) + 32;
+    Real u = 0, scale = 1;
+    for (unsigned b = 0; b < bits; b += 32) {
+        scale /= word;
+        u += scale * Real(g());
+    }
+    return u == 0 ? scale : u;
+}
 
 std::vector<Case> Cases()
 {
@@ -105,6 +128,7 @@ struct Sample {
     const char *name;
     TalvoEntry entry;
     const char *args;  // after the length
+    std::function<Real(boost::random::mt19937 &)> boost;
 };
 
 } // namespace
@@ -145,13 +169,26 @@ int main(int argc, char **argv)
         }
     }
 
+    // Boost's distribution objects are made inside each draw, at the digits
+    // of the run; making one costs a few float assignments.
     const std::vector<Sample> samples = {
-        {"Gamma RandomSample scale=2 shape=2.5", STATS_TalvoGammaRandomSample_MP, "2, 2.5"},
-        {"Beta RandomSample a=2 b=3", STATS_TalvoBetaRandomSample_MP, "2, 3"},
-        {"Poisson RandomSample mu=7.5", STATS_TalvoPoissonRandomSample_MP, "7.5"},
+        {"Gamma RandomSample scale=2 shape=2.5", STATS_TalvoGammaRandomSample_MP, "2, 2.5",
+         [](boost::random::mt19937 &g) {
+             return bm::quantile(bm::gamma_distribution<Real>(Real("2.5"), Real("2")), Uniform01(g));
+         }},
+        {"Beta RandomSample a=2 b=3", STATS_TalvoBetaRandomSample_MP, "2, 3",
+         [](boost::random::mt19937 &g) {
+             return bm::quantile(bm::beta_distribution<Real>(Real("2"), Real("3")), Uniform01(g));
+         }},
+        {"Poisson RandomSample mu=7.5", STATS_TalvoPoissonRandomSample_MP, "7.5",
+         [](boost::random::mt19937 &g) {
+             using Up = bm::policies::policy<bm::policies::discrete_quantile<bm::policies::integer_round_up>>;
+             return bm::quantile(bm::poisson_distribution<Real, Up>(Real("7.5")), Uniform01(g));
+         }},
     };
     const long n = 100000;
-    std::printf("\n%-52s %6s %16s\n", "sample of 100000", "digits", "draws per second");
+    std::printf("\n%-52s %6s %16s %16s %10s\n", "sample of 100000", "digits", "talvo_per_s", "boost_per_s",
+                "talvo/boost");
     for (const Sample &s : samples) {
         for (int d : digits) {
             talvo::set_digits(d);
@@ -164,7 +201,23 @@ int main(int argc, char **argv)
                 best = std::min(best, std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count());
             }
             TalvoGcAllow(kv, args);
-            std::printf("%-52s %6d %16.0f\n", s.name, d, double(n) / best);
+            Real::default_precision(static_cast<unsigned>(d));
+            boost::random::mt19937 gen(12345);
+            double theirs = 1e300;
+            // Inversion costs Boost tens to hundreds of microseconds a draw:
+            // its rate is measured on fewer draws.
+            const long m = 3000;
+            for (int run = 0; run < 3; ++run) {
+                std::vector<Real> out;
+                out.reserve(m);
+                auto t0 = std::chrono::steady_clock::now();
+                for (long i = 0; i < m; ++i)
+                    out.push_back(s.boost(gen));
+                theirs = std::min(theirs, std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count());
+                sink = static_cast<double>(out.back());
+            }
+            double ours = double(n) / best, boost = double(m) / theirs;
+            std::printf("%-52s %6d %16.0f %16.0f %10.2f\n", s.name, d, ours, boost, ours / boost);
         }
     }
     return 0;
