@@ -29,6 +29,24 @@ TalvoFloat LowerTailNormal(TKernelVector kv, TalvoFloat z)
     return v;
 }
 
+// 10^-Digits, made by the float library's pow from the double 10 and the
+// float -Digits, kept for the precision it was made at: it is the same value
+// on every call at one "Digits".  (The static handle is a collector root like
+// every other static float.)
+TalvoFloat NewtonTolerance(int digits)
+{
+    static int cached_digits = 0;
+    static mpfr_prec_t cached_prec = 0;
+    static TalvoFloat cached;
+    mpfr_prec_t prec = talvo_float_precision();
+    if (digits != cached_digits || prec != cached_prec) {
+        cached = pow(10.0, TalvoFloat(-double(digits)));
+        cached_digits = digits;
+        cached_prec = prec;
+    }
+    return cached;
+}
+
 } // namespace
 
 TalvoFloat STATS_NormalProbability_MP(TKernelVector kv, TalvoFloat x, TalvoFloat mu, TalvoFloat sigma)
@@ -46,16 +64,23 @@ TalvoFloat STATS_NormalDeviate_MP(TKernelVector kv, TalvoFloat p, TalvoFloat mu,
         // Newton's method on Phi(z) - p.  The density's constant 1/sqrt(2 Pi)
         // is a double: each step then gains about 16 digits rather than
         // doubling them, which the limit of Digits steps leaves ample room for.
-        TalvoFloat tol = pow(10.0, TalvoFloat(-double(digits)));
+        //
+        // The residual and density at a new iterate are only read by the
+        // next step, so they are evaluated when the stopping test lets that
+        // step happen: the last iterate's probability, usually the second of
+        // two, is never computed.
+        TalvoFloat tol = NewtonTolerance(digits);
         TalvoFloat f = LowerTailNormal(kv, z) - p;
         TalvoFloat g = TalvoFloat(0.3989422804014327) * exp(TalvoFloat(-0.5) * z * z);
         for (int i = 0; i < digits; ++i) {
+            if (i > 0) {
+                f = LowerTailNormal(kv, z) - p;
+                g = TalvoFloat(0.3989422804014327) * exp(TalvoFloat(-0.5) * z * z);
+            }
             if (g == TalvoFloat(0.0))
                 TalvoRaiseError(kv, "NewtonRaphson root-finding method failed to converge.");
             TalvoFloat step = f / g;
             z = z - step;
-            f = LowerTailNormal(kv, z) - p;
-            g = TalvoFloat(0.3989422804014327) * exp(TalvoFloat(-0.5) * z * z);
             // The step against tol relative to the iterate, absolute below 1.
             TalvoFloat size = fabs(z);
             if (size < TalvoFloat(1.0))

@@ -99,6 +99,153 @@ TEST(Normal, RoundTrips)
     }
 }
 
+namespace {
+
+// The refinement written out plainly: the probability and the density are
+// evaluated at every iterate, the last one included.
+TalvoFloat EagerNewtonDeviate(const TalvoFloat &p)
+{
+    NagError fail{};
+    TalvoFloat z = TalvoMP_g01fac(Nag_LowerTail, p, &fail);
+    EXPECT_EQ(fail.code, NE_NOERROR);
+    int digits = TalvoDigits();
+    if (digits <= 14)
+        return z;
+    auto phi = [&](const TalvoFloat &x) {
+        NagError e{};
+        TalvoFloat v = TalvoMP_g01eac(Nag_LowerTail, x, &e);
+        EXPECT_EQ(e.code, NE_NOERROR);
+        return v;
+    };
+    TalvoFloat tol = pow(10.0, TalvoFloat(-double(digits)));
+    TalvoFloat f = phi(z) - p;
+    TalvoFloat g = TalvoFloat(0.3989422804014327) * exp(TalvoFloat(-0.5) * z * z);
+    for (int i = 0; i < digits; ++i) {
+        EXPECT_FALSE(g == TalvoFloat(0.0));
+        TalvoFloat step = f / g;
+        z = z - step;
+        f = phi(z) - p;
+        g = TalvoFloat(0.3989422804014327) * exp(TalvoFloat(-0.5) * z * z);
+        TalvoFloat size = fabs(z);
+        if (size < TalvoFloat(1.0))
+            size = TalvoFloat(1.0);
+        if (!(fabs(step) >= tol * size))
+            break;
+    }
+    return z;
+}
+
+bool SameFloat(const TalvoFloat &a, const TalvoFloat &b)
+{
+    return mpfr_equal_p(a.mpfr(), b.mpfr()) && mpfr_signbit(a.mpfr()) == mpfr_signbit(b.mpfr()) &&
+           mpfr_get_prec(a.mpfr()) == mpfr_get_prec(b.mpfr());
+}
+
+} // namespace
+
+TEST(Normal, TheDeviateIsTheEagerNewtonIterationBitForBit)
+{
+    // The deviate skips the probability at the final iterate; every value
+    // must still be the one the plain iteration gives, at and around the
+    // precision where the refinement starts, in both tails and at the centre.
+    const char *points[] = {"1e-300", "1e-100", "1e-20", "1e-8", "0.001", "0.025", "0.3",
+                            "0.4999999999999999", "0.5", "0.5000000000000001", "0.6", "0.975",
+                            "0.999999", "0.9999999999", "0.999999999999999", "0.99999999999999999999"};
+    for (int digits : {10, 14, 15, 16, 20, 30, 50}) {
+        DigitsScope d(digits);
+        for (const char *text : points) {
+            TalvoFloat p = F(text);
+            if (!(p < TalvoFloat(1.0)))
+                continue; // rounds to 1 at this precision: the routine's error
+            TalvoFloat z = STATS_NormalDeviate_MP(kv(), p, F("0"), F("1"));
+            EXPECT_TRUE(SameFloat(z, EagerNewtonDeviate(p))) << text << " at " << digits;
+        }
+        // A sweep of probabilities k / 1021 and of lower tails 3^-k.
+        for (int k = 1; k < 1021; k += 7) {
+            TalvoFloat p = TalvoFloat(double(k)) / TalvoFloat(1021.0);
+            EXPECT_TRUE(SameFloat(STATS_NormalDeviate_MP(kv(), p, F("0"), F("1")), EagerNewtonDeviate(p)))
+                << k << "/1021 at " << digits;
+        }
+        for (int k = 1; k < 600; k += 13) {
+            TalvoFloat tail = pow(3.0, TalvoFloat(-double(k)));
+            EXPECT_TRUE(SameFloat(STATS_NormalDeviate_MP(kv(), tail, F("0"), F("1")), EagerNewtonDeviate(tail)))
+                << "3^-" << k << " at " << digits;
+        }
+    }
+}
+
+TEST(Normal, DeviateValuesAtTheEdgesOfTheRefinement)
+{
+    // Values of the entry (mu = 0, sigma = 1) as the host prints them, from
+    // the plain iteration; each is within a quarter unit in its last digit of
+    // mpmath's quantile of p rounded to the working precision (so
+    // 0.5000000000000001 is 0.5 at 10 digits and 1/2 + 2^-53 at 15).
+    struct Case {
+        int digits;
+        const char *p, *x;
+    } cases[] = {
+        {10, "1e-300", "-37.0470963"},
+        {10, "1e-20", "-9.26234009"},
+        {10, "1e-8", "-5.612001244"},
+        {10, "0.025", "-1.959963985"},
+        {10, "0.5", "0."},
+        {10, "0.5000000000000001", "0."},
+        {10, "0.975", "1.959963985"},
+        {10, "0.999999999999999", "Error: TalvoMP_g01fac: p = 1. is out of range: p must be < 1."},
+        {10, "0.9999999999999999999", "Error: TalvoMP_g01fac: p = 1. is out of range: p must be < 1."},
+        {15, "1e-300", "-37.0470962993612"},
+        {15, "1e-20", "-9.26234008979841"},
+        {15, "1e-8", "-5.61200124417479"},
+        {15, "0.025", "-1.95996398454005"},
+        {15, "0.5", "0."},
+        {15, "0.5000000000000001", "2.78291642467177e-16"},
+        {15, "0.975", "1.95996398454005"},
+        {15, "0.999999999999999", "7.94144448741598"},
+        {15, "0.9999999999999999999", "Error: TalvoMP_g01fac: p = 1. is out of range: p must be < 1."},
+        {16, "1e-300", "-37.0470962993612"},
+        {16, "1e-20", "-9.262340089798408"},
+        {16, "1e-8", "-5.612001244174789"},
+        {16, "0.025", "-1.959963984540054"},
+        {16, "0.5", "0."},
+        {16, "0.5000000000000001", "2.522018009858789e-16"},
+        {16, "0.975", "1.959963984540054"},
+        {16, "0.999999999999999", "7.941444487415979"},
+        {16, "0.9999999999999999999", "Error: TalvoMP_g01fac: p = 1. is out of range: p must be < 1."},
+        {20, "1e-300", "-37.047096299361199237"},
+        {20, "1e-20", "-9.2623400897984075737"},
+        {20, "1e-8", "-5.6120012441747887316"},
+        {20, "0.025", "-1.9599639845400542355"},
+        {20, "0.5", "0."},
+        {20, "0.5000000000000001", "2.506624833529084252e-16"},
+        {20, "0.975", "1.9599639845400542355"},
+        {20, "0.999999999999999", "7.941345338851703311"},
+        {20, "0.9999999999999999999", "9.0133261044578243613"},
+        {30, "1e-300", "-37.0470962993611992372229625079"},
+        {30, "1e-20", "-9.26234008979840757371735697788"},
+        {30, "1e-8", "-5.6120012441747887315497253314"},
+        {30, "0.025", "-1.95996398454005423552459443052"},
+        {30, "0.5", "0."},
+        {30, "0.5000000000000001", "2.50662827463100045002168648491e-16"},
+        {30, "0.975", "1.95996398454005423552459443052"},
+        {30, "0.999999999999999", "7.94134532617099678355892555338"},
+        {30, "0.9999999999999999999", "9.01327115312668331014200276687"},
+        {50, "1e-300", "-37.047096299361199237222962507860436844345288438012"},
+        {50, "1e-20", "-9.2623400897984075737173569778753251175358395118478"},
+        {50, "1e-8", "-5.612001244174788731549725331398069375845134265148"},
+        {50, "0.025", "-1.9599639845400542355245944305205515279555500778695"},
+        {50, "0.5", "0."},
+        {50, "0.5000000000000001", "2.5066282746310005024157652848110714987932388701221e-16"},
+        {50, "0.975", "1.9599639845400542355245944305205515279555500778695"},
+        {50, "0.999999999999999", "7.9413453261709967809667435722936129339485169299531"},
+        {50, "0.9999999999999999999", "9.0132711531266742812563787468772793027413688798147"},
+    };
+    for (const Case &c : cases) {
+        DigitsScope d(c.digits);
+        EXPECT_EQ(result(STATS_TalvoNormalDeviate_MP, std::string(c.p) + ", 0, 1"), c.x)
+            << c.p << " at " << c.digits;
+    }
+}
+
 TEST(NormalDeviateApprox, TheLowerHalfIsGoodToAboutThreeDigits)
 {
     // Hastings' form; with the coefficients 0.80253 and 0.01028 (where the
