@@ -213,12 +213,15 @@ void TalvoMP_g01bjc(Integer n, TalvoFloat p, Integer k, TalvoFloat *plek, TalvoF
     Fmpq a(k + 1), b(n - k);
     DirectPlan plan;
     Status s = ziv({lower, upper, point}, target, 12, [&](slong wp) {
-        slong prec = std::max<slong>(wp, arb_bits(ap) + 2);
+        // q = 1 - p, exact when it fits in p's bits (p >= 1/4); otherwise
+        // rounded with room for the power q^(n-k) of the point probability
+        slong prec = std::max<slong>(wp + FLINT_BIT_COUNT(static_cast<ulong>(n)) + 4, arb_bits(ap) + 2);
         arb_sub_ui(aq, ap, 1, prec);
         arb_neg(aq, aq);
-        // The truncation follows the working precision, so a second round
-        // (a complement that cancelled more than expected) gains from it.
-        plan_direct(plan, n, k, ap, aq, wp - 4);
+        // The truncation follows the working precision (at the first round,
+        // wp - 12 is the goal), so a second round (a complement that
+        // cancelled more than expected) gains from it.
+        plan_direct(plan, n, k, ap, aq, wp - 12);
         if (plan.terms >= 0) {
             binomial_direct(lower, upper, point, n, k, ap, aq, plan, wp);
             return Status::Ok;
