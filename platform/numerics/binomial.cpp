@@ -147,11 +147,11 @@ void plan_direct(DirectPlan &plan, Integer n, Integer k, arb_srcptr p, arb_srcpt
     Arb z;
     if (plan.lower) {
         plan.a = static_cast<ulong>(k);
-        plan.b = static_cast<ulong>(n - k + 1);
+        plan.b = static_cast<ulong>(n - k) + 1; // n - k + 1 may pass LONG_MAX
         arb_div(z, q, p, 64);
     } else {
         plan.a = static_cast<ulong>(n - k - 1);
-        plan.b = static_cast<ulong>(k + 2);
+        plan.b = static_cast<ulong>(k) + 2;
         arb_div(z, p, q, 64);
     }
     plan.terms = direct_terms(plan.tail, plan.a, plan.b, upper_bound_scaled(z), goal, kMaxDirectTerms);
@@ -164,7 +164,8 @@ void binomial_direct(arb_ptr lower, arb_ptr upper, arb_ptr point, Integer n, Int
     slong prec = wp + FLINT_BIT_COUNT(static_cast<ulong>(plan.terms)) + 4;
     point_probability(point, n, k, p, q, prec);
     Arb z, first, s;
-    Fmpq alpha(-static_cast<slong>(plan.a)), beta(static_cast<slong>(plan.b));
+    Fmpq alpha(-static_cast<slong>(plan.a)), beta;
+    fmpq_set_ui(beta, plan.b, 1);
     if (plan.lower) {
         arb_div(z, q, p, prec);
         arb_set(first, point);
