@@ -4,8 +4,8 @@
 // Two methods, both with a proven bound on everything they leave out.
 //
 // Direct sums (whenever the terms needed number at most kMaxDirectTerms,
-// which covers n up to about 10^8 near the mean at 15 digits and any n in
-// the far tails).  The point probability f(k) = C(n,k) p^k q^(n-k), q = 1 - p,
+// which covers n up to about 10^9 near the mean at 15 digits, 10^8 at 300
+// digits, and any n in the far tails).  The point probability f(k) = C(n,k) p^k q^(n-k), q = 1 - p,
 // comes from the exact binomial coefficient (or from ln Gamma when that
 // integer would be long), and the tail on the far side of the mode from k is
 // the sum of the point probabilities walking away from k:
