@@ -572,7 +572,7 @@ TEST(Error, DeviateByNewtonFromTheTangentStart)
     // enough, and the latest point comes back.
     eval("_EnvStatisticsIterations := 1");
     ALGEB r = call(STATS_TalvoErrorDeviate_MP, "0.99999, ccdf, cpdf, 2, 1, 3");
-    eval("_EnvStatisticsIterations := '_EnvStatisticsIterations'");
+    eval("unassign('_EnvStatisticsIterations')");
     TalvoFloat x = STATS_TalvoFloatToDouble_MP(kv(), r);
     TalvoFloat exact = F("2") + TalvoEvalf1("tan", pi * (F("0.99999") - F("0.5")));
     EXPECT_GT(std::fabs(((x - exact) / exact).to_double()), 1e-3);
