@@ -169,8 +169,10 @@ void TalvoMP_g01eec(TalvoFloat x, TalvoFloat a, TalvoFloat b, TalvoFloat tol, Ta
         // Whole-number shapes: the finite binomial sums, positive terms only.
         s = ziv(outputs, target, 8, [&](slong wp) {
             // y = 1 - x: exact when x >= 1/2 (it fits in x's bits), otherwise
-            // rounded at wp with a relative radius of 2^-wp.
-            arb_sub_ui(ay, ax, 1, std::max<slong>(wp, arb_bits(ax) + 2));
+            // rounded with the guard bits of the sums, as y^(b-1) multiplies
+            // its relative radius by b - 1.
+            slong yp = wp + FLINT_BIT_COUNT(ai + bi) + 4;
+            arb_sub_ui(ay, ax, 1, std::max<slong>(yp, arb_bits(ax) + 2));
             arb_neg(ay, ay);
             beta_whole(want_p, want_q, want_d, ai, bi, ax, ay, wp);
             return Status::Ok;
