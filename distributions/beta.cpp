@@ -13,7 +13,7 @@ TalvoFloat STATS_BetaProbability_MP(TKernelVector kv, TalvoFloat x, TalvoFloat a
 {
     stats::NagCall c;
     TalvoFloat lower;
-    TalvoMP_g01eec(x, a, b, TalvoFloat(0.0), &lower, nullptr, nullptr, &c.fail);
+    TalvoMP_g01eec(x, a, b, TalvoFloat(), &lower, nullptr, nullptr, &c.fail); // tol 0: ignored
     c.Check(kv);
     return lower;
 }

@@ -167,7 +167,7 @@ void TalvoMP_g01eec(TalvoFloat x, TalvoFloat a, TalvoFloat b, TalvoFloat tol, Ta
     ulong steps = ((want_p != nullptr || want_d != nullptr) ? bi - 1 : 0) + (want_q != nullptr ? ai - 1 : 0);
     if (ai != 0 && bi != 0 && steps <= kWholeSteps) {
         // Whole-number shapes: the finite binomial sums, positive terms only.
-        s = ziv(outputs, target, 8, [&](slong wp) {
+        s = ziv(outputs, target, 4, [&](slong wp) {
             // y = 1 - x: exact when x >= 1/2 (it fits in x's bits), otherwise
             // rounded with the guard bits of the sums, as y^(b-1) multiplies
             // its relative radius by b - 1.
