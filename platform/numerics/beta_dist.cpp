@@ -19,6 +19,37 @@
 
 namespace talvo::mp {
 
+namespace {
+
+// Whole-number shapes take the finite binomial sums when these need at most
+// kWholeSteps Horner steps (one multiplication and one addition each): the
+// lower tail and the density b - 1 steps, the upper tail a - 1.  Up to about
+// this many steps the sums cost less than the general series (measured at
+// 15 and 50 digits for a, b up to 300); beyond it the two are comparable.
+constexpr ulong kWholeSteps = 128;
+// Shapes above this are never taken as whole numbers, so that a, b and the
+// step count are machine integers.
+constexpr ulong kWholeShape = 1ul << 20;
+
+// v as a whole number in [1, kWholeShape], or 0 when it is not one.
+ulong small_whole(const TalvoFloat &v)
+{
+    mpfr_srcptr m = v.mpfr();
+    if (!mpfr_number_p(m) || mpfr_cmp_ui(m, kWholeShape) > 0 || !mpfr_integer_p(m))
+        return 0;
+    return static_cast<ulong>(mpfr_get_d(m, MPFR_RNDN)); // exact: a small whole number
+}
+
+// v as a whole number in [1, kWholeShape], or 0 when it is not one.
+ulong small_whole(const fmpq *v)
+{
+    if (!fmpz_is_one(fmpq_denref(v)) || fmpz_sgn(fmpq_numref(v)) <= 0 || fmpz_cmp_ui(fmpq_numref(v), kWholeShape) > 0)
+        return 0;
+    return fmpz_get_ui(fmpq_numref(v));
+}
+
+} // namespace
+
 Status beta_deviate(arb_ptr x, arb_ptr y, const fmpq *a, const fmpq *b, arb_srcptr p, const Target &target)
 {
     double ad = fmpq_to_double(a), bd = fmpq_to_double(b);
@@ -52,7 +83,18 @@ Status beta_deviate(arb_ptr x, arb_ptr y, const fmpq *a, const fmpq *b, arb_srcp
     f.upper = upper;
     f.lo = 0;
     f.hi = 1;
+    // Whole-number shapes with a short sum for the tail solved: the finite
+    // binomial sums (lower tail b - 1 steps, upper tail a - 1, in u's shapes).
+    ulong aw = small_whole(al), bw = small_whole(be);
+    bool whole = aw != 0 && bw != 0 && (upper ? aw - 1 : bw - 1) <= kWholeSteps;
     f.cdf = [&](arb_ptr v, arb_srcptr u, slong wp) {
+        if (whole) {
+            Arb w;
+            arb_sub_ui(w, u, 1, std::max<slong>(wp + FLINT_BIT_COUNT(aw + bw) + 4, arb_bits(u) + 2));
+            arb_neg(w, w);
+            beta_whole(upper ? nullptr : v, upper ? v : nullptr, nullptr, aw, bw, u, w, wp);
+            return Status::Ok;
+        }
         BetaPoint pt = beta_point_exact(u);
         return upper ? beta_inc(nullptr, v, al, be, pt, wp - 16, wp) : beta_inc(v, nullptr, al, be, pt, wp - 16, wp);
     };
@@ -83,29 +125,6 @@ Status beta_deviate(arb_ptr x, arb_ptr y, const fmpq *a, const fmpq *b, arb_srcp
     }
     return Status::Ok;
 }
-
-namespace {
-
-// Whole-number shapes take the finite binomial sums when these need at most
-// kWholeSteps Horner steps (one multiplication and one addition each): the
-// lower tail and the density b - 1 steps, the upper tail a - 1.  Up to about
-// this many steps the sums cost less than the general series (measured at
-// 15 and 50 digits for a, b up to 300); beyond it the two are comparable.
-constexpr ulong kWholeSteps = 128;
-// Shapes above this are never taken as whole numbers, so that a, b and the
-// step count are machine integers.
-constexpr ulong kWholeShape = 1ul << 20;
-
-// v as a whole number in [1, kWholeShape], or 0 when it is not one.
-ulong small_whole(const TalvoFloat &v)
-{
-    mpfr_srcptr m = v.mpfr();
-    if (!mpfr_number_p(m) || mpfr_cmp_ui(m, kWholeShape) > 0 || !mpfr_integer_p(m))
-        return 0;
-    return static_cast<ulong>(mpfr_get_d(m, MPFR_RNDN)); // exact: a small whole number
-}
-
-} // namespace
 
 } // namespace talvo::mp
 

@@ -67,6 +67,8 @@ inline const std::map<std::string, TableRoutine> &table_routines()
                  TalvoMP_g01eec(r[0], r[1], r[2], TalvoFloat(), nullptr, nullptr, &o[2], f); }}},
         {"g01fec", {"RRR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
              o[0] = TalvoMP_g01fec(r[0], r[1], r[2], TalvoFloat(), f); }}},
+        {"g01fec_whole", {"RRR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
+             o[0] = TalvoMP_g01fec(r[0], r[1], r[2], TalvoFloat(), f); }}},
         {"g01efc", {"TRRR", 1, [](auto &i, auto &r, TalvoFloat *o, NagError *f) {
              o[0] = TalvoMP_g01efc(Nag_TailProbability(i[0]), r[0], r[1], r[2], f); }}},
         {"g01ffc", {"RRR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
@@ -113,6 +115,7 @@ inline const std::map<std::string, std::vector<long>> &tabulated()
         {"g01edc", table_precisions()}, {"g01fdc", table_precisions()}, // F
         {"g01eec", table_precisions()}, {"g01fec", table_precisions()}, // beta
         {"g01eec_whole", table_precisions()},                           // beta, whole-number shapes
+        {"g01fec_whole", table_precisions()},                           // beta deviate, whole-number shapes
         {"g01efc", table_precisions()}, {"g01ffc", table_precisions()}, // gamma
         {"g01gbc", table_precisions()},                                 // non-central t
         {"g01gcc", table_precisions()},                                 // non-central chi-square
