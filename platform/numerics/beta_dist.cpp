@@ -40,7 +40,7 @@ ulong small_whole(const TalvoFloat &v)
     return static_cast<ulong>(mpfr_get_d(m, MPFR_RNDN)); // exact: a small whole number
 }
 
-// v as a whole number in [1, kWholeShape], or 0 when it is not one.
+// The same for an exact rational shape.
 ulong small_whole(const fmpq *v)
 {
     if (!fmpz_is_one(fmpq_denref(v)) || fmpz_sgn(fmpq_numref(v)) <= 0 || fmpz_cmp_ui(fmpq_numref(v), kWholeShape) > 0)
@@ -102,7 +102,10 @@ Status beta_deviate(arb_ptr x, arb_ptr y, const fmpq *a, const fmpq *b, arb_srcp
         Arb w;
         arb_sub_ui(w, u, 1, wp);
         arb_neg(w, w);
-        beta_density(d, al, be, u, w, wp);
+        if (aw != 0 && bw != 0 && bw - 1 <= kWholeSteps)
+            beta_whole(nullptr, nullptr, d, aw, bw, u, w, wp); // a C(a+b-1, a) u^(a-1) w^(b-1)
+        else
+            beta_density(d, al, be, u, w, wp);
     };
     double start = std::isfinite(guess) ? (solve_y ? 1.0 - guess : guess) : NAN;
     if (solve_y && !(start > 0)) {
