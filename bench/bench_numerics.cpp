@@ -203,38 +203,43 @@ std::vector<Bench> Benches()
     b.push_back({{"g01fdc p=0.975 df=5,7", {"0.975", "5", "7"}, {}},
                  [=](const V &r, const I &, NagError *f) { TalvoMP_g01fdc(r[0], r[1], r[2], f); }, 0, nullptr,
                  [](const R &r, const I &) { return static_cast<double>(bm::quantile(bm::fisher_f_distribution<Real>(r[1], r[2]), r[0])); }});
-    b.push_back({{"g01eec x=0.3 a=2.5 b=3.5 (P,Q,pdf)", {"0.3", "2.5", "3.5"}, {}},
-                 [=](const V &r, const I &, NagError *f) {
-                     TalvoFloat p, q, d;
-                     TalvoMP_g01eec(r[0], r[1], r[2], TalvoFloat(), &p, &q, &d, f);
-                 },
-                 3,
-                 [](arb_ptr o, arb_srcptr in, const I &, slong wp) {
-                     // P = I_x(a, b), Q = I_{1-x}(b, a), pdf = x^(a-1) (1-x)^(b-1) / B(a, b)
-                     arb_t y, t, u;
-                     arb_init(y); arb_init(t); arb_init(u);
-                     arb_sub_ui(y, in, 1, wp);
-                     arb_neg(y, y);
-                     arb_hypgeom_beta_lower(o, in + 1, in + 2, in, 1, wp);
-                     arb_hypgeom_beta_lower(o + 1, in + 2, in + 1, y, 1, wp);
-                     arb_sub_ui(t, in + 1, 1, wp);
-                     arb_pow(t, in, t, wp);
-                     arb_sub_ui(u, in + 2, 1, wp);
-                     arb_pow(u, y, u, wp);
-                     arb_mul(t, t, u, wp);
-                     arb_add(u, in + 1, in + 2, wp);
-                     arb_hypgeom_rgamma(u, u, wp); // 1 / B(a, b) = G(a+b) / (G(a) G(b))
-                     arb_hypgeom_gamma(y, in + 1, wp);
-                     arb_mul(u, u, y, wp);
-                     arb_hypgeom_gamma(y, in + 2, wp);
-                     arb_mul(u, u, y, wp);
-                     arb_div(o + 2, t, u, wp);
-                     arb_clear(y); arb_clear(t); arb_clear(u);
-                 },
-                 [](const R &r, const I &) {
-                     bm::beta_distribution<Real> d(r[1], r[2]);
-                     return static_cast<double>(bm::cdf(d, r[0]) + bm::cdf(bm::complement(d, r[0])) + bm::pdf(d, r[0]));
-                 }});
+    auto beta3 = [&](const char *name, const char *x, const char *a, const char *bb) {
+        b.push_back({{name, {x, a, bb}, {}},
+                     [=](const V &r, const I &, NagError *f) {
+                         TalvoFloat p, q, d;
+                         TalvoMP_g01eec(r[0], r[1], r[2], TalvoFloat(), &p, &q, &d, f);
+                     },
+                     3,
+                     [](arb_ptr o, arb_srcptr in, const I &, slong wp) {
+                         // P = I_x(a, b), Q = I_{1-x}(b, a), pdf = x^(a-1) (1-x)^(b-1) / B(a, b)
+                         arb_t y, t, u;
+                         arb_init(y); arb_init(t); arb_init(u);
+                         arb_sub_ui(y, in, 1, wp);
+                         arb_neg(y, y);
+                         arb_hypgeom_beta_lower(o, in + 1, in + 2, in, 1, wp);
+                         arb_hypgeom_beta_lower(o + 1, in + 2, in + 1, y, 1, wp);
+                         arb_sub_ui(t, in + 1, 1, wp);
+                         arb_pow(t, in, t, wp);
+                         arb_sub_ui(u, in + 2, 1, wp);
+                         arb_pow(u, y, u, wp);
+                         arb_mul(t, t, u, wp);
+                         arb_add(u, in + 1, in + 2, wp);
+                         arb_hypgeom_rgamma(u, u, wp); // 1 / B(a, b) = G(a+b) / (G(a) G(b))
+                         arb_hypgeom_gamma(y, in + 1, wp);
+                         arb_mul(u, u, y, wp);
+                         arb_hypgeom_gamma(y, in + 2, wp);
+                         arb_mul(u, u, y, wp);
+                         arb_div(o + 2, t, u, wp);
+                         arb_clear(y); arb_clear(t); arb_clear(u);
+                     },
+                     [](const R &r, const I &) {
+                         bm::beta_distribution<Real> d(r[1], r[2]);
+                         return static_cast<double>(bm::cdf(d, r[0]) + bm::cdf(bm::complement(d, r[0])) + bm::pdf(d, r[0]));
+                     }});
+    };
+    beta3("g01eec x=0.3 a=2.5 b=3.5 (P,Q,pdf)", "0.3", "2.5", "3.5");
+    // whole-number shapes: the finite binomial sums
+    beta3("g01eec x=0.3 a=2 b=3 (P,Q,pdf)", "0.3", "2", "3");
     b.push_back({{"g01fec p=0.975 a=2.5 b=3.5", {"0.975", "2.5", "3.5"}, {}},
                  [=](const V &r, const I &, NagError *f) { TalvoMP_g01fec(r[0], r[1], r[2], TalvoFloat(), f); }, 0, nullptr,
                  [](const R &r, const I &) { return static_cast<double>(bm::quantile(bm::beta_distribution<Real>(r[1], r[2]), r[0])); }});

@@ -90,6 +90,7 @@ CASES = [
     ("g01fdc p=0.975 df=5,7", lambda: ["0.975", "5", "7"],
      lambda p, d1, d2: root(lambda v: f_lower(v, d1, d2), p, 5.285233877360911), "*"),
     ("g01eec x=0.3 a=2.5 b=3.5 (P,Q,pdf)", lambda: ["0.3", "2.5", "3.5"], beta3, ""),
+    ("g01eec x=0.3 a=2 b=3 (P,Q,pdf)", lambda: ["0.3", "2", "3"], beta3, ""),
     ("g01fec p=0.975 a=2.5 b=3.5", lambda: ["0.975", "2.5", "3.5"],
      lambda p, a, b: root(lambda v: mpmath.betainc(a, b, 0, v, regularized=True), p, 0.7948895446906508), "*"),
     ("g01efc lower g=2 a=3.5", lambda: ["2", "3.5"], lambda g, a: mpmath.gammainc(a, 0, g, regularized=True), ""),

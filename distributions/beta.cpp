@@ -1,7 +1,7 @@
 // beta.cpp -- the beta distribution with shapes a and b.
 //
-// The probability keeps the lower tail of the numerics routine (which also
-// returns the upper tail and the density); the deviate asks the routine for
+// The probability asks the numerics routine for its lower tail only (it can
+// also return the upper tail and the density); the deviate asks the routine for
 // its full precision (tolerance 0).  Variates come from the gamma generator.
 #include "entry_frame.hpp"
 #include "nag_call.hpp"
@@ -12,8 +12,8 @@
 TalvoFloat STATS_BetaProbability_MP(TKernelVector kv, TalvoFloat x, TalvoFloat a, TalvoFloat b)
 {
     stats::NagCall c;
-    TalvoFloat lower, upper, density;
-    TalvoMP_g01eec(x, a, b, TalvoFloat(0.0), &lower, &upper, &density, &c.fail);
+    TalvoFloat lower;
+    TalvoMP_g01eec(x, a, b, TalvoFloat(), &lower, nullptr, nullptr, &c.fail); // tol 0: ignored
     c.Check(kv);
     return lower;
 }

@@ -64,6 +64,14 @@ int STATS_TalvoUtils_MP::TalvoDAGToDouble(ALGEB x, TalvoFloat *out)
         *out = TalvoFloat::from_handle(x);
         return 1;
     }
+    if (IsTalvoInteger32(gTKernelVector, x)) {
+        // What evalf makes of a machine integer, without the trap and the
+        // procedure call: the integer rounded to the working precision.
+        ALGEB h = talvo_float_new(talvo_float_precision());
+        mpfr_set_si(talvo_float_mpfr(h), TalvoToInteger32(gTKernelVector, x), MPFR_RNDN);
+        *out = TalvoFloat::from_handle(h);
+        return 1;
+    }
     T_BOOL failed = 0;
     auto *r = static_cast<ALGEB>(TalvoTrapError(gTKernelVector, TalvoEvalfInternal, x, &failed));
     if (!failed && r != nullptr && IsTalvoNumeric(gTKernelVector, r)) {

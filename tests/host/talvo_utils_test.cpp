@@ -36,6 +36,22 @@ TEST(TalvoUtils, NumbersAndConstantsConvert)
     }
 }
 
+TEST(TalvoUtils, IntegersConvertAsEvalfMakesThem)
+{
+    // Machine integers take a shortcut; the float must be the one evalf
+    // gives: same precision, same value (rounded at low Digits).
+    for (long digits : {2L, 15L, 50L}) {
+        DigitsScope d(digits);
+        for (const char *n : {"0", "-7", "12345", "12543", "2147483647", "-2147483648", "2147483648",
+                              "123456789012345678901234567890"}) {
+            TalvoFloat got = U::TalvoDAGToDouble(eval(n));
+            TalvoFloat want(eval(std::string("evalf(") + n + ")"));
+            EXPECT_EQ(mpfr_get_prec(got.mpfr()), mpfr_get_prec(want.mpfr())) << n << " at " << digits;
+            EXPECT_TRUE(mpfr_equal_p(got.mpfr(), want.mpfr())) << n << " at " << digits;
+        }
+    }
+}
+
 TEST(TalvoUtils, AFloatIsTakenAsItIs)
 {
     ALGEB x = eval("evalf(1/7, 25)");

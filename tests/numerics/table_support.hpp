@@ -56,7 +56,18 @@ inline const std::map<std::string, TableRoutine> &table_routines()
              o[0] = TalvoMP_g01fdc(r[0], r[1], r[2], f); }}},
         {"g01eec", {"RRR", 3, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
              TalvoMP_g01eec(r[0], r[1], r[2], TalvoFloat(), &o[0], &o[1], &o[2], f); }}},
+        // Whole-number shapes, one output per call: the routine computes only
+        // what is asked for, and sums a tail as a finite binomial sum when that
+        // output's sum is short, so each output may take a different method.
+        {"g01eec_whole", {"RRR", 3, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
+             TalvoMP_g01eec(r[0], r[1], r[2], TalvoFloat(), &o[0], nullptr, nullptr, f);
+             if (f->code == NE_NOERROR)
+                 TalvoMP_g01eec(r[0], r[1], r[2], TalvoFloat(), nullptr, &o[1], nullptr, f);
+             if (f->code == NE_NOERROR)
+                 TalvoMP_g01eec(r[0], r[1], r[2], TalvoFloat(), nullptr, nullptr, &o[2], f); }}},
         {"g01fec", {"RRR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
+             o[0] = TalvoMP_g01fec(r[0], r[1], r[2], TalvoFloat(), f); }}},
+        {"g01fec_whole", {"RRR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
              o[0] = TalvoMP_g01fec(r[0], r[1], r[2], TalvoFloat(), f); }}},
         {"g01efc", {"TRRR", 1, [](auto &i, auto &r, TalvoFloat *o, NagError *f) {
              o[0] = TalvoMP_g01efc(Nag_TailProbability(i[0]), r[0], r[1], r[2], f); }}},
@@ -103,6 +114,8 @@ inline const std::map<std::string, std::vector<long>> &tabulated()
         {"g01ecc", table_precisions()}, {"g01fcc", table_precisions()}, // chi-square
         {"g01edc", table_precisions()}, {"g01fdc", table_precisions()}, // F
         {"g01eec", table_precisions()}, {"g01fec", table_precisions()}, // beta
+        {"g01eec_whole", table_precisions()},                           // beta, whole-number shapes
+        {"g01fec_whole", table_precisions()},                           // beta deviate, whole-number shapes
         {"g01efc", table_precisions()}, {"g01ffc", table_precisions()}, // gamma
         {"g01gbc", table_precisions()},                                 // non-central t
         {"g01gcc", table_precisions()},                                 // non-central chi-square

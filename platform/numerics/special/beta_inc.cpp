@@ -221,6 +221,60 @@ void beta_density(arb_ptr r, const fmpq *a, const fmpq *b, arb_srcptr x, arb_src
     arb_div(r, t, y, wp);
 }
 
+void beta_whole(arb_ptr lower, arb_ptr upper, arb_ptr density, ulong a, ulong b, arb_srcptr x, arb_srcptr y,
+                slong wp)
+{
+    const ulong n = a + b - 1;
+    const slong prec = wp + FLINT_BIT_COUNT(n) + 2;
+    // m = x^(a-1) y^(b-1), the factor every output shares.
+    Arb m, t, r, h;
+    arb_pow_ui(m, x, a - 1, prec);
+    arb_pow_ui(t, y, b - 1, prec);
+    arb_mul(m, m, t, prec);
+    Fmpz c;
+    if (lower != nullptr || density != nullptr) {
+        // I_x(a, b) = x m sum_{i=0}^{b-1} C(n, a+i) r^i, r = x / y, by Horner
+        // from the top coefficient C(n, n) = 1 down to C(n, a).
+        fmpz_one(c);
+        arb_one(h);
+        if (b > 1)
+            arb_div(r, x, y, prec);
+        for (ulong j = n; j > a; --j) {
+            // C(n, j-1) = C(n, j) j / (n - j + 1)
+            fmpz_mul_ui(c, c, j);
+            fmpz_divexact_ui(c, c, n - j + 1);
+            arb_mul(h, h, r, prec);
+            arb_add_fmpz(h, h, c, prec);
+        }
+        if (lower != nullptr) {
+            arb_mul(t, m, x, prec);
+            arb_mul(lower, t, h, wp);
+        }
+        if (density != nullptr) {
+            // 1 / B(a, b) = (a + b - 1)! / ((a - 1)! (b - 1)!) = a C(n, a)
+            fmpz_mul_ui(c, c, a);
+            arb_mul_fmpz(density, m, c, wp);
+        }
+    }
+    if (upper != nullptr) {
+        // I_y(b, a) = y m sum_{k=0}^{a-1} C(n, a-1-k) s^k, s = y / x, by Horner
+        // from C(n, 0) = 1 up to C(n, a - 1).
+        fmpz_one(c);
+        arb_one(h);
+        if (a > 1)
+            arb_div(r, y, x, prec);
+        for (ulong j = 1; j < a; ++j) {
+            // C(n, j) = C(n, j-1) (n - j + 1) / j
+            fmpz_mul_ui(c, c, n - j + 1);
+            fmpz_divexact_ui(c, c, j);
+            arb_mul(h, h, r, prec);
+            arb_add_fmpz(h, h, c, prec);
+        }
+        arb_mul(t, m, y, prec);
+        arb_mul(upper, t, h, wp);
+    }
+}
+
 BetaPoint beta_point_exact(arb_srcptr x0)
 {
     return [x0](arb_ptr x, arb_ptr y, slong prec) {

@@ -31,6 +31,16 @@ void beta_term(arb_ptr r, const fmpq *a, const fmpq *b, arb_srcptr x, arb_srcptr
 // The density x^(a-1) y^(b-1) / B(a, b) (x, y may be wide balls).
 void beta_density(arb_ptr r, const fmpq *a, const fmpq *b, arb_srcptr x, arb_srcptr y, slong wp);
 
+// Whole-number shapes a, b >= 1 with n = a + b - 1 terms: the tails as the
+// finite binomial sums
+//   I_x(a, b) = sum_{j=a}^{n} C(n, j) x^j y^(n-j),
+//   I_y(b, a) = sum_{j=0}^{a-1} C(n, j) x^j y^(n-j),
+// and the density a C(n, a) x^(a-1) y^(b-1).  Every term is positive, so each
+// output keeps its own relative accuracy (a few times n ulps at wp).  x, y =
+// 1 - x as balls; any output may be null.
+void beta_whole(arb_ptr lower, arb_ptr upper, arb_ptr density, ulong a, ulong b, arb_srcptr x, arb_srcptr y,
+                slong wp);
+
 // ln B(a, b) as a ball.
 void log_beta(arb_ptr r, const fmpq *a, const fmpq *b, slong wp);
 
