@@ -23,8 +23,6 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <cstdio>
-#include <cstdlib>
 
 namespace talvo::mp {
 
@@ -307,7 +305,6 @@ Status beta_inc(arb_ptr lower, arb_ptr upper, const fmpq *a, const fmpq *b, cons
     }
     double ad = fmpq_to_double(a), bd = fmpq_to_double(b);
     DoubleLog xl = double_log(x), yl = double_log(y);
-    double xd = xl.v;
     Side lo = plan_side(ad, bd, xl, yl, goal); // I_x(a, b)
     Side up = plan_side(bd, ad, yl, xl, goal); // I_y(b, a)
     if (lo.terms < 0 && up.terms < 0)
@@ -327,7 +324,6 @@ Status beta_inc(arb_ptr lower, arb_ptr upper, const fmpq *a, const fmpq *b, cons
         direct = cost_direct <= 2.0 * cost_other;
     }
 
-    if (getenv("BETA_DEBUG")) fprintf(stderr, "beta a=%g b=%g x=%g goal=%ld wp=%ld lo{terms=%ld peak=%g lv=%g} up{terms=%ld peak=%g lv=%g} lower_small=%d direct=%d loss=%g\n", ad, bd, xd, (long)goal, (long)wp, (long)lo.terms, lo.peak, lo.log_value, (long)up.terms, up.peak, up.log_value, lower_small, direct, loss);
     Arb s, c;
     if (direct) {
         // The small tail by its own series, the large one as its complement.
