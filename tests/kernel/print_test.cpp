@@ -53,7 +53,7 @@ TEST(Print, FloatsShowTheDigitsTheyWereMadeWith)
     EXPECT_EQ(show("evalf(1/3);"), "0.3333333333");
     EXPECT_EQ(show("evalf(1/3, 30);"), "0.333333333333333333333333333333");
     EXPECT_EQ(show("evalf(sqrt(2), 30);"), "1.41421356237309504880168872421");
-    EXPECT_EQ(show("Digits := 50: x := evalf(Pi): Digits := 10: x;"),
+    EXPECT_EQ(show("Digits := 50: pi50 := evalf(Pi): Digits := 10: pi50;"),
               "3.1415926535897932384626433832795028841971693993751");
     EXPECT_EQ(show("evalf(2/3*10^25);"), "6.666666667e+24");
 }
