@@ -250,6 +250,12 @@ TalvoFloat QuickSelect(const S &s, int n, int k)
         if (ir <= l + 1) {
             if (ir == l + 1 && Less(a[ir], a[l]))
                 s.swap(l, ir);
+            // A rank outside the array (the winsorized mean asks for rank n
+            // of n values when its upper cut is the top) still orders the
+            // array as the partitioning leaves it, but there is no value to
+            // return: undefined instead of a read past either end.
+            if (k < 0 || k >= n)
+                return TalvoFloatUndefined();
             return a[k];
         }
         int mid = (l + ir) / 2;
@@ -317,6 +323,8 @@ void STATS_InsertionSort_MP(TalvoFloat *a, TalvoFloat *w, int lo, int hi) { Inse
 
 TalvoFloat STATS_QuickSelect_MP(TalvoFloat *a, int n, int k)
 {
+    // The rank is trusted: one outside 0..n-1 partitions the array like any
+    // other and returns undefined (see QuickSelect).
     if (n <= 0)
         return TalvoFloatUndefined();
     return QuickSelect(Values{a}, n, k);
