@@ -152,9 +152,14 @@ TEST(WinsorizedMean, TooNarrowAWindowIsRefusedInsteadOfReadingOutside)
     EXPECT_EQ(Trimmed(kTen, "0", "5", kNone), "Float(undefined)");
     EXPECT_EQ(Trimmed(kTen, "50", "50", kNone), "Float(undefined)");
     EXPECT_EQ(Trimmed(kTen, "100", "100", kNone), "-0.");
-    // The weighted forms always have an element at each cut.
+    // The weighted winsorized mean: at 0 and 5 percent the upper cut falls
+    // in the first element.  At 100 and 100 no running weight exceeds the
+    // lower cut and the index is brought back to the last element; at 0 and
+    // 0 none falls below the upper cut and it is brought back to the first.
     EXPECT_EQ(Winsorized(kTen, "0", "5", Arr("1,1,1,1,1,1,1,1,1,1")), "1.");
     EXPECT_EQ(Winsorized(kTen, "100", "100", Arr("1,1,1,1,1,1,1,1,1,1")), "100.");
+    EXPECT_EQ(Winsorized(kTenShuffled, "0", "0", Arr("1,1,1,1,1,1,1,1,1,1")), "1.");
+    EXPECT_EQ(Winsorized(kTenShuffled, "0", "0", Arr("1,2,3,4,5,6,7,8,9,10"), 3), "1.");
     EXPECT_EQ(Trimmed(kTen, "100", "100", Arr("1,1,1,1,1,1,1,1,1,1")), "Float(undefined)");
 }
 
