@@ -98,8 +98,9 @@ STATS_ENTRY ALGEB STATS_TalvoQuantile_MP(TKernelVector kv, ALGEB args)
                                  "expected: numeric constant or a list of numeric constants between 0 and 1, "
                                  "received %1",
                                  parg);
-        } else if (!STATS_TalvoUtils_MP::TalvoDAGToDouble(e, &v) || !(v >= TalvoFloat(0.0)) ||
-                   v > TalvoFloat(1.0)) {
+        } else if (!STATS_TalvoUtils_MP::TalvoDAGToDouble(e, &v) || v < TalvoFloat(0.0) || v > TalvoFloat(1.0)) {
+            // An undefined element is neither below 0 nor above 1, so it is
+            // accepted; its quantile is the smallest value (see the kernel).
             TalvoRaiseError1(kv, "expected: list of numeric constants between 0 and 1, received %1", parg);
         }
         p.push_back(v);

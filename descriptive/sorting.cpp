@@ -68,26 +68,6 @@ struct Pairs {
     }
 };
 
-// Moves the defined values of lo..hi to the front and the undefined ones to
-// the back, each group in its order.  Returns the index of the first
-// undefined value (hi + 1 when there is none).
-template <class S>
-int SplitUndefined(const S &s, int lo, int hi)
-{
-    std::vector<typename S::Held> missing;
-    int out = lo;
-    for (int i = lo; i <= hi; ++i) {
-        if (Undefined(s.a[i]))
-            missing.push_back(s.hold(i));
-        else
-            s.put(s.hold(i), out++);
-    }
-    int first = out;
-    for (const auto &h : missing)
-        s.put(h, out++);
-    return first;
-}
-
 // Exchanges l and r when a[r] comes before a[l] in the order.
 template <class S>
 inline void Order(const S &s, int l, int r)
@@ -169,22 +149,18 @@ void Partition(const S &s, int lo, int hi, int *left_hi, int *right_lo)
 // recursion stays below log2(n) whatever the data.  The ranges are
 // disjoint, so the order in which they are done changes nothing.
 //
-// A range whose median of three is undefined holds many missing values.
-// Partitioning it around an undefined pivot only takes one element off its
-// top, so a range of k missing values would cost k^2/2 steps (minutes for a
-// few hundred thousand).  Such a range is instead split once into its
-// defined values and its missing ones, each group keeping its order, and
-// the sort goes on with the defined part.
+// A range whose median of three is undefined (two of the three sampled
+// values missing) is partitioned around that undefined pivot like any
+// other: the up scan stops only at missing values, which it exchanges with
+// the missing pivot's place, so defined values stay where they are and the
+// partition takes just the top element off the range.  A range holding k
+// missing values can thus cost about k^2/2 steps: quadratic time on data
+// with many missing values (and weights of missing values come out in the
+// order these exchanges leave them).
 template <class S>
 void QuickSort(const S &s, int lo, int hi)
 {
     while (hi - lo > 4) {
-        int mid = (lo + hi) / 2;
-        int undefined = Undefined(s.a[lo]) + Undefined(s.a[mid]) + Undefined(s.a[hi]);
-        if (undefined >= 2) {
-            hi = SplitUndefined(s, lo, hi) - 1;
-            continue;
-        }
         int left_hi, right_lo;
         Partition(s, lo, hi, &left_hi, &right_lo);
         if (left_hi - lo < hi - right_lo) {
@@ -250,6 +226,12 @@ TalvoFloat QuickSelect(const S &s, int n, int k)
         if (ir <= l + 1) {
             if (ir == l + 1 && Less(a[ir], a[l]))
                 s.swap(l, ir);
+            // A rank outside the array (the winsorized mean asks for rank n
+            // of n values when its upper cut is the top) still orders the
+            // array as the partitioning leaves it, but there is no value to
+            // return: undefined instead of a read past either end.
+            if (k < 0 || k >= n)
+                return TalvoFloatUndefined();
             return a[k];
         }
         int mid = (l + ir) / 2;
@@ -317,6 +299,8 @@ void STATS_InsertionSort_MP(TalvoFloat *a, TalvoFloat *w, int lo, int hi) { Inse
 
 TalvoFloat STATS_QuickSelect_MP(TalvoFloat *a, int n, int k)
 {
+    // The rank is trusted: one outside 0..n-1 partitions the array like any
+    // other and returns undefined (see QuickSelect).
     if (n <= 0)
         return TalvoFloatUndefined();
     return QuickSelect(Values{a}, n, k);

@@ -21,8 +21,9 @@
 // A range a..b split into m bins has the boundaries a, a + ((b - a)/m)*i for
 // 0 < i < m, and b; a value on an inner boundary counts in the bin above it,
 // a value on the top boundary in the last bin.  A range with an infinite end
-// can only be one bin.  Fewer than one bin is refused (the bin search could
-// not end).
+// can only be one bin.  The bin count is converted as a 32-bit integer
+// (the host's own error otherwise); fewer than one bin is refused, since
+// the bin search could not end.
 #include "data_sample.hpp"
 #include "entry_frame.hpp"
 #include "stats_entries.h"
@@ -267,12 +268,16 @@ ALGEB BinRange(TKernelVector kv, const TalvoFloat *b)
     return ToTalvoRange(kv, STATS_DoubleToTalvoFloat_MP(kv, b[0]), STATS_DoubleToTalvoFloat_MP(kv, b[1]));
 }
 
+// The bin count, a count argument: the host's own conversion error for
+// anything but a 32-bit integer.  Fewer than one bin is refused: the bin
+// search would halve a count of zero for ever, and the top bin of a range
+// (slot m - 1) and its boundaries would lie outside their arrays.
 int Bins(TKernelVector kv, const stats::EntryFrame &f, int i)
 {
-    ALGEB a = f.arg(i);
-    if (!IsTalvoInteger32(kv, a) || TalvoToInteger32(kv, a) < 1)
-        TalvoRaiseError1(kv, kBadBins, a);
-    return TalvoToInteger32(kv, a);
+    int m = f.int32(i);
+    if (m < 1)
+        TalvoRaiseError1(kv, kBadBins, f.arg(i));
+    return m;
 }
 
 } // namespace

@@ -53,13 +53,18 @@ long CutIndex(long n, TalvoFloat fraction)
     return STATS_DoubleToInteger_MP(TalvoFloat(static_cast<double>(n)) * fraction + TalvoFloat(0.5));
 }
 
-// Puts the order statistics of ranks L and H (when they exist) in place.
+// Puts the order statistics of ranks L and H in place: rank L among all n
+// values, then rank H - L among the n - L values from L on.  Both
+// selections are made even when a rank is n (a cut at the top): the
+// partitioning then narrows onto the top and leaves the two largest
+// values there in order, so the fills and counts that read x[n-1] and x[n-2] do
+// not depend on the order the data came in (only the value at rank n,
+// which does not exist, is not read).  Cuts inside the data leave x[H-1]
+// and x[H-2] wherever the partitioning put them, as said above.
 void SelectCuts(TalvoFloat *x, long n, long L, long H)
 {
-    if (L < n)
-        STATS_QuickSelect_MP(x, static_cast<int>(n), static_cast<int>(L));
-    if (H < n)
-        STATS_QuickSelect_MP(x + L, static_cast<int>(n - L), static_cast<int>(H - L));
+    STATS_QuickSelect_MP(x, static_cast<int>(n), static_cast<int>(L));
+    STATS_QuickSelect_MP(x + L, static_cast<int>(n - L), static_cast<int>(H - L));
 }
 
 void TooNarrow(TKernelVector kv, TalvoFloat low, TalvoFloat high)

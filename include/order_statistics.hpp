@@ -1,8 +1,9 @@
 // order_statistics.hpp -- quantiles, order statistics, medians and the
 // median absolute deviation of plain TalvoFloat arrays.
 //
-// The unweighted kernels select (STATS_QuickSelect_MP) and never sort
-// fully; they reorder x.  The weighted ones sort x with its weights.
+// The unweighted kernels select (STATS_QuickSelect_MP) and reorder x; only
+// the quantile of a long list of probabilities (12 or more) sorts x, once,
+// which gives the same results.  The weighted ones sort x with its weights.
 // Results go to caller-supplied arrays of m floats.
 #pragma once
 

@@ -22,6 +22,8 @@ STATS_API void STATS_SortData_MP(TalvoFloat *a, TalvoFloat *w, int n);
 // the final insertion pass.  Its scans step their index twice between the
 // undefined test and the comparison, so it only brings every element near
 // its place: the result is a partial order, made exact by STATS_SortData_MP.
+// A range whose median of three is undefined loses only its top element per
+// partition, so many missing values take quadratic time.
 STATS_API void STATS_QuickSort_MP(TalvoFloat *a, int lo, int hi);
 STATS_API void STATS_QuickSort_MP(TalvoFloat *a, TalvoFloat *w, int lo, int hi);
 
@@ -31,8 +33,10 @@ STATS_API void STATS_InsertionSort_MP(TalvoFloat *a, TalvoFloat *w, int lo, int 
 
 // The k-th smallest (0-based) of a[0..n-1], by partition-based selection
 // with a median of three.  a is left partly ordered: nothing left of k is
-// greater than a[k], nothing right of it less.  The unweighted form expects
-// 0 <= k < n; the weighted form clamps k into that range.  With n <= 0
+// greater than a[k], nothing right of it less.  The unweighted form trusts
+// k: with k outside 0..n-1 it partitions as for any rank (for k = n the two
+// largest values end at the top, in order) and returns undefined without
+// reading outside a.  The weighted form clamps k into 0..n-1.  With n <= 0
 // nothing is read and the result is undefined.
 STATS_API TalvoFloat STATS_QuickSelect_MP(TalvoFloat *a, int n, int k);
 STATS_API TalvoFloat STATS_QuickSelect_MP(TalvoFloat *a, TalvoFloat *w, int n, int k);

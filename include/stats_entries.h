@@ -217,8 +217,9 @@ STATS_DECLARE_ENTRY(STATS_TalvoCovariance_MP);
 // array of weights; an empty weights array means none).  `ignore` drops
 // missing (undefined) values; `inplace` lets the entry reorder the caller's
 // array instead of a copy.
-//   Quantile(data, p, weights, ignore, type, inplace): p a number or a list
-//     of numbers in [0, 1]; type 1..8 (anything else acts as 1).
+//   Quantile(data, p, weights, ignore, type, inplace): p a number (not
+//     range-checked) or a list of numbers in [0, 1]; an undefined p gives
+//     the smallest value (unweighted); type 1..8 (anything else acts as 1).
 //   OrderStatistic(data, index, unused, ignore): index an integer or a list
 //     of them, 1..n or -n..-1 (counted from the top).
 //   Median(data, weights, ignore, inplace); MedianDeviation(data, weights, ignore).

@@ -26,6 +26,13 @@ TEST(QuantileEntry, NumbersAndLists)
     EXPECT_EQ(Q(A + ", [0, 1], " + kEmpty + ", false, 6, false"), "[1., 9.]");
     // A single p is not range-checked.
     EXPECT_EQ(Q(A + ", 1.5, " + kEmpty + ", false, 6, false"), "9.");
+    // An undefined p, alone or in a list (it is neither below 0 nor above
+    // 1), gives the smallest value: its position converts to index 0.
+    EXPECT_EQ(Q(A + ", undefined, " + kEmpty + ", false, 7, false"), "1.");
+    EXPECT_EQ(Q(A + ", Float(undefined), " + kEmpty + ", false, 1, false"), "1.");
+    EXPECT_EQ(Q(A + ", [0.5, undefined, 0.9], " + kEmpty + ", false, 7, false"), "[3.5, 1., 7.9]");
+    // Weighted, h is undefined and so is the interpolation.
+    EXPECT_EQ(Q(A + ", undefined, Array(1..10, [1,1,1,1,1,1,1,1,1,1]), false, 1, false"), "Float(undefined)");
     // The type is passed unchanged: 0 and 9 act as 1.
     EXPECT_EQ(Q(A + ", 0.35, " + kEmpty + ", false, 0, false"), Q(A + ", 0.35, " + kEmpty + ", false, 1, false"));
     EXPECT_EQ(Q(A + ", 0.35, " + kEmpty + ", false, 9, false"), Q(A + ", 0.35, " + kEmpty + ", false, 1, false"));

@@ -33,7 +33,7 @@ std::string Trim(const std::string &s)
 NistSet ReadNist(const std::string &name)
 {
     NistSet set;
-    std::ifstream in(std::string(TALVO_SHARED_DATA) + "/nist-strd/" + name + ".dat");
+    std::ifstream in(std::string(TALVO_NIST_DATA) + "/" + name + ".dat");
     std::string line;
     for (int no = 1; std::getline(in, line); ++no) {
         if (no == 41 || no == 42) {

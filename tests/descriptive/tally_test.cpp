@@ -194,10 +194,20 @@ TEST(TallyInto, Messages)
               "Error: expected 4th argument to be of type list(range), received: 0 .. 4");
     EXPECT_EQ(result(STATS_TalvoTallyInto_MP, x + ", " + kNone + ", false, [0..4, 7], 2"),
               "Error: invalid argument; expected a positive integer or a list of ranges, received: 7");
+    // Fewer than one bin is refused (the bin search would never end).
     EXPECT_EQ(result(STATS_TalvoTallyInto_MP, x + ", " + kNone + ", false, [0..4], 0"),
               "Error: invalid argument; expected a positive integer or a list of ranges, received: 0");
+    EXPECT_EQ(result(STATS_TalvoTallyInto_MP, x + ", " + kNone + ", false, [0..4], -3"),
+              "Error: invalid argument; expected a positive integer or a list of ranges, received: -3");
+    // The bin count is a count argument: anything but a 32-bit integer
+    // meets the host's own conversion error.
     EXPECT_EQ(result(STATS_TalvoTallyInto_MP, x + ", " + kNone + ", false, [0..4], 2.5"),
-              "Error: invalid argument; expected a positive integer or a list of ranges, received: 2.5");
+              "Error: integer conversion: expecting an integer in the range of the native type, got 2.5");
+    EXPECT_EQ(result(STATS_TalvoTallyInto_MP, x + ", " + kNone + ", false, [0..4], 2."),
+              "Error: integer conversion: expecting an integer in the range of the native type, got 2.");
+    EXPECT_EQ(result(STATS_TalvoTallyInto_MP, x + ", " + kNone + ", false, [0..4], 2^40"),
+              "Error: integer conversion: expecting an integer in the range of the native type, got "
+              "1099511627776");
     EXPECT_EQ(result(STATS_TalvoTallyInto_MP, x + ", " + kNone + ", false, [0..a], 2"),
               "Error: unable to evaluate a to floating-point");
     EXPECT_EQ(result(STATS_TalvoTallyInto_MP, "[1], " + kNone + ", false, [0..1], 2"),
@@ -227,6 +237,10 @@ TEST(FrequencyData, Messages)
               "Error: unable to split the range 0 .. infinity");
     EXPECT_EQ(result(STATS_TalvoFrequencyData_MP, x + ", " + kNone + ", false, 0..1, -1"),
               "Error: invalid argument; expected a positive integer or a list of ranges, received: -1");
+    EXPECT_EQ(result(STATS_TalvoFrequencyData_MP, x + ", " + kNone + ", false, 0..1, 0"),
+              "Error: invalid argument; expected a positive integer or a list of ranges, received: 0");
+    EXPECT_EQ(result(STATS_TalvoFrequencyData_MP, x + ", " + kNone + ", false, 0..1, b"),
+              "Error: integer conversion: expecting an integer in the range of the native type, got b");
 }
 
 // ---------------------------------------------------------------------------
