@@ -36,6 +36,11 @@ const char *const kUsage =
     "  --lib PATH      load this library instead of libstatsmp.so beside the\n"
     "                  program (may be repeated)\n"
     "  --no-lib        load no library\n"
+    "  --memory-ceiling SIZE\n"
+    "                  the most memory the host's heap may take, in bytes or\n"
+    "                  with a unit: 200M, 1.5G (powers of 1024); an allocation\n"
+    "                  beyond it is an error.  Default: three quarters of the\n"
+    "                  physical memory (or of the control group's limit)\n"
     "  -q              no banner at the prompt\n"
     "  -h, --help      this text\n"
     "\n"
@@ -113,6 +118,15 @@ int main(int argc, char **argv)
             statements.push_back(argv[++i]);
         } else if (a == "--lib" && i + 1 < argc) {
             libs.push_back(argv[++i]);
+        } else if ((a == "--memory-ceiling" && i + 1 < argc) || a.starts_with("--memory-ceiling=")) {
+            std::string size = a == "--memory-ceiling" ? argv[++i] : a.substr(std::strlen("--memory-ceiling="));
+            size_t bytes = 0;
+            if (!talvo::parse_memory_size(size, &bytes) || bytes < talvo::kMinMemoryCeiling) {
+                std::fprintf(stderr, "talvo: --memory-ceiling expects a size of at least %s, such as 200M or 2G\n",
+                             talvo::memory_size_text(talvo::kMinMemoryCeiling).c_str());
+                return 2;
+            }
+            talvo::set_memory_ceiling(bytes);
         } else if (a == "--no-lib") {
             no_lib = true;
         } else if (a == "-q") {

@@ -23,23 +23,31 @@ bool RelativelyClose(const TalvoFloat &a, const TalvoFloat &b, const TalvoFloat 
 
 const char *const kBarrierStart = "the specified initial point must be between the specified barriers";
 
+// Which point a bisection step is compared with to see that it vanished.
+enum class Vanished {
+    AtLowEnd,  // the safe form: the bisection landed on the bracket's low end
+    Unchanged, // the hybrid form: the bisection left x where it was
+};
+
 // One safeguarded step inside the bracket [xl, xh] (f(xl) - y < 0): a Newton
 // step when it stays inside and at least halves the step before last, a
 // bisection otherwise.  Returns true when x is the root: the step moved it
 // by less than tol, or it vanished at the working precision (a Newton step
-// left x where it was, a bisection landed on the low end).  The bisection's
-// test is on the low end, not on the previous point: the hybrid form starts
-// at the middle of its bracket, where a first bisection lands again.  A zero derivative on a Newton step with
-// f(x) - y = 0 also ends the search; with f(x) - y != 0 it raises failure.
+// left x where it was; a bisection landed on the low end, or for the hybrid
+// form left x where it was).  The hybrid form starts at the middle of its
+// bracket, so a bisection as its first step lands on x again and ends the
+// search there.  A zero derivative on a Newton step with f(x) - y = 0 also
+// ends the search; with f(x) - y != 0 it raises failure.
 bool SafeStep(TKernelVector kv, TalvoFloat &x, const TalvoFloat &fx, const TalvoFloat &dfx, const TalvoFloat &xl,
-              const TalvoFloat &xh, TalvoFloat &dx, TalvoFloat &dxold, const TalvoFloat &tol, const char *failure)
+              const TalvoFloat &xh, TalvoFloat &dx, TalvoFloat &dxold, const TalvoFloat &tol, const char *failure,
+              Vanished vanished)
 {
     TalvoFloat previous = x;
     if (IsPositive(((x - xh) * dfx - fx) * ((x - xl) * dfx - fx)) || fabs(TalvoFloat(2.0) * fx) > fabs(dxold * dfx)) {
         dxold = dx;
         dx = Half(xh - xl);
         x = xl + dx;
-        if (x == xl)
+        if (x == (vanished == Vanished::AtLowEnd ? xl : previous))
             return true;
     } else {
         if (IsZero(dfx)) {
@@ -129,7 +137,8 @@ TalvoFloat STATS_NewtonRaphsonSafe_MP(TKernelVector kv, TalvoFloat y, STATS_Talv
     TalvoFloat dfx = df.Call(rts);
     for (int iteration = 0; iteration < maxIterations; ++iteration) {
         if (SafeStep(kv, rts, fx, dfx, xl, xh, dx, dxold, tol,
-                     "NewtonRaphsonSafe root-finding method failed to converge."))
+                     "NewtonRaphsonSafe root-finding method failed to converge.",
+                     Vanished::AtLowEnd))
             return rts;
         fx = f.Call(rts) - y;
         dfx = df.Call(rts);
@@ -199,7 +208,7 @@ TalvoFloat STATS_NewtonRaphsonHybrid_MP(TKernelVector kv, TalvoFloat y, STATS_Ta
     fx = f.Call(x) - y;
     TalvoFloat dfx = df.Call(x);
     for (; iteration < maxIterations; ++iteration) {
-        if (SafeStep(kv, x, fx, dfx, lower, upper, dx, dxold, tol, failure))
+        if (SafeStep(kv, x, fx, dfx, lower, upper, dx, dxold, tol, failure, Vanished::Unchanged))
             return x;
         fx = f.Call(x) - y;
         dfx = df.Call(x);

@@ -17,22 +17,75 @@
 #include "talvo_utils.hpp"
 #include "variate_algorithms.hpp"
 
+#include <vector>
+
 namespace {
 
-// A shape that is not positive would recurse through a + 1, a + 2, ... or
-// reject every normal for ever (d <= 0 makes c undefined); refuse it.
-void CheckGammaShape(TKernelVector kv, const TalvoFloat &a)
+// The steps for a shape below 1 call themselves with shape + 1 until the
+// shape reaches 1 (one exponential) or passes it (the rejection loop).  That
+// chain is followed here in a loop, not on the stack, but a chain longer than
+// this is refused as a recursion no thread's stack would hold.
+constexpr size_t kMaxShapeChain = 100000;
+
+enum class GammaRefusal {
+    None,
+    Rejects,  // the rejection loop would run with c undefined: v never > 0
+    Recurses, // shape + 1 no longer grows (-infinity, or beyond the
+              // precision), or the chain is longer than kMaxShapeChain
+};
+
+// Whether the draw for shape a, with c from Setup, would ever finish; the
+// shapes below 1 on the way up are appended to chain when it is given.
+GammaRefusal Refusal(const TalvoFloat &a, const TalvoFloat &c, std::vector<TalvoFloat> *chain = nullptr)
 {
-    if (!(a > TalvoFloat(0.0)))
-        TalvoRaiseError1(kv, "the shape of a gamma variate must be positive, received: %1",
+    const TalvoFloat one(1.0);
+    TalvoFloat top = a;
+    size_t length = 0;
+    while (top < one) {
+        TalvoFloat next = top + one;
+        if (!(next > top) || length == kMaxShapeChain)
+            return GammaRefusal::Recurses;
+        if (chain != nullptr)
+            chain->push_back(top);
+        ++length;
+        top = next;
+    }
+    // A shape that ends at exactly 1 draws one exponential and never uses c.
+    // Otherwise v = 1 + c x: an undefined c (Setup's d below 0, or an
+    // undefined shape) rejects every normal; any other c, infinite included,
+    // accepts with positive probability.
+    if (!(top == one) && mpfr_nan_p(c.mpfr()))
+        return GammaRefusal::Rejects;
+    return GammaRefusal::None;
+}
+
+void RaiseGammaRefusal(TKernelVector kv, GammaRefusal why, const TalvoFloat &a)
+{
+    if (why == GammaRefusal::Rejects)
+        TalvoRaiseError1(kv, "a gamma variate of shape %1 would reject every draw for ever",
+                         STATS_DoubleToTalvoFloat_MP(kv, a));
+    if (why == GammaRefusal::Recurses)
+        TalvoRaiseError1(kv, "a gamma variate of shape %1 would recurse through more than 100000 shapes",
                          STATS_DoubleToTalvoFloat_MP(kv, a));
 }
 
-void CheckChiSquareDegrees(TKernelVector kv, const TalvoFloat &nu)
+// The squeeze-and-reject loop for a shape above 1, with its d and c.
+TalvoFloat MarsagliaTsang(TKernelVector kv, const TalvoFloat &scale, const TalvoFloat &d, const TalvoFloat &c)
 {
-    if (!(nu > TalvoFloat(0.0)))
-        TalvoRaiseError1(kv, "the degrees of freedom of a chi-square variate must be positive, received: %1",
-                         STATS_DoubleToTalvoFloat_MP(kv, nu));
+    const TalvoFloat zero(0.0), one(1.0), sigma(1.0), squeeze(0.0331), half(0.5);
+    for (;;) {
+        TalvoFloat x, v;
+        do {
+            x = STATS_NormalRandomVariate_MP(kv, zero, sigma);
+            v = one + c * x;
+        } while (!(v > zero));
+        v = pow(v, 3.0);
+        TalvoFloat u = STATS_TalvoRandomStream_MP::NextDouble();
+        if (u < one - squeeze * pow(x, 4.0))
+            return scale * (d * v);
+        if (log(u) < half * x * x + d * (one - v + log(v)))
+            return scale * (d * v);
+    }
 }
 
 } // namespace
@@ -50,32 +103,25 @@ void STATS_GammaRandomVariateSetup_MP(TKernelVector, TalvoFloat, TalvoFloat a, T
     c = one / sqrt(TalvoFloat(9.0) * d);
 }
 
+// For a < 1 the draw is Main(a + 1) times u^(1/a), the uniform drawn after
+// the inner draw: the chain a, a + 1, ... below 1 is walked up first, the
+// draw made at its top, and the uniforms then drawn on the way back down,
+// innermost first, exactly as the nested calls would draw them.
 TalvoFloat STATS_GammaRandomVariateMain_MP(TKernelVector kv, TalvoFloat scale, TalvoFloat a, TalvoFloat d,
                                            TalvoFloat c)
 {
-    CheckGammaShape(kv, a);
     const TalvoFloat one(1.0);
     if (a == one)
         return STATS_ExponentialRandomVariate_MP(kv, scale);
-    if (a < one) {
-        TalvoFloat x = STATS_GammaRandomVariateMain_MP(kv, scale, a + one, d, c);
+    std::vector<TalvoFloat> chain;
+    RaiseGammaRefusal(kv, Refusal(a, c, &chain), a);
+    TalvoFloat x = chain.empty() || !(chain.back() + one == one) ? MarsagliaTsang(kv, scale, d, c)
+                                                                 : STATS_ExponentialRandomVariate_MP(kv, scale);
+    for (auto shape = chain.rbegin(); shape != chain.rend(); ++shape) {
         TalvoFloat u = STATS_TalvoRandomStream_MP::NextDouble();
-        return x * pow(u, one / a);
+        x = x * pow(u, one / *shape);
     }
-    const TalvoFloat zero(0.0), sigma(1.0), squeeze(0.0331), half(0.5);
-    for (;;) {
-        TalvoFloat x, v;
-        do {
-            x = STATS_NormalRandomVariate_MP(kv, zero, sigma);
-            v = one + c * x;
-        } while (!(v > zero));
-        v = pow(v, 3.0);
-        TalvoFloat u = STATS_TalvoRandomStream_MP::NextDouble();
-        if (u < one - squeeze * pow(x, 4.0))
-            return scale * (d * v);
-        if (log(u) < half * x * x + d * (one - v + log(v)))
-            return scale * (d * v);
-    }
+    return x;
 }
 
 TalvoFloat STATS_GammaRandomVariate_MP(TKernelVector kv, TalvoFloat scale, TalvoFloat shape)
@@ -108,10 +154,21 @@ TalvoFloat STATS_BetaRandomVariate_MP(TKernelVector kv, const TalvoFloat *params
     return STATS_BetaRandomVariate_MP(kv, a, b);
 }
 
+// Gamma of scale 2 and shape nu / 2, refused in terms of its own parameter.
 TalvoFloat STATS_ChiSquareRandomVariate_MP(TKernelVector kv, TalvoFloat nu)
 {
-    CheckChiSquareDegrees(kv, nu);
-    return STATS_GammaRandomVariate_MP(kv, TalvoFloat(2.0), nu / TalvoFloat(2.0));
+    const TalvoFloat scale(2.0), shape = nu / TalvoFloat(2.0);
+    TalvoFloat d, c;
+    STATS_GammaRandomVariateSetup_MP(kv, scale, shape, d, c);
+    GammaRefusal why = Refusal(shape, c);
+    if (why == GammaRefusal::Rejects)
+        TalvoRaiseError1(kv, "a chi-square variate of %1 degrees of freedom would reject every draw for ever",
+                         STATS_DoubleToTalvoFloat_MP(kv, nu));
+    if (why == GammaRefusal::Recurses)
+        TalvoRaiseError1(kv,
+                         "a chi-square variate of %1 degrees of freedom would recurse through more than 100000 shapes",
+                         STATS_DoubleToTalvoFloat_MP(kv, nu));
+    return STATS_GammaRandomVariateMain_MP(kv, scale, shape, d, c);
 }
 
 TalvoFloat STATS_ChiSquareRandomVariate_MP(TKernelVector kv, const TalvoFloat *params)

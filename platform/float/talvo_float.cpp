@@ -31,7 +31,7 @@ namespace {
 // State: the bound host and the current working precision
 // ---------------------------------------------------------------------------
 
-TalvoFloatHost g_host = {nullptr, nullptr, nullptr};
+TalvoFloatHost g_host = {nullptr, nullptr, nullptr, nullptr};
 
 // Everything allocation needs for one precision.
 struct Shape {
@@ -121,22 +121,47 @@ void flush_cache()
     g_cache_count = 0;
 }
 
+// The collector found no memory for a request of `bytes`.
+[[noreturn]] __attribute__((noinline)) void out_of_memory(size_t bytes)
+{
+    if (g_host.out_of_memory != nullptr)
+        g_host.out_of_memory(bytes);
+    throw std::bad_alloc();
+}
+
+// A collector allocation, retried once after a full collection: when the heap
+// cannot grow (it has reached its maximum size) the collector gives up
+// without collecting, and the memory of work that has failed and unwound
+// since the last collection would otherwise stay out of reach.
+template <class Alloc> void *collector_retry(size_t bytes, Alloc alloc)
+{
+    void *p = alloc();
+    if (__builtin_expect(p == nullptr, 0)) {
+        GC_gcollect();
+        p = alloc();
+        if (p == nullptr)
+            out_of_memory(bytes);
+    }
+    return p;
+}
+
 __attribute__((noinline)) void *refill_and_take(size_t bytes)
 {
     if (!GC_is_init_called())
         GC_init();
     if (g_cache == nullptr) {
-        g_cache = static_cast<void **>(GC_MALLOC_UNCOLLECTABLE(kCacheSlots * sizeof(void *)));
-        if (g_cache == nullptr)
-            throw std::bad_alloc();
+        g_cache = static_cast<void **>(
+            collector_retry(kCacheSlots * sizeof(void *),
+                            [] { return GC_MALLOC_UNCOLLECTABLE(kCacheSlots * sizeof(void *)); }));
         std::memset(static_cast<void *>(g_cache), 0, kCacheSlots * sizeof(void *));
     }
     flush_cache();
     size_t request = (bytes + kGranule - 1) / kGranule * kGranule;
     void *list = nullptr; // on the stack, so the collector sees the batch's head
-    GC_generic_malloc_many(request, GC_I_PTRFREE, &list);
-    if (list == nullptr)
-        throw std::bad_alloc();
+    collector_retry(bytes, [&] {
+        GC_generic_malloc_many(request, GC_I_PTRFREE, &list);
+        return list;
+    });
     void *first = list;
     void *p = GC_NEXT(first);
     size_t n = 0;
@@ -157,12 +182,8 @@ inline void *collector_alloc(size_t bytes)
         g_cache[g_cache_count] = nullptr;
         return p;
     }
-    if (bytes > kCacheMaxBytes) {
-        void *p = GC_MALLOC_ATOMIC(bytes);
-        if (p == nullptr)
-            throw std::bad_alloc();
-        return p;
-    }
+    if (bytes > kCacheMaxBytes)
+        return collector_retry(bytes, [bytes] { return GC_MALLOC_ATOMIC(bytes); });
     return refill_and_take(bytes);
 }
 
@@ -278,7 +299,7 @@ void talvo_float_bind_host(const TalvoFloatHost *host)
 {
     flush_cache(); // objects waiting there become the collector's again
     if (host == nullptr)
-        g_host = TalvoFloatHost{nullptr, nullptr, nullptr};
+        g_host = TalvoFloatHost{nullptr, nullptr, nullptr, nullptr};
     else
         g_host = *host;
 }

@@ -46,6 +46,10 @@ struct TalvoFloatHost {
     ALGEB (*to_float)(ALGEB x);
     // Evaluate the host function of that name at x, as a float object.
     ALGEB (*evalf1)(const char *name, ALGEB x);
+    // The collector had no memory for a request of `bytes`, even after a full
+    // collection: raise the host's error (must not return).  Without it the
+    // float library throws std::bad_alloc.
+    void (*out_of_memory)(size_t bytes);
 };
 
 TALVO_FLOAT_API void talvo_float_bind_host(const TalvoFloatHost *host);

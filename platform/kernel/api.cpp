@@ -15,11 +15,15 @@
 #include "talvo_float.hpp"
 
 #include <dlfcn.h>
+#include <elf.h>
 #include <link.h>
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 #include <exception>
+#include <fstream>
 #include <new>
 #include <string>
 #include <unordered_set>
@@ -363,6 +367,10 @@ void *k_TrapError(TKernelVector, TalvoTrapFunction fn, void *data, T_BOOL *flag)
             *flag = 0;
         return r;
     } catch (HostError &e) {
+        // Running out of memory is the host's condition, not the trapped
+        // evaluation's failure: it goes on to the statement that caused it.
+        if (e.memory)
+            throw;
         remember_error(e);
         if (flag != nullptr)
             *flag = 1;
@@ -568,7 +576,112 @@ void *own_symbol(const Library &lib, const char *name)
 
 bool g_initialized = false;
 
+// The entry names a loaded library exports, read from the dynamic symbol
+// table of its ELF file (only to suggest a name when a call misses).
+void read_exported_entries(const std::string &path, std::vector<std::string> *out)
+{
+    std::ifstream in(path, std::ios::binary);
+    if (!in)
+        return;
+    std::vector<char> file((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    auto fits = [&](uint64_t offset, uint64_t size) { return offset <= file.size() && size <= file.size() - offset; };
+    if (!fits(0, sizeof(ElfW(Ehdr))))
+        return;
+    ElfW(Ehdr) eh;
+    std::memcpy(&eh, file.data(), sizeof eh);
+    if (std::memcmp(eh.e_ident, ELFMAG, SELFMAG) != 0 || eh.e_ident[EI_CLASS] != (sizeof(void *) == 8 ? ELFCLASS64 : ELFCLASS32) ||
+        eh.e_shentsize != sizeof(ElfW(Shdr)) || !fits(eh.e_shoff, uint64_t(eh.e_shnum) * sizeof(ElfW(Shdr))))
+        return;
+    std::vector<ElfW(Shdr)> sections(eh.e_shnum);
+    std::memcpy(sections.data(), file.data() + eh.e_shoff, sections.size() * sizeof(ElfW(Shdr)));
+    for (const ElfW(Shdr) &sh : sections) {
+        if (sh.sh_type != SHT_DYNSYM || sh.sh_link >= sections.size() || sh.sh_entsize != sizeof(ElfW(Sym)) ||
+            !fits(sh.sh_offset, sh.sh_size))
+            continue;
+        const ElfW(Shdr) &strings = sections[sh.sh_link];
+        if (!fits(strings.sh_offset, strings.sh_size))
+            continue;
+        for (uint64_t k = 0; k < sh.sh_size / sizeof(ElfW(Sym)); ++k) {
+            ElfW(Sym) sym;
+            std::memcpy(&sym, file.data() + sh.sh_offset + k * sizeof(ElfW(Sym)), sizeof sym);
+            if (sym.st_shndx == SHN_UNDEF || sym.st_name >= strings.sh_size ||
+                ELF64_ST_TYPE(sym.st_info) != STT_FUNC)
+                continue;
+            const char *name = file.data() + strings.sh_offset + sym.st_name;
+            size_t room = strings.sh_size - sym.st_name;
+            std::string n(name, strnlen(name, room));
+            if (entry_name(n))
+                out->push_back(std::move(n));
+        }
+    }
+}
+
+// Edit distance with adjacent transpositions (the optimal string alignment
+// form of the Damerau-Levenshtein distance), case-sensitive.
+size_t edit_distance(std::string_view a, std::string_view b)
+{
+    std::vector<size_t> before(b.size() + 1), previous(b.size() + 1), current(b.size() + 1);
+    for (size_t j = 0; j <= b.size(); ++j)
+        previous[j] = j;
+    for (size_t i = 1; i <= a.size(); ++i) {
+        current[0] = i;
+        for (size_t j = 1; j <= b.size(); ++j) {
+            size_t cost = a[i - 1] == b[j - 1] ? 0 : 1;
+            current[j] = std::min({previous[j] + 1, current[j - 1] + 1, previous[j - 1] + cost});
+            if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1])
+                current[j] = std::min(current[j], before[j - 2] + 1);
+        }
+        before.swap(previous);
+        previous.swap(current);
+    }
+    return previous[b.size()];
+}
+
 } // namespace
+
+std::vector<std::string> nearest_entries(std::string_view name, size_t most)
+{
+    std::vector<std::string> names;
+    for (const Library &l : libraries())
+        read_exported_entries(l.path, &names);
+    std::sort(names.begin(), names.end());
+    names.erase(std::unique(names.begin(), names.end()), names.end());
+    // Close enough to be a slip of the keyboard: a few edits, more for long names.
+    const size_t limit = std::max<size_t>(3, name.size() / 5);
+    std::vector<std::pair<size_t, std::string>> near;
+    for (std::string &n : names) {
+        size_t d = edit_distance(name, n);
+        if (d <= limit)
+            near.emplace_back(d, std::move(n));
+    }
+    std::stable_sort(near.begin(), near.end(), [](const auto &x, const auto &y) { return x.first < y.first; });
+    // Only the closest and those one edit further: a name four edits away is
+    // noise beside one a single slip away.
+    std::vector<std::string> out;
+    for (size_t i = 0; i < near.size() && i < most && near[i].first <= near[0].first + 1; ++i)
+        out.push_back(std::move(near[i].second));
+    return out;
+}
+
+void raise_missing_entry(ALGEB name)
+{
+    std::string n(name_text(name));
+    std::string message = n + " is not an entry of the loaded library";
+    std::vector<std::string> near = nearest_entries(n, 3);
+    for (size_t i = 0; i < near.size(); ++i)
+        message += (i == 0 ? "; did you mean " : i + 1 == near.size() ? " or " : ", ") + near[i];
+    if (!near.empty())
+        message += "?";
+    raise_plain(message);
+}
+
+bool is_missing_entry(ALGEB name)
+{
+    if (libraries().empty())
+        return false;
+    std::string n(name_text(name));
+    return entry_name(n) && resolve_external(name) == nullptr;
+}
 
 TKernelVector kernel_vector() { return &kKernel; }
 

@@ -4,6 +4,8 @@
 #include "object.hpp"
 
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace talvo {
 
@@ -26,5 +28,14 @@ ALGEB resolve_external(ALGEB name);
 // raised inside the entry unwind through it (its destructors run) and come out
 // naming the entry.
 ALGEB call_external(ALGEB entry, ALGEB args);
+
+// True for a "STATS_" or "sw_" name that no loaded library exports (never
+// true while no library is loaded).
+bool is_missing_entry(ALGEB name);
+// The exported entry names nearest to `name` by edit distance, closest first,
+// at most `most` of them and only those a few edits away.
+std::vector<std::string> nearest_entries(std::string_view name, size_t most);
+// Raise "NAME is not an entry of the loaded library; did you mean ...?".
+[[noreturn]] void raise_missing_entry(ALGEB name);
 
 } // namespace talvo

@@ -264,6 +264,24 @@ ALGEB b_randomize(ALGEB args)
     return make_integer(intptr_t(s));
 }
 
+// memoryceiling() is the memory ceiling in bytes; memoryceiling(n) sets it
+// to n bytes (an integer, or a string such as "200M" or "1.5G") and returns
+// the previous value.
+ALGEB b_memoryceiling(ALGEB args)
+{
+    expect_count(args, 0, 1, "memoryceiling");
+    if (count_of(args) == 0)
+        return make_integer(intptr_t(memory_ceiling()));
+    ALGEB a = arg(args, 1);
+    size_t bytes = 0;
+    int64_t v;
+    if (integer_to_int64(a, &v) && v > 0)
+        bytes = size_t(v);
+    else if (!is_string(a) || !parse_memory_size(string_text(a), &bytes))
+        raise("memoryceiling expects a positive integer number of bytes or a size such as \"200M\", got %1", a);
+    return make_integer(intptr_t(set_memory_ceiling(bytes)));
+}
+
 ALGEB b_rand(ALGEB args)
 {
     expect_count(args, 0, 0, "rand");
@@ -574,6 +592,7 @@ void define_builtins()
     define_builtin("mul", b_mul, BUILTIN_HOLD);
     define_builtin("randomize", b_randomize);
     define_builtin("rand", b_rand);
+    define_builtin("memoryceiling", b_memoryceiling);
     define_builtin("print", b_print);
     define_builtin("error", b_error, BUILTIN_TRANSPARENT);
     define_builtin("type", b_type);

@@ -16,8 +16,9 @@
 namespace talvo {
 
 struct HostError {
-    std::string message; // formatted
-    std::string where;   // procedure or entry name; empty at top level
+    std::string message;   // formatted
+    std::string where;     // procedure or entry name; empty at top level
+    bool memory = false;   // an allocation refused at the memory ceiling
 };
 
 // The error as a caught error's text shows it: "(in NAME) message", or the

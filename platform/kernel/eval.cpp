@@ -531,9 +531,10 @@ ALGEB eval_call(ALGEB e)
         callee_name = head;
         f = eval_name(head);
         if (f == head) {
-            if (ALGEB ext = resolve_external(head)) {
+            if (ALGEB ext = resolve_external(head))
                 f = ext;
-            }
+            else if (is_missing_entry(head))
+                raise_missing_entry(head); // a misspelt entry name, not a free function
         }
     } else {
         f = eval(head);
@@ -786,6 +787,8 @@ void exec(ALGEB s, Exec &x)
             exec(op(s, 1), x);
         } catch (HostError &e) {
             remember_error(e);
+            if (e.memory)
+                gc_statement_start(); // the failed work is garbage now
             x = Exec{};
             exec(op(s, 2), x);
         }
@@ -906,7 +909,7 @@ void init_evaluator()
     talvo_float_set_digits(10);
     // Floats take memory from the float library's own batch cache on the same
     // collector (no per-object zero fill), which keeps float arithmetic cheap.
-    static const TalvoFloatHost host = {nullptr, host_to_float, evalf_function};
+    static const TalvoFloatHost host = {nullptr, host_to_float, evalf_function, refuse_allocation};
     talvo_float_bind_host(&host);
 }
 

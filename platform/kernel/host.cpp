@@ -66,6 +66,7 @@ bool run_text(std::string_view text, RunMode mode)
             return false; // the rest of the text cannot be read reliably
         }
         try {
+            gc_statement_start();
             ALGEB value = eval(st.stmt);
             if (st.print) {
                 std::string s = shown(st.stmt, value);

@@ -11,14 +11,31 @@
 #include <cstdint>
 #include <new>
 
+// The host's allocation within its memory ceiling (gc.cpp), which raises a
+// host error naming the size when the ceiling is reached (an exception like
+// any other to the containers that call operator new).  Programs linked
+// without the host (the float and numerics tests) fall back to the collector
+// directly.
+extern "C" void *talvo_gc_alloc_uncollectable(std::size_t bytes) __attribute__((weak));
+extern "C" void *talvo_gc_alloc_uncollectable_nothrow(std::size_t bytes) noexcept __attribute__((weak));
+
 namespace {
 
 void *allocate(std::size_t n)
 {
+    if (talvo_gc_alloc_uncollectable != nullptr)
+        return talvo_gc_alloc_uncollectable(n);
     void *p = GC_MALLOC_UNCOLLECTABLE(n == 0 ? 1 : n);
     if (p == nullptr)
         throw std::bad_alloc();
     return p;
+}
+
+void *allocate_nothrow(std::size_t n) noexcept
+{
+    if (talvo_gc_alloc_uncollectable_nothrow != nullptr)
+        return talvo_gc_alloc_uncollectable_nothrow(n);
+    return GC_MALLOC_UNCOLLECTABLE(n == 0 ? 1 : n);
 }
 
 // Aligned forms keep the start of the block just before the aligned pointer.
@@ -48,14 +65,8 @@ void release_aligned(void *p, std::align_val_t al)
 
 void *operator new(std::size_t n) { return allocate(n); }
 void *operator new[](std::size_t n) { return allocate(n); }
-void *operator new(std::size_t n, const std::nothrow_t &) noexcept
-{
-    return GC_MALLOC_UNCOLLECTABLE(n == 0 ? 1 : n);
-}
-void *operator new[](std::size_t n, const std::nothrow_t &) noexcept
-{
-    return GC_MALLOC_UNCOLLECTABLE(n == 0 ? 1 : n);
-}
+void *operator new(std::size_t n, const std::nothrow_t &) noexcept { return allocate_nothrow(n); }
+void *operator new[](std::size_t n, const std::nothrow_t &) noexcept { return allocate_nothrow(n); }
 void operator delete(void *p) noexcept { GC_FREE(p); }
 void operator delete[](void *p) noexcept { GC_FREE(p); }
 void operator delete(void *p, std::size_t) noexcept { GC_FREE(p); }

@@ -235,6 +235,29 @@ size_t gc_protected_count(); // number of values with a non-zero count
 void gc_init();
 void gc_collect();
 
+// The memory ceiling: the most the collected heap (host objects, floats and
+// every C++ heap object, all from the collector) may grow to.  A request that
+// would take the heap past it, after a full collection, raises a host error
+// naming the size asked for; the heap is then still usable.
+size_t memory_ceiling();
+// Set the ceiling (at least kMinMemoryCeiling, else a host error); returns
+// the previous value.
+size_t set_memory_ceiling(size_t bytes);
+constexpr size_t kMinMemoryCeiling = size_t(32) << 20;
+// Three quarters of the physical memory, or of the control group's memory
+// limit when that is smaller.
+size_t default_memory_ceiling();
+// "1073741824", "200M", "1.5G", "512k" (powers of 1024), as bytes; false for
+// anything else or for a size that overflows.
+bool parse_memory_size(std::string_view text, size_t *bytes);
+// A size for people: "200 MiB", "7.5 GiB", "512 bytes".
+std::string memory_size_text(size_t bytes);
+// Raise the ceiling error for a request of `bytes`.
+[[noreturn]] void refuse_allocation(size_t bytes);
+// Before each top-level statement: take back the room that a refused
+// allocation gave up for its error to be built, unwound and printed.
+void gc_statement_start();
+
 // ---------------------------------------------------------------------------
 // Constructors of common values (object.cpp)
 // ---------------------------------------------------------------------------

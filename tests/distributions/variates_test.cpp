@@ -256,25 +256,99 @@ TEST(Gamma, RejectionDrawsAgainUntilAccepted)
     EXPECT_TRUE(s.exhausted());
 }
 
+// Shapes in (-2/3, 0] finish: the boost for small shapes is followed up
+// through a + 1, a + 2, ... and Setup's d = (a + 1) - 1/3 stays positive.
+TEST(Gamma, ShapeZeroIsZero)
+{
+    BuildTables();
+    // Shape 0: Main(1) is one exponential, then u^(1/0) = u^infinity = 0.
+    {
+        ReplayStream s;
+        s.ints({Fast(700)}).uniforms({"0.6"});
+        TalvoFloat g = STATS_GammaRandomVariate_MP(kv(), F("2"), F("0"));
+        EXPECT_TRUE(g == TalvoFloat(0.0)) << g.to_double();
+        EXPECT_TRUE(s.exhausted());
+    }
+    // Chi-square of 0 degrees (shape 0), beta with a 0 shape: X = 0.  The
+    // exponential draw carries its generator's sign, so the zero may be -0.
+    for (std::string r : {result(STATS_TalvoGammaRandomVariate_MP, "1, 0"),
+                          result(STATS_TalvoChiSquareRandomVariate_MP, "0"),
+                          result(STATS_TalvoBetaRandomVariate_MP, "0, 2")})
+        EXPECT_TRUE(r == "0." || r == "-0.") << r;
+}
+
+TEST(Gamma, ShapeMinusAHalfRecursesTwice)
+{
+    BuildTables();
+    // Shape -0.5: Setup gives d = 0.5 - 1/3 and c = 1 / sqrt(9 d); Main(-0.5)
+    // calls Main(0.5), which calls Main(1.5): one normal, squeeze accepted,
+    // scale d v; then u1^(1/0.5) for the inner level and u2^(1/-0.5) for the
+    // outer one, in that order.
+    TalvoFloat d, c;
+    STATS_GammaRandomVariateSetup_MP(kv(), F("3"), F("-0.5"), d, c);
+    EXPECT_TRUE(d == F("0.5") - TalvoFloat(0.3333333333333333));
+    ReplayStream s;
+    s.ints({Fast(2000)}).uniforms({"0.25", "0.6", "0.8"});
+    TalvoFloat x = NormalOf(Fast(2000));
+    TalvoFloat v = pow(TalvoFloat(1.0) + c * x, 3.0);
+    TalvoFloat inner = F("3") * (d * v) * pow(F("0.6"), TalvoFloat(1.0) / F("0.5"));
+    TalvoFloat expected = inner * pow(F("0.8"), TalvoFloat(1.0) / F("-0.5"));
+    EXPECT_TRUE(STATS_GammaRandomVariate_MP(kv(), F("3"), F("-0.5")) == expected);
+    EXPECT_TRUE(s.exhausted());
+}
+
+TEST(Gamma, ShapeMinusPointSixStillFinishes)
+{
+    BuildTables();
+    // d = 0.4 - 1/3 > 0: the rejection loop of Main(1.4) accepts in time.
+    TalvoFloat d, c;
+    STATS_GammaRandomVariateSetup_MP(kv(), F("1"), F("-0.6"), d, c);
+    ASSERT_TRUE(d > TalvoFloat(0.0));
+    eval("randomize(5)");
+    for (int i = 0; i < 200; ++i) {
+        TalvoFloat g = STATS_GammaRandomVariate_MP(kv(), F("1"), F("-0.6"));
+        EXPECT_TRUE(g >= TalvoFloat(0.0)) << g.to_double();
+    }
+    EXPECT_EQ(result(STATS_TalvoGammaRandomSample_MP, "2, 1, -0.6").substr(0, 9), "Array(1..");
+    // A whole negative shape climbs to exactly 1 and draws one exponential;
+    // no rejection loop, so Setup's negative d does not matter.
+    ReplayStream s;
+    s.ints({Fast(700)}).uniforms({"0.5", "0.5", "0.5"});
+    EXPECT_TRUE(STATS_GammaRandomVariate_MP(kv(), F("1"), F("-2")) == TalvoFloat(0.0));
+    EXPECT_TRUE(s.exhausted());
+}
+
 TEST(Gamma, ShapesThatWouldNeverFinishAreRefused)
 {
     ReplayStream s; // nothing may be drawn
-    EXPECT_EQ(result(STATS_TalvoGammaRandomVariate_MP, "1, 0"),
-              "Error: the shape of a gamma variate must be positive, received: 0.");
+    // At or below -2/3 (not whole), d <= 0 leaves c undefined: every normal
+    // is rejected.
+    EXPECT_EQ(result(STATS_TalvoGammaRandomVariate_MP, "1, -0.7"),
+              "Error: a gamma variate of shape -0.7 would reject every draw for ever");
     EXPECT_EQ(result(STATS_TalvoGammaRandomVariate_MP, "1, -2.5"),
-              "Error: the shape of a gamma variate must be positive, received: -2.5");
+              "Error: a gamma variate of shape -2.5 would reject every draw for ever");
     EXPECT_EQ(result(STATS_TalvoGammaRandomVariate_MP, "1, undefined"),
-              "Error: the shape of a gamma variate must be positive, received: Float(undefined)");
-    EXPECT_EQ(result(STATS_TalvoGammaRandomSample_MP, "5, 1, -1"),
-              "Error: the shape of a gamma variate must be positive, received: -1.");
-    EXPECT_EQ(result(STATS_TalvoBetaRandomVariate_MP, "0, 2"),
-              "Error: the shape of a gamma variate must be positive, received: 0.");
-    EXPECT_EQ(result(STATS_TalvoChiSquareRandomVariate_MP, "0"),
-              "Error: the degrees of freedom of a chi-square variate must be positive, received: 0.");
-    EXPECT_EQ(result(STATS_TalvoChiSquareRandomSample_MP, "3, -4"),
-              "Error: the degrees of freedom of a chi-square variate must be positive, received: -4.");
-    EXPECT_EQ(result(STATS_TalvoNonCentralStudentTRandomVariate_MP, "0, 1"),
-              "Error: the degrees of freedom of a chi-square variate must be positive, received: 0.");
+              "Error: a gamma variate of shape Float(undefined) would reject every draw for ever");
+    // -infinity + 1 is -infinity: the boost would call itself for ever; so
+    // would a shape so large that adding 1 is lost at the precision, and a
+    // chain of more than 100000 calls is refused as well.
+    EXPECT_EQ(result(STATS_TalvoGammaRandomVariate_MP, "1, -infinity"),
+              "Error: a gamma variate of shape Float(-infinity) would recurse through more than 100000 shapes");
+    EXPECT_EQ(result(STATS_TalvoGammaRandomSample_MP, "5, 1, -1e30"),
+              "Error: a gamma variate of shape -1.e+30 would recurse through more than 100000 shapes");
+    EXPECT_EQ(result(STATS_TalvoGammaRandomVariate_MP, "1, -100001"),
+              "Error: a gamma variate of shape -100001. would recurse through more than 100000 shapes");
+    EXPECT_EQ(result(STATS_TalvoBetaRandomVariate_MP, "-1.5, 2"),
+              "Error: a gamma variate of shape -1.5 would reject every draw for ever");
+    EXPECT_EQ(result(STATS_TalvoChiSquareRandomVariate_MP, "-1.5"),
+              "Error: a chi-square variate of -1.5 degrees of freedom would reject every draw for ever");
+    EXPECT_EQ(result(STATS_TalvoChiSquareRandomSample_MP, "3, -5"),
+              "Error: a chi-square variate of -5. degrees of freedom would reject every draw for ever");
+    EXPECT_EQ(result(STATS_TalvoNonCentralStudentTRandomVariate_MP, "-3, 1"),
+              "Error: a chi-square variate of -3. degrees of freedom would reject every draw for ever");
+    EXPECT_EQ(result(STATS_TalvoChiSquareRandomVariate_MP, "-infinity"),
+              "Error: a chi-square variate of Float(-infinity) degrees of freedom would recurse through more than "
+              "100000 shapes");
     EXPECT_EQ(result(STATS_TalvoNonCentralChiSquareRandomVariate_MP, "infinity, 1, true"),
               "Error: the sum of squares of a non-central chi-square variate takes at most 2147483647 terms, "
               "received: Float(infinity)");
@@ -287,11 +361,14 @@ TEST(Gamma, ShapesThatWouldNeverFinishAreRefused)
 TEST(Gamma, RefusedShapesAfterOtherDraws)
 {
     // The F ratio draws its numerator first; the error distribution draws its
-    // sign uniform before the gamma variate.
-    EXPECT_EQ(result(STATS_TalvoFRatioRandomVariate_MP, "3, -1"),
-              "Error: the degrees of freedom of a chi-square variate must be positive, received: -1.");
+    // sign uniform before the gamma variate (shape c / 2).
+    EXPECT_EQ(result(STATS_TalvoFRatioRandomVariate_MP, "3, -3"),
+              "Error: a chi-square variate of -3. degrees of freedom would reject every draw for ever");
     EXPECT_EQ(result(STATS_TalvoErrorRandomVariate_MP, "0, 1, -3"),
-              "Error: the shape of a gamma variate must be positive, received: -1.5");
+              "Error: a gamma variate of shape -1.5 would reject every draw for ever");
+    // The error distribution with shape 0: G = gamma of shape 0 = 0, and
+    // x = (b 2^0) 0^0 = b.
+    EXPECT_EQ(result(STATS_TalvoErrorRandomVariate_MP, "0, 3, 0"), "3.");
 }
 
 TEST(Beta, BothSetupsComeBeforeTheDrawsAndXIsDrawnFirst)

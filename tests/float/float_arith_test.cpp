@@ -642,7 +642,7 @@ struct HostScope {
 
 TEST(FloatHost, BoundHostSuppliesMemoryConversionAndFunctions)
 {
-    TalvoFloatHost host = {counting_alloc, immediate_to_float, evaluate_by_name};
+    TalvoFloatHost host = {counting_alloc, immediate_to_float, evaluate_by_name, nullptr};
     g_allocs = g_conversions = g_evaluations = 0;
     {
         HostScope bound(host);

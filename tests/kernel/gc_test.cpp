@@ -6,6 +6,9 @@
 
 #include <gc.h>
 
+#include <algorithm>
+#include <vector>
+
 using namespace talvo;
 using talvo::test::run;
 
@@ -73,4 +76,94 @@ TEST(Gc, TenMillionTemporaryFloatsRunInBoundedMemory)
     EXPECT_EQ(acc.to_double(), 2500000.0);
     EXPECT_LT(GC_get_heap_size(), after_warmup + (64u << 20));
     EXPECT_EQ(print(acc.handle()), "2500000.");
+}
+
+namespace {
+
+// Sets the memory ceiling for one test and puts the previous one back; the
+// test starts as a statement does, with the room for an error's way out.
+struct CeilingScope {
+    explicit CeilingScope(size_t bytes) : previous(set_memory_ceiling(bytes)) { gc_statement_start(); }
+    ~CeilingScope() { set_memory_ceiling(previous); }
+    size_t previous;
+};
+
+} // namespace
+
+TEST(MemoryCeiling, SizesReadAndShown)
+{
+    size_t b = 0;
+    EXPECT_TRUE(parse_memory_size("200M", &b));
+    EXPECT_EQ(b, size_t(200) << 20);
+    EXPECT_TRUE(parse_memory_size("1.5G", &b));
+    EXPECT_EQ(b, size_t(3) << 29);
+    EXPECT_TRUE(parse_memory_size("512k", &b));
+    EXPECT_EQ(b, size_t(512) << 10);
+    EXPECT_TRUE(parse_memory_size("123456", &b));
+    EXPECT_EQ(b, size_t(123456));
+    for (const char *bad : {"", "lots", "-5", "M", "12X", "1e30G"})
+        EXPECT_FALSE(parse_memory_size(bad, &b)) << bad;
+    EXPECT_EQ(memory_size_text(200u << 20), "200 MiB");
+    EXPECT_EQ(memory_size_text(size_t(3) << 29), "1.5 GiB");
+    EXPECT_EQ(memory_size_text(100), "100 bytes");
+    EXPECT_GE(default_memory_ceiling(), kMinMemoryCeiling);
+    EXPECT_THROW(set_memory_ceiling(1000), HostError);
+}
+
+TEST(MemoryCeiling, AHugeBlockIsRefusedUpFrontAndContainersSurvive)
+{
+    CeilingScope ceiling(size_t(64) << 20);
+    try {
+        (void)gc_alloc_atomic(size_t(8000000000));
+        ADD_FAILURE() << "8 GB allocated under a 64 MiB ceiling";
+    } catch (HostError &e) {
+        EXPECT_TRUE(e.memory);
+        EXPECT_EQ(e.message, "cannot allocate 8000000000 bytes: that would take the heap past its memory ceiling of "
+                             "64 MiB (raise it with memoryceiling or talvo --memory-ceiling)");
+    }
+    // operator new raises the same host error; the container is unchanged.
+    std::vector<int> v{1, 2, 3};
+    EXPECT_THROW(v.reserve(size_t(1) << 33), HostError);
+    EXPECT_EQ(v.size(), 3u);
+    EXPECT_EQ(v[2], 3);
+}
+
+TEST(MemoryCeiling, SmallObjectsAddingUpAreRefusedAndTheHeapIsUsableAfterwards)
+{
+    CeilingScope ceiling(size_t(64) << 20);
+    std::vector<void *> kept;
+    kept.reserve(size_t(1) << 20);
+    bool refused = false;
+    try {
+        for (size_t i = 0; i < (size_t(1) << 20); ++i)
+            kept.push_back(gc_alloc_atomic(1000)); // up to 1 GB in all
+    } catch (HostError &e) {
+        refused = true;
+        EXPECT_TRUE(e.memory);
+        EXPECT_EQ(e.message.rfind("cannot allocate 1000 bytes: that would take the heap past", 0), 0u) << e.message;
+    }
+    EXPECT_TRUE(refused);
+    EXPECT_LT(kept.size() * 1000, size_t(64) << 20);
+    // Drop the pointers (clearing alone leaves them in the buffer, which the
+    // collector scans): the memory held above is garbage now, and 32 MB of
+    // the same objects fit again.
+    std::fill(kept.begin(), kept.end(), nullptr);
+    kept.clear();
+    try {
+        for (int i = 0; i < 32000; ++i)
+            kept.push_back(gc_alloc_atomic(1000));
+    } catch (HostError &e) {
+        ADD_FAILURE() << e.message << " after " << kept.size() << " objects";
+    }
+    std::fill(kept.begin(), kept.end(), nullptr);
+}
+
+TEST(MemoryCeiling, ThePromptGoesOnAfterARefusal)
+{
+    CeilingScope ceiling(size_t(64) << 20);
+    EXPECT_FALSE(run_text("Array(1..10^9); memtestvalue := 2 + 3;", RunMode::Prompt));
+    EXPECT_EQ(print(run("memtestvalue;")), "5");
+    EXPECT_FALSE(run_text("seq(1.5*i, i = 1..10^9); memtestvalue := 7;", RunMode::Prompt));
+    EXPECT_EQ(print(run("memtestvalue;")), "7");
+    run("unassign('memtestvalue');");
 }
