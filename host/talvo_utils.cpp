@@ -8,7 +8,7 @@ ALGEB STATS_TalvoUtils_MP::gTalvoEvalfProc = nullptr;
 
 namespace {
 
-const char *const kNotNumeric = "unable to evaluate %1 to floating-point";
+using stats::kNotNumeric;
 
 // The host expression sequence of the floats args[1..n].
 ALGEB ArgumentSequence(TKernelVector kv, const STATS_TalvoUtils_MP::TalvoCallbackArgs *a)

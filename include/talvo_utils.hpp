@@ -7,6 +7,11 @@
 
 #include "stats_api.h"
 
+namespace stats {
+// The message of a value that has no real float value.
+inline constexpr const char *kNotNumeric = "unable to evaluate %1 to floating-point";
+} // namespace stats
+
 class STATS_API STATS_TalvoUtils_MP {
 public:
     // What EvalfTalvoProc receives: the procedure, a word the evaluator does
