@@ -59,7 +59,7 @@ TalvoFloat STATS_NormalDeviate_MP(TKernelVector kv, TalvoFloat p, TalvoFloat mu,
     stats::NagCall c;
     TalvoFloat z = TalvoMP_g01fac(STATS_ToNag_TailProbability_MP(STATS_LOWER_TAIL_MP), p, &c.fail);
     c.Check(kv);
-    int digits = TalvoDigits();
+    int digits = STATS_GetTalvoDigits_MP();
     if (digits > 14) {
         // Newton's method on Phi(z) - p.  The density's constant 1/sqrt(2 Pi)
         // is a double: each step then gains about 16 digits rather than

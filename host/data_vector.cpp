@@ -7,7 +7,7 @@
 
 namespace {
 
-const char *const kNotNumeric = "unable to evaluate %1 to floating-point";
+using stats::kNotNumeric;
 
 // Settings of a new one-dimensional array of software floats with
 // rectangular storage, from the host's defaults.

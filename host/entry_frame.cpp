@@ -90,6 +90,11 @@ void Raise(TKernelVector kv, const std::string &message, ALGEB arg)
 
 } // namespace
 
+std::string Ordinal(int i)
+{
+    return i >= 0 && i < int(std::size(kOrdinals)) ? kOrdinals[i] : std::to_string(i) + "th";
+}
+
 std::string ShortEntryName(const char *entry)
 {
     std::string_view n(entry);
@@ -130,8 +135,8 @@ ALGEB EntryFrame::procedure(int i) const
 {
     ALGEB a = arg(i);
     if (!IsTalvoProcedure(m_kv, a)) {
-        std::string place = i >= 0 && i < int(std::size(kOrdinals)) ? kOrdinals[i] : std::to_string(i) + "th";
-        Raise(m_kv, ProcedureMessageName(m_entry) + " expects a procedure as its " + place + " parameter, received: %1", a);
+        Raise(m_kv, ProcedureMessageName(m_entry) + " expects a procedure as its " + Ordinal(i) + " parameter, received: %1",
+              a);
     }
     return a;
 }

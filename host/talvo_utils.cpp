@@ -3,12 +3,14 @@
 // in the library's own words.
 #include "talvo_utils.hpp"
 
+#include <cmath>
+
 TKernelVector STATS_TalvoUtils_MP::gTKernelVector = nullptr;
 ALGEB STATS_TalvoUtils_MP::gTalvoEvalfProc = nullptr;
 
 namespace {
 
-const char *const kNotNumeric = "unable to evaluate %1 to floating-point";
+using stats::kNotNumeric;
 
 // The host expression sequence of the floats args[1..n].
 ALGEB ArgumentSequence(TKernelVector kv, const STATS_TalvoUtils_MP::TalvoCallbackArgs *a)
@@ -135,3 +137,19 @@ TalvoFloat RTableDataToDouble(TKernelVector kv, RTableData d, int datatype)
         return TalvoFloat(d.dag);
     }
 }
+
+namespace stats {
+
+TalvoFloat TenToMinusDigits(int digits) { return TalvoFloat(std::pow(10.0, -double(digits))); }
+
+TalvoFloat DigitsTolerance(TKernelVector) { return TenToMinusDigits(STATS_GetTalvoDigits_MP()); }
+
+int StatisticsIterations(TKernelVector kv)
+{
+    ALGEB name = ToTalvoName(kv, "_EnvStatisticsIterations", 1);
+    if (!IsTalvoAssignedName(kv, name))
+        return 100;
+    return TalvoToInteger32(kv, TalvoEval(kv, name));
+}
+
+} // namespace stats

@@ -41,6 +41,9 @@ struct ArgCount {
 STATS_API std::string ShortEntryName(const char *entry);
 // The message for a wrong argument count of this entry.
 STATS_API std::string CountMessage(const char *entry, ArgCount rule);
+// The ordinal word of a parameter position in messages: 4 -> "fourth";
+// past "tenth", "11th".
+std::string Ordinal(int i);
 
 class STATS_API EntryFrame {
 public:

@@ -1,10 +1,12 @@
 // nag_call.hpp -- what every distribution does around a numerics routine:
-// a fresh error record, the routine's failure raised as a host error, and
-// the tolerance and iteration limit of the iterative routines and searches.
+// a fresh error record and the routine's failure raised as a host error.
+// (The tolerance and iteration limit of the searches, stats::DigitsTolerance
+// and stats::StatisticsIterations, are the host's: talvo_utils.hpp.)
 #pragma once
 
 #include "stats_api.h"
 #include "talvo_mp.h"
+#include "talvo_utils.hpp"
 
 namespace stats {
 
@@ -15,14 +17,5 @@ struct STATS_API NagCall {
     NagError fail{};
     void Check(TKernelVector kv) const;
 };
-
-// The iteration limit of the searches and series: the host's
-// "_EnvStatisticsIterations" when it is assigned, else 100.  Read on every
-// call, so a script's assignment takes effect at once.
-STATS_API int StatisticsIterations(TKernelVector kv);
-
-// 10^-Digits for the host's current "Digits", the power taken in double
-// precision and then made a float.
-STATS_API TalvoFloat DigitsTolerance(TKernelVector kv);
 
 } // namespace stats

@@ -7,6 +7,11 @@
 
 #include "stats_api.h"
 
+namespace stats {
+// The message of a value that has no real float value.
+inline constexpr const char *kNotNumeric = "unable to evaluate %1 to floating-point";
+} // namespace stats
+
 class STATS_API STATS_TalvoUtils_MP {
 public:
     // What EvalfTalvoProc receives: the procedure, a word the evaluator does
@@ -54,7 +59,7 @@ STATS_API ALGEB STATS_DoubleToTalvoFloat_MP(TKernelVector kv, TalvoFloat x);
 // A host numeric value as a float (the float class's conversion; it raises
 // the host's error for anything else).
 STATS_API TalvoFloat STATS_TalvoFloatToDouble_MP(TKernelVector kv, ALGEB x);
-// The host's current "Digits".
+// The host's current "Digits": the one place the library reads it.
 STATS_API int STATS_GetTalvoDigits_MP();
 // Truncation toward zero.
 STATS_API long STATS_DoubleToInteger_MP(TalvoFloat x);
@@ -64,3 +69,17 @@ STATS_API TalvoFloat STATS_FloatUndefined_MP(TKernelVector kv);
 // single, 6 a double, anything else a host value that must be numeric
 // ("expected talvo float, received %1").
 STATS_API TalvoFloat RTableDataToDouble(TKernelVector kv, RTableData d, int datatype);
+
+namespace stats {
+
+// 10^-digits, the power taken in double precision (as the host's own
+// tolerances are) and then made a float.
+STATS_API TalvoFloat TenToMinusDigits(int digits);
+// 10^-Digits for the host's current "Digits".
+STATS_API TalvoFloat DigitsTolerance(TKernelVector kv);
+// The iteration limit of the searches and series: the host's
+// "_EnvStatisticsIterations" when it is assigned, else 100.  Read on every
+// call, so a script's assignment takes effect at once.
+STATS_API int StatisticsIterations(TKernelVector kv);
+
+} // namespace stats

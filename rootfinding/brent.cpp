@@ -7,15 +7,16 @@
 
 #include "entry_frame.hpp"
 #include "entry_precision.hpp"
+#include "secant_march.hpp"
 #include "stats_entries.h"
 
 namespace {
 
 bool SameStrictSign(const TalvoFloat &a, const TalvoFloat &b) { return (a > 0L && b > 0L) || (a < 0L && b < 0L); }
 
-const char *const kNotNondecreasing = "specified function is not a nondecreasing function.";
+using namespace stats::rootfinding;
+
 const char *const kHybridNoConvergence = "BrentMethodHybrid was not able to converge on the specified root.";
-const char *const kOutsideBounds = "the specified approximation point must be between function bounds.";
 
 } // namespace
 
@@ -84,66 +85,42 @@ TalvoFloat STATS_BrentMethod_MP(TKernelVector kv, TalvoFloat y, STATS_TalvoCallb
     return TalvoFloat(0.0);
 }
 
-// The root lies right of xl, where f takes the value lowerBound < y.  Each
-// secant through the last two points is followed to where it reaches the
-// upper value bound, so the march overshoots y and brackets it.
+// The root lies right of leftBarrier, where f takes the value lowerBound < y;
+// the march heads for upperBound until f reaches y at its right point.
 TalvoFloat STATS_BrentMethodHybridLeft_MP(TKernelVector kv, TalvoFloat y, STATS_TalvoCallbackAdapter_MP &f,
                                           TalvoFloat lowerBound, TalvoFloat upperBound, TalvoFloat leftBarrier,
                                           TalvoFloat initialPoint, TalvoFloat tol, int maxIterations)
 {
     if (initialPoint <= leftBarrier)
-        TalvoRaiseError(kv, "the specified initial point must be greater than the left barrier.");
+        TalvoRaiseError(kv, kInitialLeft);
     if (y < lowerBound || y > upperBound)
         TalvoRaiseError(kv, kOutsideBounds);
-    TalvoFloat xl = leftBarrier, fl = lowerBound, x = initialPoint, fx = f.Call(x);
-    for (int round = 0; round < maxIterations; ++round) {
-        if (fx >= y)
-            return STATS_BrentMethod_MP(kv, y, f, xl, x, tol, maxIterations - round);
-        TalvoFloat s = (fx - fl) / (x - xl);
-        TalvoFloat c0 = fl - s * xl;
-        xl = x;
-        x = (upperBound - c0) / s;
-        if (x < xl)
-            TalvoRaiseError(kv, kNotNondecreasing);
-        fl = fx;
-        fx = f.Call(x);
-        if (fx < fl)
-            TalvoRaiseError(kv, kNotNondecreasing);
-        if (fx == fl)
-            TalvoRaiseError(kv, kHybridNoConvergence);
-    }
-    TalvoRaiseError(kv, kHybridNoConvergence);
-    return TalvoFloat(0.0);
+    return SecantMarch<ContinuousPoints>(
+        kv, f, March::Right, upperBound, leftBarrier, lowerBound, initialPoint, f.Call(initialPoint), maxIterations,
+        kHybridNoConvergence, [&](const TalvoFloat &, const TalvoFloat &fb) { return fb >= y; },
+        [&](const TalvoFloat &a, const TalvoFloat &b, int rounds) {
+            return STATS_BrentMethod_MP(kv, y, f, a, b, tol, rounds);
+        });
 }
 
-// The mirror image: the root lies left of xr, where f takes upperBound > y.
+// The mirror image: the root lies left of rightBarrier, where f takes
+// upperBound > y; the march heads for lowerBound until f at its left point
+// is at most y.
 TalvoFloat STATS_BrentMethodHybridRight_MP(TKernelVector kv, TalvoFloat y, STATS_TalvoCallbackAdapter_MP &f,
                                            TalvoFloat lowerBound, TalvoFloat upperBound, TalvoFloat initialPoint,
                                            TalvoFloat rightBarrier, TalvoFloat tol, int maxIterations)
 {
     if (initialPoint >= rightBarrier)
-        TalvoRaiseError(kv, "the specified initial point must be less than the right barrier.");
+        TalvoRaiseError(kv, kInitialRight);
     if (y < lowerBound || y > upperBound)
         TalvoRaiseError(kv, kOutsideBounds);
-    TalvoFloat x = initialPoint, fx = f.Call(x), xr = rightBarrier, fr = upperBound;
-    for (int round = 0; round < maxIterations; ++round) {
-        if (fx <= y)
-            return STATS_BrentMethod_MP(kv, y, f, x, xr, tol, maxIterations - round);
-        TalvoFloat s = (fr - fx) / (xr - x);
-        TalvoFloat c0 = fx - s * x;
-        xr = x;
-        x = (lowerBound - c0) / s;
-        if (xr < x)
-            TalvoRaiseError(kv, kNotNondecreasing);
-        fr = fx;
-        fx = f.Call(x);
-        if (fr < fx)
-            TalvoRaiseError(kv, kNotNondecreasing);
-        if (fr == fx)
-            TalvoRaiseError(kv, kHybridNoConvergence);
-    }
-    TalvoRaiseError(kv, kHybridNoConvergence);
-    return TalvoFloat(0.0);
+    TalvoFloat fx = f.Call(initialPoint);
+    return SecantMarch<ContinuousPoints>(
+        kv, f, March::Left, lowerBound, initialPoint, fx, rightBarrier, upperBound, maxIterations,
+        kHybridNoConvergence, [&](const TalvoFloat &fa, const TalvoFloat &) { return fa <= y; },
+        [&](const TalvoFloat &a, const TalvoFloat &b, int rounds) {
+            return STATS_BrentMethod_MP(kv, y, f, a, b, tol, rounds);
+        });
 }
 
 TalvoFloat STATS_BrentMethodHybridUnbound_MP(TKernelVector kv, TalvoFloat y, STATS_TalvoCallbackAdapter_MP &f,

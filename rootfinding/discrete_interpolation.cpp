@@ -4,23 +4,20 @@
 #include "rootfinding.hpp"
 
 #include "entry_frame.hpp"
+#include "secant_march.hpp"
 #include "stats_entries.h"
 
 #include <climits>
 
 namespace {
 
-// Positions are native integers, made floats (exactly, or rounded once when
-// wider than the precision) for each call of f.
-TalvoFloat AsFloat(long x) { return TalvoFloat(1.0) * x; }
-TalvoFloat At(STATS_TalvoCallbackAdapter_MP &f, long x) { return f.Call(AsFloat(x)); }
+using namespace stats::rootfinding;
 
-long Saturated(__int128 x) { return x > LONG_MAX ? LONG_MAX : x < LONG_MIN ? LONG_MIN : long(x); }
+TalvoFloat At(STATS_TalvoCallbackAdapter_MP &f, long x) { return f.Call(DiscretePoints::AsFloat(x)); }
+long Saturated(__int128 x) { return DiscretePoints::Saturated(x); }
 
 const char *const kIterationsExceeded = "maximum number of iterations exceeded in discrete root finding.";
-const char *const kNotNondecreasing = "specified function is not a nondecreasing function.";
 const char *const kHybridNoConvergence = "DiscreteInterpolationHybrid was not able to converge to the specified root.";
-const char *const kOutsideBounds = "the specified approximation point must be between function bounds.";
 
 } // namespace
 
@@ -55,40 +52,22 @@ long STATS_DiscreteInterpolation_MP(TKernelVector kv, TalvoFloat y, STATS_TalvoC
     return 0;
 }
 
-// The answer lies right of leftBarrier.  Each secant through the last two
-// points is followed to where it reaches upperBound and rounded down; a step
-// that rounds back onto the current point advances by one.
+// The answer lies right of leftBarrier.  The march heads for upperBound,
+// each secant's point rounded down (one step on when it rounds back onto the
+// current point), until f reaches y at its right point.
 long STATS_DiscreteInterpolationHybridLeft_MP(TKernelVector kv, TalvoFloat y, STATS_TalvoCallbackAdapter_MP &f,
                                               TalvoFloat lowerBound, TalvoFloat upperBound, long leftBarrier,
                                               long initialPoint, int maxIterations)
 {
     if (initialPoint <= leftBarrier)
-        TalvoRaiseError(kv, "the specified initial point must be greater than the left barrier.");
+        TalvoRaiseError(kv, kInitialLeft);
     if (y < lowerBound || y > upperBound)
         TalvoRaiseError(kv, kOutsideBounds);
-    long xl = leftBarrier, x = initialPoint;
-    TalvoFloat fl = At(f, xl), fx = At(f, x);
-    for (int round = 0; round < maxIterations; ++round) {
-        if (fx >= y)
-            return STATS_DiscreteInterpolation_MP(kv, y, f, xl, x, maxIterations - round);
-        TalvoFloat s = (fx - fl) / (AsFloat(x) - AsFloat(xl));
-        TalvoFloat c0 = fl - s * AsFloat(xl);
-        long xnew = FloatToInt(floor((upperBound - c0) / s));
-        if (xnew == x)
-            xnew = Saturated(__int128(x) + 1);
-        else if (xnew < x)
-            TalvoRaiseError(kv, kNotNondecreasing);
-        fl = fx;
-        fx = At(f, xnew);
-        if (fx < fl)
-            TalvoRaiseError(kv, kNotNondecreasing);
-        if (fx == fl)
-            TalvoRaiseError(kv, kHybridNoConvergence);
-        xl = x;
-        x = xnew;
-    }
-    TalvoRaiseError(kv, kHybridNoConvergence);
-    return 0;
+    TalvoFloat fl = At(f, leftBarrier), fx = At(f, initialPoint);
+    return SecantMarch<DiscretePoints>(
+        kv, f, March::Right, upperBound, leftBarrier, fl, initialPoint, fx, maxIterations, kHybridNoConvergence,
+        [&](const TalvoFloat &, const TalvoFloat &fb) { return fb >= y; },
+        [&](long a, long b, int rounds) { return STATS_DiscreteInterpolation_MP(kv, y, f, a, b, rounds); });
 }
 
 // The mirror image, aimed at lowerBound, with one difference kept on
@@ -100,32 +79,14 @@ long STATS_DiscreteInterpolationHybridRight_MP(TKernelVector kv, TalvoFloat y, S
                                                long rightBarrier, int maxIterations)
 {
     if (initialPoint >= rightBarrier)
-        TalvoRaiseError(kv, "the specified initial point must be less than the right barrier.");
+        TalvoRaiseError(kv, kInitialRight);
     if (y < lowerBound || y > upperBound)
         TalvoRaiseError(kv, kOutsideBounds);
-    long x = initialPoint, xr = rightBarrier;
-    TalvoFloat fx = At(f, x), fr = At(f, xr);
-    for (int round = 0; round < maxIterations; ++round) {
-        if (fr >= y)
-            return STATS_DiscreteInterpolation_MP(kv, y, f, x, xr, maxIterations - round);
-        TalvoFloat s = (fr - fx) / (AsFloat(xr) - AsFloat(x));
-        TalvoFloat c0 = fx - s * AsFloat(x);
-        long xnew = FloatToInt(floor((lowerBound - c0) / s));
-        if (xnew == x)
-            xnew = Saturated(__int128(x) - 1);
-        else if (xnew > x)
-            TalvoRaiseError(kv, kNotNondecreasing);
-        fr = fx;
-        fx = At(f, xnew);
-        if (fr < fx)
-            TalvoRaiseError(kv, kNotNondecreasing);
-        if (fr == fx)
-            TalvoRaiseError(kv, kHybridNoConvergence);
-        xr = x;
-        x = xnew;
-    }
-    TalvoRaiseError(kv, kHybridNoConvergence);
-    return 0;
+    TalvoFloat fx = At(f, initialPoint), fr = At(f, rightBarrier);
+    return SecantMarch<DiscretePoints>(
+        kv, f, March::Left, lowerBound, initialPoint, fx, rightBarrier, fr, maxIterations, kHybridNoConvergence,
+        [&](const TalvoFloat &, const TalvoFloat &fb) { return fb >= y; },
+        [&](long a, long b, int rounds) { return STATS_DiscreteInterpolation_MP(kv, y, f, a, b, rounds); });
 }
 
 // Given the larger point first, both ends are the second point: the search

@@ -3,15 +3,13 @@
 
 #include "talvo_utils.hpp"
 
-#include <cmath>
-
 namespace stats {
 
 RaisedDigits::RaisedDigits(TKernelVector kv, TalvoFloat k)
     : m_kv(kv), m_digitsName(ToTalvoName(kv, "Digits", 1)),
-      m_digits(TalvoToInteger32(kv, TalvoEval(kv, m_digitsName)))
+      m_digits(STATS_GetTalvoDigits_MP())
 {
-    m_tol = k * TalvoFloat(std::pow(10.0, -double(m_digits)));
+    m_tol = k * TenToMinusDigits(m_digits);
     TalvoAssign(kv, m_digitsName, ToTalvoInteger(kv, m_digits + 3));
 }
 

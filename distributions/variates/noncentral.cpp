@@ -168,11 +168,10 @@ STATS_ENTRY ALGEB STATS_TalvoNonCentralChiSquareRandomSample_MP(TKernelVector kv
         return stats::FillRandomSample(
             kv, n, [&] { return STATS_NonCentralChiSquareRandomVariate_MP(kv, nu, lambda, method); });
     }
-    static const char *const kPlaces[] = {"fourth", "fifth", "sixth"};
     for (int i = 4; i <= 6; ++i)
         if (!IsTalvoProcedure(kv, f.arg(i)))
             TalvoRaiseError1(kv,
-                             (std::string("procedure expected as ") + kPlaces[i - 4] +
+                             ("procedure expected as " + stats::Ordinal(i) +
                               " parameter to TalvoNonCentralChiSquareRandomSample, received: %1")
                                  .c_str(),
                              f.arg(i));
