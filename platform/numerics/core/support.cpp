@@ -45,6 +45,15 @@ bool accurate_to(arb_srcptr x, slong goal)
     return arb_rel_accuracy_bits(x) >= goal;
 }
 
+bool below_float_range(arb_srcptr x)
+{
+    if (!arb_is_finite(x))
+        return false;
+    Mag bound;
+    arb_get_mag(bound, x);
+    return mag_cmp_2exp_si(bound, mpfr_get_emin() - 1) < 0;
+}
+
 slong next_precision(slong wp, slong have, slong goal)
 {
     slong next;
