@@ -317,6 +317,11 @@ void Call::fail_status(Status s, Integer terms_needed, Integer max_iter)
         fail(NE_TOO_COSTLY, "the parameters are too large for this precision: the computation would need "
                             "more than 50000000 series terms.");
         return;
+    case Status::Unresolved:
+        fail(NE_ACCURACY, "the deviate could not be resolved to the requested accuracy: at these parameters it "
+                          "lies at or beyond the edge of the float range (a shape or degrees of freedom near 0 "
+                          "put it there), where no float represents it to that accuracy.");
+        return;
     case Status::Inaccurate:
         fail(NE_ACCURACY, "the requested accuracy could not be reached (cancellation beyond the working "
                           "precision limit).");

@@ -44,7 +44,8 @@ enum class Status {
     Ok,
     NoConvergence, // the caller's iteration limit was reached
     TooCostly,     // the series would need more terms than any call may use
-    Inaccurate     // the working precision reached its limit without the accuracy
+    Inaccurate,    // the working precision reached its limit without the accuracy
+    Unresolved     // a deviate's iteration did not settle (it lies at the edge of the float range)
 };
 
 // True when the ball is exact or its relative radius is below 2^-goal.
