@@ -4,6 +4,7 @@
 // 1 above b; the deviate is ceil(p (b - a + 1) + a - 1), and a at p = 0.
 // The arithmetic is done on floats, so bounds beyond 2^53 in magnitude are
 // rounded to doubles first.  a <= b is not checked.
+#include "correctly_rounded.hpp"
 #include "discrete_distributions.hpp"
 #include "entry_frame.hpp"
 #include "random_sample.hpp"
@@ -23,7 +24,7 @@ TalvoFloat STATS_DiscreteUniformProbability_MP(TKernelVector, TalvoFloat x, long
     if (k < fa)
         return TalvoFloat(0.0);
     if (k <= fb)
-        return (k - fa + TalvoFloat(1.0)) / (fb - fa + TalvoFloat(1.0));
+        return stats::CorrectlyRounded([&] { return (k - fa + TalvoFloat(1.0)) / (fb - fa + TalvoFloat(1.0)); });
     return TalvoFloat(1.0);
 }
 
@@ -32,7 +33,8 @@ long STATS_DiscreteUniformDeviate_MP(TKernelVector, TalvoFloat p, long a, long b
     if (p == TalvoFloat(0.0))
         return a;
     TalvoFloat fa = Whole(a), fb = Whole(b);
-    return FloatToInt(ceil(p * (fb - fa + TalvoFloat(1.0)) + fa - TalvoFloat(1.0)));
+    TalvoFloat q = stats::CorrectlyRounded([&] { return p * (fb - fa + TalvoFloat(1.0)) + fa - TalvoFloat(1.0); });
+    return FloatToInt(ceil(q));
 }
 
 TalvoFloat STATS_DiscreteUniformRandomVariate_MP(TKernelVector kv, long a, long b)

@@ -4,6 +4,7 @@
 // with e from the ziggurat exponential generator, whose draws take the sign
 // of the random integer behind them: about half of them are negative (see
 // ziggurat.hpp for the law they follow).
+#include "correctly_rounded.hpp"
 #include "distributions.hpp"
 #include "entry_frame.hpp"
 #include "random_sample.hpp"
@@ -13,7 +14,8 @@
 
 TalvoFloat STATS_ExponentialProbability_MP(TKernelVector, TalvoFloat x, TalvoFloat b)
 {
-    return TalvoFloat(1.0) - exp(-x / b);
+    // 1 - exp(t) as -expm1(t): the same value without the cancellation at small t.
+    return stats::CorrectlyRounded([&] { return stats::OneMinusExp(-x / b); });
 }
 
 TalvoFloat STATS_ExponentialDeviate_MP(TKernelVector kv, TalvoFloat p, TalvoFloat b)
@@ -22,7 +24,8 @@ TalvoFloat STATS_ExponentialDeviate_MP(TKernelVector kv, TalvoFloat p, TalvoFloa
         TalvoRaiseError1(kv, "invalid value for the tail probability: %1", STATS_DoubleToTalvoFloat_MP(kv, p));
         return TalvoFloat(0.0);
     }
-    return -b * log(TalvoFloat(1.0) - p);
+    // ln(1 - p) as log1p(-p), which keeps every digit for small p.
+    return stats::CorrectlyRounded([&] { return -b * stats::LnOneMinus(p); });
 }
 
 TalvoFloat STATS_ExponentialRandomVariate_MP(TKernelVector, TalvoFloat b)

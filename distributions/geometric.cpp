@@ -5,6 +5,7 @@
 // ceil(ln(1 - u) / ln(1 - p)) - 1, and 0 at u = 0 without a logarithm.  p is
 // not checked: p = 0 divides by ln(1) = 0 and the float library's value
 // (an infinity, saturated to the long range) stands.
+#include "correctly_rounded.hpp"
 #include "discrete_distributions.hpp"
 #include "entry_frame.hpp"
 #include "random_sample.hpp"
@@ -14,14 +15,24 @@
 
 TalvoFloat STATS_GeometricProbability_MP(TKernelVector, TalvoFloat x, TalvoFloat p)
 {
-    return TalvoFloat(1.0) - pow(TalvoFloat(1.0) - p, floor(x) + TalvoFloat(1.0));
+    // For p < 1 and a finite k, 1 - (1 - p)^k = -expm1(k log1p(-p)): the same
+    // value without the cancellations at small p.  Anything else keeps the
+    // power (a negative 1 - p with a whole k, 0^0, 1^infinity).
+    TalvoFloat k = floor(x) + TalvoFloat(1.0);
+    bool logs = p < TalvoFloat(1.0) && p != TalvoFloat(0.0) && mpfr_number_p(k.mpfr()) != 0;
+    return stats::CorrectlyRounded([&] {
+        TalvoFloat kk = floor(x) + TalvoFloat(1.0);
+        if (logs)
+            return stats::OneMinusExp(kk * stats::LnOneMinus(p));
+        return TalvoFloat(1.0) - pow(TalvoFloat(1.0) - p, kk);
+    });
 }
 
 long STATS_GeometricDeviate_MP(TKernelVector, TalvoFloat p, TalvoFloat prob)
 {
     if (p == TalvoFloat(0.0))
         return 0;
-    TalvoFloat q = log(TalvoFloat(1.0) - p) / log(TalvoFloat(1.0) - prob);
+    TalvoFloat q = stats::CorrectlyRounded([&] { return stats::LnOneMinus(p) / stats::LnOneMinus(prob); });
     // The subtraction is made on the float so that a saturated value cannot
     // overflow the long.
     return FloatToInt(ceil(q) - TalvoFloat(1.0));

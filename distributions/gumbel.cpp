@@ -3,6 +3,7 @@
 //
 // F(x) = exp(-exp(-(x - a) / b)); the deviate is a - b ln(-ln p) and the
 // variate the deviate of one uniform.  No parameter is checked.
+#include "correctly_rounded.hpp"
 #include "distributions.hpp"
 #include "entry_frame.hpp"
 #include "random_sample.hpp"
@@ -12,13 +13,15 @@
 
 TalvoFloat STATS_GumbelProbability_MP(TKernelVector, TalvoFloat x, TalvoFloat a, TalvoFloat b)
 {
-    TalvoFloat t = -(x - a) / b;
-    return exp(-exp(t));
+    return stats::CorrectlyRounded([&] {
+        TalvoFloat t = -(x - a) / b;
+        return exp(-exp(t));
+    });
 }
 
 TalvoFloat STATS_GumbelDeviate_MP(TKernelVector, TalvoFloat p, TalvoFloat a, TalvoFloat b)
 {
-    return a - b * log(-log(p));
+    return stats::CorrectlyRounded([&] { return a - b * log(-log(p)); });
 }
 
 TalvoFloat STATS_GumbelRandomVariate_MP(TKernelVector kv, TalvoFloat a, TalvoFloat b)

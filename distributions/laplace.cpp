@@ -5,6 +5,7 @@
 // on.  The deviate is a + b ln(2p) for p < 1/2 and a - b ln(2(1 - p))
 // otherwise (p = 1/2 gives a); the variate is the deviate of one uniform.
 // No parameter is checked.
+#include "correctly_rounded.hpp"
 #include "distributions.hpp"
 #include "entry_frame.hpp"
 #include "random_sample.hpp"
@@ -15,15 +16,15 @@
 TalvoFloat STATS_LaplaceProbability_MP(TKernelVector, TalvoFloat x, TalvoFloat a, TalvoFloat b)
 {
     if (x < a)
-        return TalvoFloat(0.5) * exp(-(a - x) / b);
-    return TalvoFloat(1.0) - TalvoFloat(0.5) * exp(-(x - a) / b);
+        return stats::CorrectlyRounded([&] { return TalvoFloat(0.5) * exp(-(a - x) / b); });
+    return stats::CorrectlyRounded([&] { return TalvoFloat(1.0) - TalvoFloat(0.5) * exp(-(x - a) / b); });
 }
 
 TalvoFloat STATS_LaplaceDeviate_MP(TKernelVector, TalvoFloat p, TalvoFloat a, TalvoFloat b)
 {
     if (p < TalvoFloat(0.5))
-        return a + b * log(TalvoFloat(2.0) * p);
-    return a - b * log(TalvoFloat(2.0) * (TalvoFloat(1.0) - p));
+        return stats::CorrectlyRounded([&] { return a + b * log(TalvoFloat(2.0) * p); });
+    return stats::CorrectlyRounded([&] { return a - b * log(TalvoFloat(2.0) * (TalvoFloat(1.0) - p)); });
 }
 
 TalvoFloat STATS_LaplaceRandomVariate_MP(TKernelVector kv, TalvoFloat a, TalvoFloat b)

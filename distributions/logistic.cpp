@@ -2,6 +2,7 @@
 //
 // F(x) = 1 / (1 + exp(-(x - a) / b)); the deviate is a + b ln(p / (1 - p))
 // and the variate the deviate of one uniform.  No parameter is checked.
+#include "correctly_rounded.hpp"
 #include "distributions.hpp"
 #include "entry_frame.hpp"
 #include "random_sample.hpp"
@@ -11,13 +12,15 @@
 
 TalvoFloat STATS_LogisticProbability_MP(TKernelVector, TalvoFloat x, TalvoFloat a, TalvoFloat b)
 {
-    TalvoFloat t = -(x - a) / b;
-    return 1.0 / (TalvoFloat(1.0) + exp(t));
+    return stats::CorrectlyRounded([&] {
+        TalvoFloat t = -(x - a) / b;
+        return 1.0 / (TalvoFloat(1.0) + exp(t));
+    });
 }
 
 TalvoFloat STATS_LogisticDeviate_MP(TKernelVector, TalvoFloat p, TalvoFloat a, TalvoFloat b)
 {
-    return a + b * log(p / (TalvoFloat(1.0) - p));
+    return stats::CorrectlyRounded([&] { return a + b * log(p / (TalvoFloat(1.0) - p)); });
 }
 
 TalvoFloat STATS_LogisticRandomVariate_MP(TKernelVector kv, TalvoFloat a, TalvoFloat b)

@@ -5,6 +5,7 @@
 // normal generator's law (see ziggurat.hpp), whose atom at 0 becomes an atom
 // at exp(mu).  x <= 0 gives the normal probability of ln x as the float
 // library returns it (-infinity for 0, undefined below).
+#include "correctly_rounded.hpp"
 #include "distributions.hpp"
 #include "entry_frame.hpp"
 #include "random_sample.hpp"
@@ -14,12 +15,12 @@
 
 TalvoFloat STATS_LogNormalProbability_MP(TKernelVector kv, TalvoFloat x, TalvoFloat mu, TalvoFloat sigma)
 {
-    return STATS_NormalProbability_MP(kv, log(x), mu, sigma);
+    return stats::CorrectlyRounded([&] { return STATS_NormalProbability_MP(kv, log(x), mu, sigma); });
 }
 
 TalvoFloat STATS_LogNormalDeviate_MP(TKernelVector kv, TalvoFloat p, TalvoFloat mu, TalvoFloat sigma)
 {
-    return exp(STATS_NormalDeviate_MP(kv, p, mu, sigma));
+    return stats::CorrectlyRounded([&] { return exp(STATS_NormalDeviate_MP(kv, p, mu, sigma)); });
 }
 
 TalvoFloat STATS_LogNormalRandomVariate_MP(TKernelVector kv, TalvoFloat mu, TalvoFloat sigma)

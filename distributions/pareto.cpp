@@ -1,9 +1,9 @@
 // pareto.cpp -- the Pareto distribution: a lower end (scale), c shape.
 //
 // F(x) = 1 - (a / x)^c from a on and 0 below; the deviate is
-// a * (1 - p)^(-1/c) and the variate the deviate of one uniform.  The
-// deviate uses 1 - p, so for p below about 0.01 it keeps the digits of 1 - p
-// rather than those of p.  No parameter is checked.
+// a * (1 - p)^(-1/c) and the variate the deviate of one uniform.  Both are
+// correctly rounded values of their formula.  No parameter is checked.
+#include "correctly_rounded.hpp"
 #include "distributions.hpp"
 #include "entry_frame.hpp"
 #include "random_sample.hpp"
@@ -11,17 +11,39 @@
 #include "stats_entries.h"
 #include "talvo_utils.hpp"
 
+namespace {
+
+bool IsFinite(const TalvoFloat &x) { return mpfr_number_p(x.mpfr()) != 0; }
+
+} // namespace
+
 TalvoFloat STATS_ParetoProbability_MP(TKernelVector, TalvoFloat x, TalvoFloat a, TalvoFloat c)
 {
     if (x < a)
         return TalvoFloat(0.0);
-    return TalvoFloat(1.0) - pow(a / x, c);
+    // For a/x > 0, 1 - (a/x)^c = -expm1(c ln(a/x)) with ln(a/x) =
+    // log1p((a - x)/x): the same value, without the cancellations near x = a.
+    // Any other a/x (a sign change, a zero, an infinite x) keeps the power.
+    TalvoFloat zero(0.0);
+    bool logs = IsFinite(x) && ((a > zero && x > zero) || (a < zero && x < zero));
+    return stats::CorrectlyRounded([&] {
+        if (logs)
+            return stats::OneMinusExp(c * stats::Log1p((a - x) / x));
+        return TalvoFloat(1.0) - pow(a / x, c);
+    });
 }
 
 TalvoFloat STATS_ParetoDeviate_MP(TKernelVector, TalvoFloat p, TalvoFloat a, TalvoFloat c)
 {
-    TalvoFloat e = -1.0 / c;
-    return a * pow(TalvoFloat(1.0) - p, e);
+    // (1 - p)^e = exp(e log1p(-p)) for p <= 1; above 1 the power of the
+    // negative 1 - p stands as it is.
+    bool logs = p <= TalvoFloat(1.0);
+    return stats::CorrectlyRounded([&] {
+        TalvoFloat e = -1.0 / c;
+        if (logs)
+            return a * exp(e * stats::LnOneMinus(p));
+        return a * pow(TalvoFloat(1.0) - p, e);
+    });
 }
 
 TalvoFloat STATS_ParetoRandomVariate_MP(TKernelVector kv, TalvoFloat a, TalvoFloat c)

@@ -4,6 +4,7 @@
 // F(x) = (x / b)^c on [0, b] (b itself included), 0 below 0 and 1 above b;
 // the deviate is b * p^(1/c) and the variate the deviate of one uniform.
 // No parameter is checked.
+#include "correctly_rounded.hpp"
 #include "distributions.hpp"
 #include "entry_frame.hpp"
 #include "random_sample.hpp"
@@ -16,14 +17,16 @@ TalvoFloat STATS_PowerProbability_MP(TKernelVector, TalvoFloat x, TalvoFloat b, 
     if (x < TalvoFloat(0.0))
         return TalvoFloat(0.0);
     if (x <= b)
-        return pow(x / b, c);
+        return stats::CorrectlyRounded([&] { return pow(x / b, c); });
     return TalvoFloat(1.0);
 }
 
 TalvoFloat STATS_PowerDeviate_MP(TKernelVector, TalvoFloat p, TalvoFloat b, TalvoFloat c)
 {
-    TalvoFloat e = 1.0 / c;
-    return b * pow(p, e);
+    return stats::CorrectlyRounded([&] {
+        TalvoFloat e = 1.0 / c;
+        return b * pow(p, e);
+    });
 }
 
 TalvoFloat STATS_PowerRandomVariate_MP(TKernelVector kv, TalvoFloat b, TalvoFloat c)

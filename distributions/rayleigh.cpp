@@ -2,9 +2,10 @@
 //
 // F(x) = 1 - exp(-x^2 / (2 b^2)) for x >= 0 and 0 below; the deviate is
 // (-2 b^2 ln(1 - p))^(1/2) and the variate the deviate of one uniform.  Both
-// cancel in the lower tail (1 - exp(-t) for tiny t, ln(1 - p) for tiny p):
-// there they are accurate to a unit in the last digit of 1.  No parameter is
-// checked.
+// are correctly rounded values of their formula; 1 - exp(-t) and ln(1 - p),
+// which cancel for tiny t and p, are taken as -expm1(-t) and log1p(-p).  No
+// parameter is checked.
+#include "correctly_rounded.hpp"
 #include "distributions.hpp"
 #include "entry_frame.hpp"
 #include "random_sample.hpp"
@@ -16,14 +17,18 @@ TalvoFloat STATS_RayleighProbability_MP(TKernelVector, TalvoFloat x, TalvoFloat 
 {
     if (x < TalvoFloat(0.0))
         return TalvoFloat(0.0);
-    TalvoFloat t = -x * x / (TalvoFloat(2.0) * b * b);
-    return TalvoFloat(1.0) - exp(t);
+    return stats::CorrectlyRounded([&] {
+        TalvoFloat t = -x * x / (TalvoFloat(2.0) * b * b);
+        return stats::OneMinusExp(t); // 1 - exp(t)
+    });
 }
 
 TalvoFloat STATS_RayleighDeviate_MP(TKernelVector, TalvoFloat p, TalvoFloat b)
 {
-    TalvoFloat t = TalvoFloat(-2.0) * b * b * log(TalvoFloat(1.0) - p);
-    return pow(t, 0.5);
+    return stats::CorrectlyRounded([&] {
+        TalvoFloat t = TalvoFloat(-2.0) * b * b * stats::LnOneMinus(p); // ln(1 - p)
+        return pow(t, 0.5);
+    });
 }
 
 TalvoFloat STATS_RayleighRandomVariate_MP(TKernelVector kv, TalvoFloat b)

@@ -6,6 +6,7 @@
 // The deviate inverts each piece; the variate is the deviate of one uniform.
 // Nothing is checked: ends or a mode out of order give the float library's
 // value.
+#include "correctly_rounded.hpp"
 #include "distributions.hpp"
 #include "entry_frame.hpp"
 #include "random_sample.hpp"
@@ -18,12 +19,16 @@ TalvoFloat STATS_TriangularProbability_MP(TKernelVector, TalvoFloat x, TalvoFloa
     if (x < a)
         return TalvoFloat(0.0);
     if (x < c) {
-        TalvoFloat d = x - a;
-        return d * d / (b - a) / (c - a);
+        return stats::CorrectlyRounded([&] {
+            TalvoFloat d = x - a;
+            return d * d / (b - a) / (c - a);
+        });
     }
     if (x < b) {
-        TalvoFloat d = b - x;
-        return TalvoFloat(1.0) - d * d / (b - a) / (b - c);
+        return stats::CorrectlyRounded([&] {
+            TalvoFloat d = b - x;
+            return TalvoFloat(1.0) - d * d / (b - a) / (b - c);
+        });
     }
     return TalvoFloat(1.0);
 }
@@ -32,8 +37,8 @@ TalvoFloat STATS_TriangularDeviate_MP(TKernelVector, TalvoFloat p, TalvoFloat a,
 {
     // The branch test p * (b - a) < c - a is p < F(c) without a division.
     if (p * (b - a) < c - a)
-        return a + sqrt(p * (b - a) * (c - a));
-    return b - sqrt((TalvoFloat(1.0) - p) * (b - a) * (b - c));
+        return stats::CorrectlyRounded([&] { return a + sqrt(p * (b - a) * (c - a)); });
+    return stats::CorrectlyRounded([&] { return b - sqrt((TalvoFloat(1.0) - p) * (b - a) * (b - c)); });
 }
 
 TalvoFloat STATS_TriangularRandomVariate_MP(TKernelVector kv, TalvoFloat a, TalvoFloat b, TalvoFloat c)

@@ -5,6 +5,7 @@
 // out rather than through the deviate (a + p * (b - a)), so the two round
 // differently in the last place.  Nothing is checked: b <= a gives the float
 // library's value.
+#include "correctly_rounded.hpp"
 #include "distributions.hpp"
 #include "entry_frame.hpp"
 #include "random_sample.hpp"
@@ -18,12 +19,12 @@ TalvoFloat STATS_UniformProbability_MP(TKernelVector, TalvoFloat x, TalvoFloat a
         return TalvoFloat(0.0);
     if (x >= b)
         return TalvoFloat(1.0);
-    return (x - a) / (b - a);
+    return stats::CorrectlyRounded([&] { return (x - a) / (b - a); });
 }
 
 TalvoFloat STATS_UniformDeviate_MP(TKernelVector, TalvoFloat p, TalvoFloat a, TalvoFloat b)
 {
-    return a + p * (b - a);
+    return stats::CorrectlyRounded([&] { return a + p * (b - a); });
 }
 
 TalvoFloat STATS_UniformRandomVariate_MP(TKernelVector, TalvoFloat a, TalvoFloat b)

@@ -4,6 +4,7 @@
 // variate invert it in closed form.  No parameter is checked: a bad one gives
 // the float library's value (undefined, an infinity, a probability out of
 // range).
+#include "correctly_rounded.hpp"
 #include "distributions.hpp"
 #include "entry_frame.hpp"
 #include "random_sample.hpp"
@@ -15,15 +16,19 @@ TalvoFloat STATS_WeibullProbability_MP(TKernelVector, TalvoFloat x, TalvoFloat a
 {
     if (x < TalvoFloat(0.0))
         return TalvoFloat(0.0);
-    TalvoFloat t = pow(x / a, b);
-    return TalvoFloat(1.0) - exp(-t);
+    return stats::CorrectlyRounded([&] {
+        TalvoFloat t = pow(x / a, b);
+        return stats::OneMinusExp(-t); // 1 - exp(-t)
+    });
 }
 
 TalvoFloat STATS_WeibullDeviate_MP(TKernelVector, TalvoFloat p, TalvoFloat a, TalvoFloat b)
 {
-    TalvoFloat e = 1.0 / b;
-    TalvoFloat t = -log(TalvoFloat(1.0) - p);
-    return a * pow(t, e);
+    return stats::CorrectlyRounded([&] {
+        TalvoFloat e = 1.0 / b;
+        TalvoFloat t = -stats::LnOneMinus(p); // -ln(1 - p)
+        return a * pow(t, e);
+    });
 }
 
 TalvoFloat STATS_WeibullRandomVariate_MP(TKernelVector kv, TalvoFloat a, TalvoFloat b)

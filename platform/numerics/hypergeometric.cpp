@@ -24,15 +24,19 @@ namespace {
 
 constexpr double kLn2 = 0.69314718055994530942;
 
-// ln C(N, K) as a ball.
+// ln C(N, K) as a ball.  N + 1 is formed exactly in the ball (N may be the
+// largest Integer).
 void log_binomial(arb_ptr r, slong N, slong K, slong prec)
 {
     Arb a, b, c;
-    arb_set_si(a, N + 1);
+    arb_set_si(a, N);
+    arb_add_ui(a, a, 1, ARF_PREC_EXACT);
     arb_hypgeom_lgamma(a, a, prec);
-    arb_set_si(b, K + 1);
+    arb_set_si(b, K);
+    arb_add_ui(b, b, 1, ARF_PREC_EXACT);
     arb_hypgeom_lgamma(b, b, prec);
-    arb_set_si(c, N - K + 1);
+    arb_set_si(c, N - K);
+    arb_add_ui(c, c, 1, ARF_PREC_EXACT);
     arb_hypgeom_lgamma(c, c, prec);
     arb_sub(a, a, b, prec);
     arb_sub(r, a, c, prec);

@@ -9,14 +9,12 @@ digits, computed at digits + 40 from the arguments rounded to the binary
 precision the test uses (ceil(digits * log2(10)) + 4 bits), so that the
 reference is the exact function of the test's actual inputs.
 
-The formulas are evaluated by the library in a fixed order (1 - exp(-t),
--ln(1 - p)), which cancels for tiny t and tiny p; the cases stay where that
-order keeps every digit (the tests say what happens below).  Each function
-here is the library's formula in the library's order, evaluated at the high
-precision; constants the library holds as doubles (the coefficients of the
-normal quantile approximation) are those doubles, and the host's Pi is Pi
-rounded to the test's precision.  The normal functions are the exact normal
-integral and its inverse.
+The closed forms are the library's formulas in exact arithmetic (the
+library returns their correctly rounded values); constants the library holds
+as doubles (the coefficients of the normal quantile approximation) are those
+doubles.  The normal probability rounds (x - mu) / sigma to the test's
+precision first, as the library does; the normal functions are otherwise the
+exact normal integral and its inverse.
 
 Run with Debian's python3-mpmath:  /usr/bin/python3 scripts/reference/closed_forms.py
 """
@@ -53,10 +51,6 @@ def exponential_probability(x, b):
 def exponential_deviate(p, b):
     return -b * mp.log(1 - p)
 
-
-def rounded_pi():
-    """The host's Pi as the library sees it: rounded to the test's precision."""
-    return ROUNDED["pi"]
 
 
 ROUNDED = {}
@@ -151,11 +145,11 @@ def gumbel_deviate(p, a, b):
 
 
 def cauchy_probability(x, a, b):
-    return mpf(0.5) + (1 / rounded_pi()) * mp.atan((x - a) / b)
+    return mpf(0.5) + (1 / mp.pi) * mp.atan((x - a) / b)
 
 
 def cauchy_deviate(p, a, b):
-    return a + b * mp.tan(rounded_pi() * (p - mpf(0.5)))
+    return a + b * mp.tan(mp.pi * (p - mpf(0.5)))
 
 
 def normal_probability(x, mu, sigma):
@@ -182,7 +176,7 @@ def normal_deviate(p, mu, sigma):
 
 
 def lognormal_probability(x, mu, sigma):
-    return mp.ncdf(rnd(rnd(rnd(mp.log(x)) - mu) / sigma))
+    return mp.ncdf((mp.log(x) - mu) / sigma)
 
 
 def lognormal_deviate(p, mu, sigma):
@@ -322,8 +316,6 @@ def main():
             for args in cases:
                 xs = [at_precision(a, digits) for a in args]
                 mp.dps = digits + 40
-                with mp.workprec(bits(digits)):
-                    ROUNDED["pi"] = +mp.pi
                 ROUNDED["bits"] = bits(digits)
                 value = fn(*xs)
                 lines.append("\t".join([str(digits), name, *args, mp.nstr(value, digits + 15, strip_zeros=False)]))

@@ -51,12 +51,16 @@ TEST(Cauchy, EdgeCases)
     EXPECT_EQ(result(STATS_TalvoCauchyProbability_MP, "infinity, 3, 0.5"), "1.");
 }
 
-TEST(Cauchy, PiIsTheHostsAtTheCurrentPrecision)
+TEST(Cauchy, TheDeviateAtZeroAndOneIsThePole)
 {
-    // tan of Pi / 2 with Pi rounded to the working precision is large but
-    // finite: 1 / (pi/2 - Pi/2), by mpmath with Pi rounded to 38 bits.
-    EXPECT_EQ(result(STATS_TalvoCauchyDeviate_MP, "1, 0, 1"), "3.901153887e+11");
-    EXPECT_EQ(result(STATS_TalvoCauchyDeviate_MP, "0, 0, 1"), "-3.901153887e+11");
+    // tan(Pi (p - 1/2)) at p = 0 and 1 is the tangent's pole: the deviate is
+    // correctly rounded, so it is the pole's limit, not 1 / (pi/2 - Pi/2) for
+    // a rounded Pi.  Next to the poles it keeps every digit: -1 / (Pi 1e-300).
+    EXPECT_EQ(result(STATS_TalvoCauchyDeviate_MP, "1, 0, 1"), "Float(infinity)");
+    EXPECT_EQ(result(STATS_TalvoCauchyDeviate_MP, "0, 0, 1"), "Float(-infinity)");
+    EXPECT_EQ(result(STATS_TalvoCauchyDeviate_MP, "1e-300, 0, 1"), "-3.183098862e+299");
+    EXPECT_EQ(result(STATS_TalvoCauchyProbability_MP, "-1e300, 0, 1"), "3.183098862e-301");
+    EXPECT_EQ(result(STATS_TalvoCauchyProbability_MP, "-infinity, 0, 1"), "0.");
 }
 
 TEST(Cauchy, ParametersAreNotChecked)

@@ -45,6 +45,15 @@ bool accurate_to(arb_srcptr x, slong goal)
     return arb_rel_accuracy_bits(x) >= goal;
 }
 
+bool below_float_range(arb_srcptr x)
+{
+    if (!arb_is_finite(x))
+        return false;
+    Mag bound;
+    arb_get_mag(bound, x);
+    return mag_cmp_2exp_si(bound, mpfr_get_emin() - 1) < 0;
+}
+
 slong next_precision(slong wp, slong have, slong goal)
 {
     slong next;
@@ -307,6 +316,11 @@ void Call::fail_status(Status s, Integer terms_needed, Integer max_iter)
     case Status::TooCostly:
         fail(NE_TOO_COSTLY, "the parameters are too large for this precision: the computation would need "
                             "more than 50000000 series terms.");
+        return;
+    case Status::Unresolved:
+        fail(NE_ACCURACY, "the deviate could not be resolved to the requested accuracy: at these parameters it "
+                          "lies at or beyond the edge of the float range (a shape or degrees of freedom near 0 "
+                          "put it there), where no float represents it to that accuracy.");
         return;
     case Status::Inaccurate:
         fail(NE_ACCURACY, "the requested accuracy could not be reached (cancellation beyond the working "

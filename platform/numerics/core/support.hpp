@@ -44,11 +44,16 @@ enum class Status {
     Ok,
     NoConvergence, // the caller's iteration limit was reached
     TooCostly,     // the series would need more terms than any call may use
-    Inaccurate     // the working precision reached its limit without the accuracy
+    Inaccurate,    // the working precision reached its limit without the accuracy
+    Unresolved     // a deviate's iteration did not settle (it lies at the edge of the float range)
 };
 
 // True when the ball is exact or its relative radius is below 2^-goal.
 bool accurate_to(arb_srcptr x, slong goal);
+// True when every point of the ball is below the smallest positive float in
+// magnitude (2^(emin - 1), MPFR's exponent range): the result is then 0
+// however narrow the ball would become (a far tail such as erfc(10^7)).
+bool below_float_range(arb_srcptr x);
 
 // The working precision after an attempt at wp produced `have` accurate bits
 // where `goal` were wanted: the shortfall plus a margin, or double when the
@@ -70,7 +75,7 @@ Status ziv(std::initializer_list<arb_ptr> outputs, const Target &target, slong g
             return s;
         slong have = ARF_PREC_EXACT;
         for (arb_ptr x : outputs) {
-            if (!accurate_to(x, target.goal)) {
+            if (!accurate_to(x, target.goal) && !below_float_range(x)) {
                 slong h = arb_rel_accuracy_bits(x);
                 if (h < have)
                     have = h;

@@ -139,7 +139,7 @@ Status invert(arb_ptr root, const Inversion &f, arb_srcptr p, double start, cons
             arf_set(x, next);
         }
         if (!converged)
-            return Status::Inaccurate;
+            return Status::Unresolved;
         last_level = w;
     }
 
@@ -188,9 +188,9 @@ Status invert(arb_ptr root, const Inversion &f, arb_srcptr p, double start, cons
             arf_set(x, arb_midref(N));
         rad_bits -= 8;
         if (rad_bits < 8)
-            return Status::Inaccurate;
+            return Status::Unresolved;
     }
-    return Status::Inaccurate;
+    return Status::Unresolved;
 }
 
 } // namespace talvo::mp

@@ -1,0 +1,317 @@
+// extremes_test.cpp -- every routine over extreme arguments: +-1e300,
+// +-infinity, degrees of freedom and counts at 1e15 and 2^63, probabilities at
+// the smallest positive float.  Each call either answers (a defined result,
+// a probability in [0, 1]) or refuses with a message that names the routine
+// and says why; none fails with the working-precision safety net's
+// "cancellation" message, and none takes long.  Where a value exists, it is checked
+// against mpmath (data/extremes.tsv, scripts/reference/numerics_extremes.py).
+#include "talvo_mp.h"
+#include "table_support.hpp"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <climits>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+using talvo::test::DigitsScope;
+
+TalvoFloat F(const std::string &text)
+{
+    if (text == "inf")
+        return TalvoFloat(1.0) / TalvoFloat(0.0);
+    if (text == "-inf")
+        return TalvoFloat(-1.0) / TalvoFloat(0.0);
+    if (text == "tiny") { // the smallest positive float
+        ALGEB h = talvo_float_new(0);
+        mpfr_set_ui_2exp(talvo_float_mpfr(h), 1, mpfr_get_emin() - 1, MPFR_RNDN);
+        return TalvoFloat::from_handle(h);
+    }
+    if (text == "1-tiny") { // the largest float below 1
+        ALGEB h = talvo_float_new(0);
+        mpfr_set_ui(talvo_float_mpfr(h), 1, MPFR_RNDN);
+        mpfr_nextbelow(talvo_float_mpfr(h));
+        return TalvoFloat::from_handle(h);
+    }
+    return TalvoFloat::from_handle(talvo_float_parse(text.c_str(), talvo_float_precision()));
+}
+
+Integer I(const std::string &text)
+{
+    if (text == "max")
+        return LONG_MAX; // 2^63 - 1, the largest Integer
+    return static_cast<Integer>(std::stod(text));
+}
+
+const Nag_TailProbability L = Nag_LowerTail, U = Nag_UpperTail, S = Nag_TwoTailSignif, C = Nag_TwoTailConfid;
+
+// One outcome: the failure code and message, and the results.
+struct Outcome {
+    int code = 0;
+    std::string message;
+    std::vector<TalvoFloat> values;
+    double seconds = 0;
+};
+
+using Call = std::function<void(const std::vector<std::string> &, Outcome &)>;
+
+// A routine: its name, how to call it on text arguments, and whether its
+// results are probabilities (in [0, 1]) or deviates.
+struct Routine {
+    std::string name;
+    bool probability;
+    Call call;
+};
+
+TalvoFloat one(NagError *f, const std::function<TalvoFloat(NagError *)> &fn, Outcome &o)
+{
+    TalvoFloat r = fn(f);
+    o.values.push_back(r);
+    return r;
+}
+
+#define ONE(expr)                                                                                                    \
+    [](const std::vector<std::string> &a, Outcome &o) {                                                             \
+        NagError f{};                                                                                                \
+        one(&f, [&](NagError *fail) { return expr; }, o);                                                           \
+        o.code = f.code;                                                                                             \
+        o.message = f.message;                                                                                       \
+    }
+#define THREE(expr)                                                                                                  \
+    [](const std::vector<std::string> &a, Outcome &o) {                                                             \
+        NagError f{};                                                                                                \
+        NagError *fail = &f;                                                                                         \
+        TalvoFloat r1, r2, r3;                                                                                       \
+        expr;                                                                                                        \
+        o.values = {r1, r2, r3};                                                                                     \
+        o.code = f.code;                                                                                             \
+        o.message = f.message;                                                                                       \
+    }
+
+const std::map<std::string, Routine> &Routines()
+{
+    static const std::map<std::string, Routine> r = {
+        {"g01eac_L", {"TalvoMP_g01eac", true, ONE(TalvoMP_g01eac(L, F(a[0]), fail))}},
+        {"g01eac_U", {"TalvoMP_g01eac", true, ONE(TalvoMP_g01eac(U, F(a[0]), fail))}},
+        {"g01eac_S", {"TalvoMP_g01eac", true, ONE(TalvoMP_g01eac(S, F(a[0]), fail))}},
+        {"g01eac_C", {"TalvoMP_g01eac", true, ONE(TalvoMP_g01eac(C, F(a[0]), fail))}},
+        {"g01fac_L", {"TalvoMP_g01fac", false, ONE(TalvoMP_g01fac(L, F(a[0]), fail))}},
+        {"g01fac_U", {"TalvoMP_g01fac", false, ONE(TalvoMP_g01fac(U, F(a[0]), fail))}},
+        {"g01ebc_L", {"TalvoMP_g01ebc", true, ONE(TalvoMP_g01ebc(L, F(a[0]), F(a[1]), fail))}},
+        {"g01ebc_U", {"TalvoMP_g01ebc", true, ONE(TalvoMP_g01ebc(U, F(a[0]), F(a[1]), fail))}},
+        {"g01fbc_L", {"TalvoMP_g01fbc", false, ONE(TalvoMP_g01fbc(L, F(a[0]), F(a[1]), fail))}},
+        {"g01ecc_L", {"TalvoMP_g01ecc", true, ONE(TalvoMP_g01ecc(L, F(a[0]), F(a[1]), fail))}},
+        {"g01ecc_U", {"TalvoMP_g01ecc", true, ONE(TalvoMP_g01ecc(U, F(a[0]), F(a[1]), fail))}},
+        {"g01fcc", {"TalvoMP_g01fcc", false, ONE(TalvoMP_g01fcc(F(a[0]), F(a[1]), fail))}},
+        {"g01edc_L", {"TalvoMP_g01edc", true, ONE(TalvoMP_g01edc(L, F(a[0]), F(a[1]), F(a[2]), fail))}},
+        {"g01edc_U", {"TalvoMP_g01edc", true, ONE(TalvoMP_g01edc(U, F(a[0]), F(a[1]), F(a[2]), fail))}},
+        {"g01fdc", {"TalvoMP_g01fdc", false, ONE(TalvoMP_g01fdc(F(a[0]), F(a[1]), F(a[2]), fail))}},
+        {"g01eec", {"TalvoMP_g01eec", true, THREE(TalvoMP_g01eec(F(a[0]), F(a[1]), F(a[2]), F("0"), &r1, &r2, nullptr, fail))}},
+        {"g01fec", {"TalvoMP_g01fec", false, ONE(TalvoMP_g01fec(F(a[0]), F(a[1]), F(a[2]), F("0"), fail))}},
+        {"g01efc_L", {"TalvoMP_g01efc", true, ONE(TalvoMP_g01efc(L, F(a[0]), F(a[1]), F(a[2]), fail))}},
+        {"g01efc_U", {"TalvoMP_g01efc", true, ONE(TalvoMP_g01efc(U, F(a[0]), F(a[1]), F(a[2]), fail))}},
+        {"g01ffc", {"TalvoMP_g01ffc", false, ONE(TalvoMP_g01ffc(F(a[0]), F(a[1]), F(a[2]), F("0"), fail))}},
+        {"g01gbc", {"TalvoMP_g01gbc", true, ONE(TalvoMP_g01gbc(F(a[0]), F(a[1]), F(a[2]), F("0"), 1000000, fail))}},
+        {"g01gcc", {"TalvoMP_g01gcc", true, ONE(TalvoMP_g01gcc(F(a[0]), F(a[1]), F(a[2]), F("0"), 1000000, fail))}},
+        {"g01gdc", {"TalvoMP_g01gdc", true, ONE(TalvoMP_g01gdc(F(a[0]), F(a[1]), F(a[2]), F(a[3]), F("0"), 1000000, fail))}},
+        {"g01gec", {"TalvoMP_g01gec", true, ONE(TalvoMP_g01gec(F(a[0]), F(a[1]), F(a[2]), F(a[3]), F("0"), 1000000, fail))}},
+        {"g01bjc", {"TalvoMP_g01bjc", true, THREE(TalvoMP_g01bjc(I(a[0]), F(a[1]), I(a[2]), &r1, &r2, &r3, fail))}},
+        {"g01bkc", {"TalvoMP_g01bkc", true, THREE(TalvoMP_g01bkc(F(a[0]), I(a[1]), &r1, &r2, &r3, fail))}},
+        {"g01blc", {"TalvoMP_g01blc", true, THREE(TalvoMP_g01blc(I(a[0]), I(a[1]), I(a[2]), I(a[3]), &r1, &r2, &r3, fail))}},
+    };
+    return r;
+}
+
+Outcome RunCase(const std::string &key, const std::vector<std::string> &args)
+{
+    Outcome o;
+    auto t0 = std::chrono::steady_clock::now();
+    Routines().at(key).call(args, o);
+    o.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
+    return o;
+}
+
+std::string Join(const std::vector<std::string> &a)
+{
+    std::string s;
+    for (const std::string &x : a)
+        s += (s.empty() ? "" : ", ") + x;
+    return s;
+}
+
+// Every combination of the given argument lists.
+std::vector<std::vector<std::string>> Grid(const std::vector<std::vector<std::string>> &axes)
+{
+    std::vector<std::vector<std::string>> out = {{}};
+    for (const auto &axis : axes) {
+        std::vector<std::vector<std::string>> next;
+        for (const auto &prefix : out)
+            for (const std::string &v : axis) {
+                auto p = prefix;
+                p.push_back(v);
+                next.push_back(p);
+            }
+        out = next;
+    }
+    return out;
+}
+
+const std::vector<std::string> kX = {"-inf", "-1e300", "-1e20", "-1e7", "-40000", "-1", "0", "1e-300", "1", "40000",
+                                     "1e7", "1e20", "1e300", "inf"};
+const std::vector<std::string> kPosX = {"0", "1e-300", "1", "1e7", "1e20", "1e300", "inf"};
+// Shapes and degrees of freedom go down to 1e-300, not to the smallest float:
+// at 2^-1073741825 the incomplete gamma and beta series and the deviates do
+// not finish in reasonable time yet (see docs/numerics.md).
+const std::vector<std::string> kDf = {"1e-300", "0.5", "3", "1e15", "9223372036854775808", "1e300", "inf"};
+const std::vector<std::string> kDfShort = {"1e-300", "0.5", "3", "1e15", "9223372036854775808", "1e300"};
+// Deviates leave out 1e15 and 2^63 (a chi-square deviate at df = 1e15 takes
+// half a minute).
+const std::vector<std::string> kDfDeviate = {"1e-300", "0.5", "3", "1e300"};
+// Three-parameter grids leave 1e15 and 2^63 to the two-parameter ones: an F
+// or beta probability there takes half a minute.
+const std::vector<std::string> kDf3 = {"1e-300", "0.5", "3", "1e300"};
+const std::vector<std::string> kP = {"tiny", "1e-300", "1e-10", "0.5", "0.999", "1-tiny"};
+const std::vector<std::string> kUnit = {"0", "tiny", "1e-300", "0.5", "1-tiny", "1"};
+const std::vector<std::string> kN = {"0", "1", "1000", "1000000000000000", "max"};
+const std::vector<std::string> kLambda = {"0", "1e-300", "3", "1e15", "1e300", "inf"};
+
+struct Sweep {
+    std::string key;
+    std::vector<std::vector<std::string>> cases;
+};
+
+std::vector<Sweep> Sweeps()
+{
+    std::vector<Sweep> s;
+    for (const char *k : {"g01eac_L", "g01eac_U", "g01eac_S", "g01eac_C"})
+        s.push_back({k, Grid({kX})});
+    for (const char *k : {"g01fac_L", "g01fac_U"})
+        s.push_back({k, Grid({kP})});
+    for (const char *k : {"g01ebc_L", "g01ebc_U"})
+        s.push_back({k, Grid({kX, kDf})});
+    s.push_back({"g01fbc_L", Grid({kP, kDfDeviate})});
+    for (const char *k : {"g01ecc_L", "g01ecc_U"})
+        s.push_back({k, Grid({kPosX, kDf})});
+    s.push_back({"g01fcc", Grid({kP, kDfDeviate})});
+    for (const char *k : {"g01edc_L", "g01edc_U"})
+        s.push_back({k, Grid({kPosX, kDf3, kDf3})});
+    s.push_back({"g01fdc", Grid({kP, kDf3, kDf3})});
+    s.push_back({"g01eec", Grid({kUnit, kDf3, kDf3})});
+    s.push_back({"g01fec", Grid({kP, kDf3, kDf3})});
+    for (const char *k : {"g01efc_L", "g01efc_U"})
+        s.push_back({k, Grid({kPosX, kDfShort, {"1e-300", "1", "1e300"}})});
+    s.push_back({"g01ffc", Grid({kP, kDfDeviate, {"1e-300", "1", "1e300"}})});
+    s.push_back({"g01gbc", Grid({{"-1e300", "-1e7", "0", "1", "1e7", "1e300", "inf"}, {"1e-300", "3", "1e300"},
+                                 {"-1e7", "0", "1", "1e7", "1e300"}})});
+    s.push_back({"g01gcc", Grid({kPosX, {"0", "1e-300", "3", "1e15", "1e300"}, {"0", "1e-300", "3", "1e7", "1e15", "1e300"}})});
+    s.push_back({"g01gdc", Grid({kPosX, {"1e-300", "3", "1e300"}, {"1e-300", "3", "1e300"}, {"0", "3", "1e7", "1e300"}})});
+    s.push_back({"g01gec", Grid({kUnit, {"1e-300", "3", "1e300"}, {"1e-300", "3", "1e300"}, {"0", "3", "1e7", "1e300"}})});
+    s.push_back({"g01bjc", Grid({kN, {"tiny", "1e-300", "0.5", "1-tiny"}, {"0", "1", "1000", "1000000000000000", "max"}})});
+    s.push_back({"g01bkc", Grid({{"tiny", "1e-300", "3", "1e15", "1e300", "inf"}, {"0", "1", "1000", "1000000000000000", "max"}})});
+    s.push_back({"g01blc", Grid({kN, kN, kN, {"0", "5", "1000", "1000000000000000", "max"}})});
+    return s;
+}
+
+} // namespace
+
+// Every call answers or refuses clearly, and quickly.
+TEST(NumericsExtremes, EveryRoutineAnswersOrRefusesClearly)
+{
+    // TALVO_EXTREMES_VERBOSE=1 prints every call, its time and its outcome.
+    bool verbose = std::getenv("TALVO_EXTREMES_VERBOSE") != nullptr;
+    for (int digits : {15}) {
+        DigitsScope d(digits);
+        int calls = 0;
+        for (const Sweep &sw : Sweeps()) {
+            const Routine &r = Routines().at(sw.key);
+            for (const auto &args : sw.cases) {
+                std::string where = sw.key + "(" + Join(args) + ") at " + std::to_string(digits) + " digits";
+                if (verbose) {
+                    std::printf("%s ...", where.c_str());
+                    std::fflush(stdout);
+                }
+                Outcome o = RunCase(sw.key, args);
+                ++calls;
+                if (verbose)
+                    std::printf(" %.3f s, code %d %s\n", o.seconds, o.code, o.message.c_str());
+                EXPECT_LT(o.seconds, 30.0) << where;
+                if (o.code != NE_NOERROR) {
+                    // The precision limit's message ("cancellation beyond the
+                    // working precision limit") is no answer for any of these.
+                    EXPECT_EQ(o.message.find("cancellation"), std::string::npos) << where << ": " << o.message;
+                    EXPECT_EQ(o.message.rfind(r.name + ": ", 0), 0u) << where << ": " << o.message;
+                    EXPECT_GT(o.message.size(), r.name.size() + 10) << where;
+                    continue;
+                }
+                for (const TalvoFloat &v : o.values) {
+                    if (v.handle() == nullptr)
+                        continue;
+                    EXPECT_FALSE(IsTalvoFloatUndefined(v)) << where;
+                    if (r.probability) {
+                        EXPECT_TRUE(v >= TalvoFloat(0.0) && v <= TalvoFloat(1.0)) << where;
+                    }
+                }
+            }
+        }
+        EXPECT_GT(calls, 1000);
+    }
+}
+
+// Where the far tail has a value, it is right: within one unit in the last
+// digit of mpmath's value, and exactly 0 (or 1) where the tail lies below
+// the smallest positive float.
+TEST(NumericsExtremes, FarTailsAgreeWithMpmath)
+{
+    std::ifstream in(TALVO_NUMERICS_DATA "/extremes.tsv");
+    ASSERT_TRUE(in.good());
+    std::string line;
+    int rows = 0;
+    while (std::getline(in, line)) {
+        if (line.empty() || line[0] == '#')
+            continue;
+        std::vector<std::string> cells;
+        std::stringstream ss(line);
+        std::string cell;
+        while (std::getline(ss, cell, '\t'))
+            cells.push_back(cell);
+        ASSERT_GE(cells.size(), 5u) << line;
+        int digits = std::stoi(cells[0]);
+        std::string key = cells[1];
+        std::vector<std::string> args(cells.begin() + 2, cells.end() - 2);
+        size_t which = std::stoul(cells[cells.size() - 2]);
+        const std::string &ref = cells.back();
+        DigitsScope d(digits);
+        Outcome o = RunCase(key, args);
+        std::string where = key + "(" + Join(args) + ")[" + std::to_string(which) + "] at " + std::to_string(digits) +
+                            " digits";
+        ++rows;
+        ASSERT_EQ(o.code, NE_NOERROR) << where << ": " << o.message;
+        ASSERT_LT(which, o.values.size()) << where;
+        mpfr_srcptr v = o.values[which].mpfr();
+        mpfr_t r, diff;
+        mpfr_inits2(talvo_float_precision_bits(digits + 30), r, diff, (mpfr_ptr) nullptr);
+        mpfr_set_str(r, ref.c_str(), 10, MPFR_RNDN);
+        if (mpfr_zero_p(r)) {
+            EXPECT_TRUE(mpfr_zero_p(v)) << where << ": " << mpfr_get_d(v, MPFR_RNDN);
+        } else {
+            // |v - r| / |r| against one unit in the D-th digit, 10^(1 - D).
+            mpfr_sub(diff, v, r, MPFR_RNDN);
+            mpfr_div(diff, diff, r, MPFR_RNDN);
+            mpfr_abs(diff, diff, MPFR_RNDN);
+            double units = mpfr_get_d(diff, MPFR_RNDN) / std::pow(10.0, 1 - digits);
+            EXPECT_LT(units, 1.0) << where << " against " << ref;
+        }
+        mpfr_clears(r, diff, (mpfr_ptr) nullptr);
+    }
+    EXPECT_GE(rows, 60);
+}
