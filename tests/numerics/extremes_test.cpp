@@ -222,6 +222,17 @@ std::vector<Sweep> Sweeps()
     return s;
 }
 
+// The sanitizer builds, several times slower, sweep every third case of each
+// grid (a different third for each routine), with the same assertions and a
+// hang bound scaled to their speed; the optimised build sweeps them all.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr size_t kStride = 3;
+constexpr double kSlowest = 120.0;
+#else
+constexpr size_t kStride = 1;
+constexpr double kSlowest = 30.0;
+#endif
+
 } // namespace
 
 // Every call answers or refuses clearly, and quickly.
@@ -232,9 +243,12 @@ TEST(NumericsExtremes, EveryRoutineAnswersOrRefusesClearly)
     for (int digits : {15}) {
         DigitsScope d(digits);
         int calls = 0;
+        size_t routine = 0;
         for (const Sweep &sw : Sweeps()) {
             const Routine &r = Routines().at(sw.key);
-            for (const auto &args : sw.cases) {
+            ++routine;
+            for (size_t c = routine % kStride; c < sw.cases.size(); c += kStride) {
+                const auto &args = sw.cases[c];
                 std::string where = sw.key + "(" + Join(args) + ") at " + std::to_string(digits) + " digits";
                 if (verbose) {
                     std::printf("%s ...", where.c_str());
@@ -244,7 +258,7 @@ TEST(NumericsExtremes, EveryRoutineAnswersOrRefusesClearly)
                 ++calls;
                 if (verbose)
                     std::printf(" %.3f s, code %d %s\n", o.seconds, o.code, o.message.c_str());
-                EXPECT_LT(o.seconds, 30.0) << where;
+                EXPECT_LT(o.seconds, kSlowest) << where;
                 if (o.code != NE_NOERROR) {
                     // The precision limit's message ("cancellation beyond the
                     // working precision limit") is no answer for any of these.
@@ -263,7 +277,7 @@ TEST(NumericsExtremes, EveryRoutineAnswersOrRefusesClearly)
                 }
             }
         }
-        EXPECT_GT(calls, 1000);
+        EXPECT_GT(calls, 1000 / int(kStride));
     }
 }
 
