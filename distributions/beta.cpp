@@ -2,12 +2,16 @@
 //
 // The probability asks the numerics routine for its lower tail only (it can
 // also return the upper tail and the density); the deviate asks the routine for
-// its full precision (tolerance 0).  Variates come from the gamma generator.
+// its full precision (tolerance 0).  A variate is X / (X + Y) for two
+// unit-scale gamma draws of shapes a and b: both setups first, then X, then
+// Y.
 #include "entry_frame.hpp"
 #include "nag_call.hpp"
+#include "random_sample.hpp"
 #include "sampling_distributions.hpp"
 #include "stats_entries.h"
 #include "talvo_utils.hpp"
+#include "variate_algorithms.hpp"
 
 TalvoFloat STATS_BetaProbability_MP(TKernelVector kv, TalvoFloat x, TalvoFloat a, TalvoFloat b)
 {
@@ -26,6 +30,23 @@ TalvoFloat STATS_BetaDeviate_MP(TKernelVector kv, TalvoFloat p, TalvoFloat a, Ta
     return r;
 }
 
+TalvoFloat STATS_BetaRandomVariate_MP(TKernelVector kv, TalvoFloat a, TalvoFloat b)
+{
+    const TalvoFloat one(1.0);
+    TalvoFloat d1, c1, d2, c2;
+    STATS_GammaRandomVariateSetup_MP(kv, one, a, d1, c1);
+    STATS_GammaRandomVariateSetup_MP(kv, one, b, d2, c2);
+    TalvoFloat x = STATS_GammaRandomVariateMain_MP(kv, one, a, d1, c1);
+    TalvoFloat y = STATS_GammaRandomVariateMain_MP(kv, one, b, d2, c2);
+    return x / (x + y);
+}
+
+TalvoFloat STATS_BetaRandomVariate_MP(TKernelVector kv, const TalvoFloat *params)
+{
+    TalvoFloat a = params[0], b = params[1];
+    return STATS_BetaRandomVariate_MP(kv, a, b);
+}
+
 STATS_ENTRY ALGEB STATS_TalvoBetaProbability_MP(TKernelVector kv, ALGEB args)
 {
     stats::EntryFrame f(kv, args, __func__, 3);
@@ -38,4 +59,16 @@ STATS_ENTRY ALGEB STATS_TalvoBetaDeviate_MP(TKernelVector kv, ALGEB args)
     stats::EntryFrame f(kv, args, __func__, 3);
     TalvoFloat p = f.real(1), a = f.real(2), b = f.real(3);
     return STATS_DoubleToTalvoFloat_MP(kv, STATS_BetaDeviate_MP(kv, p, a, b));
+}
+
+STATS_ENTRY ALGEB STATS_TalvoBetaRandomVariate_MP(TKernelVector kv, ALGEB args)
+{
+    return stats::VariateEntry<2>(kv, args, __func__,
+                                  [](TKernelVector kv, auto... p) { return STATS_BetaRandomVariate_MP(kv, p...); });
+}
+
+STATS_ENTRY ALGEB STATS_TalvoBetaRandomSample_MP(TKernelVector kv, ALGEB args)
+{
+    return stats::SampleEntry<2>(kv, args, __func__,
+                                 [](TKernelVector kv, auto... p) { return STATS_BetaRandomVariate_MP(kv, p...); });
 }

@@ -2,13 +2,16 @@
 //
 // Probability and deviate are the numerics library's chi-square routines
 // (lower tail).  Variates are gamma draws of scale 2 and shape nu/2, made
-// by the gamma generator.
+// by the gamma squeeze (variates/gamma_squeeze.cpp), with a nu whose draw
+// would never finish refused in terms of nu.
 #include "entry_frame.hpp"
 #include "nag_call.hpp"
 #include "probability_type.hpp"
+#include "random_sample.hpp"
 #include "sampling_distributions.hpp"
 #include "stats_entries.h"
 #include "talvo_utils.hpp"
+#include "variate_algorithms.hpp"
 
 TalvoFloat STATS_ChiSquareProbability_MP(TKernelVector kv, TalvoFloat x, TalvoFloat nu)
 {
@@ -26,6 +29,29 @@ TalvoFloat STATS_ChiSquareDeviate_MP(TKernelVector kv, TalvoFloat p, TalvoFloat 
     return r;
 }
 
+// Gamma of scale 2 and shape nu / 2, refused in terms of its own parameter.
+TalvoFloat STATS_ChiSquareRandomVariate_MP(TKernelVector kv, TalvoFloat nu)
+{
+    const TalvoFloat scale(2.0), shape = nu / TalvoFloat(2.0);
+    TalvoFloat d, c;
+    STATS_GammaRandomVariateSetup_MP(kv, scale, shape, d, c);
+    stats::GammaRefusal why = stats::GammaDrawRefusal(shape, c);
+    if (why == stats::GammaRefusal::Rejects)
+        TalvoRaiseError1(kv, "a chi-square variate of %1 degrees of freedom would reject every draw for ever",
+                         STATS_DoubleToTalvoFloat_MP(kv, nu));
+    if (why == stats::GammaRefusal::Recurses)
+        TalvoRaiseError1(kv,
+                         "a chi-square variate of %1 degrees of freedom would recurse through more than 100000 shapes",
+                         STATS_DoubleToTalvoFloat_MP(kv, nu));
+    return STATS_GammaRandomVariateMain_MP(kv, scale, shape, d, c);
+}
+
+TalvoFloat STATS_ChiSquareRandomVariate_MP(TKernelVector kv, const TalvoFloat *params)
+{
+    TalvoFloat nu = params[0];
+    return STATS_ChiSquareRandomVariate_MP(kv, nu);
+}
+
 STATS_ENTRY ALGEB STATS_TalvoChiSquareProbability_MP(TKernelVector kv, ALGEB args)
 {
     stats::EntryFrame f(kv, args, __func__, 2);
@@ -38,4 +64,17 @@ STATS_ENTRY ALGEB STATS_TalvoChiSquareDeviate_MP(TKernelVector kv, ALGEB args)
     stats::EntryFrame f(kv, args, __func__, 2);
     TalvoFloat p = f.real(1), nu = f.real(2);
     return STATS_DoubleToTalvoFloat_MP(kv, STATS_ChiSquareDeviate_MP(kv, p, nu));
+}
+
+STATS_ENTRY ALGEB STATS_TalvoChiSquareRandomVariate_MP(TKernelVector kv, ALGEB args)
+{
+    return stats::VariateEntry<1>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_ChiSquareRandomVariate_MP(kv, p...);
+    });
+}
+
+STATS_ENTRY ALGEB STATS_TalvoChiSquareRandomSample_MP(TKernelVector kv, ALGEB args)
+{
+    return stats::SampleEntry<1>(kv, args, __func__,
+                                 [](TKernelVector kv, auto... p) { return STATS_ChiSquareRandomVariate_MP(kv, p...); });
 }

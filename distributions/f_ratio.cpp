@@ -2,14 +2,16 @@
 // degrees of freedom.
 //
 // Probability and deviate are the numerics library's F routines (lower
-// tail).  Variates are ratios of two chi-square draws, made with the gamma
-// generator.
+// tail).  A variate is (X1 nu2) / (X2 nu1) for two chi-square draws, X1 of
+// nu1 degrees of freedom drawn first.
 #include "entry_frame.hpp"
 #include "nag_call.hpp"
 #include "probability_type.hpp"
+#include "random_sample.hpp"
 #include "sampling_distributions.hpp"
 #include "stats_entries.h"
 #include "talvo_utils.hpp"
+#include "variate_algorithms.hpp"
 
 TalvoFloat STATS_FRatioProbability_MP(TKernelVector kv, TalvoFloat x, TalvoFloat nu1, TalvoFloat nu2)
 {
@@ -27,6 +29,19 @@ TalvoFloat STATS_FRatioDeviate_MP(TKernelVector kv, TalvoFloat p, TalvoFloat nu1
     return r;
 }
 
+TalvoFloat STATS_FRatioRandomVariate_MP(TKernelVector kv, TalvoFloat nu1, TalvoFloat nu2)
+{
+    TalvoFloat x1 = STATS_ChiSquareRandomVariate_MP(kv, nu1);
+    TalvoFloat x2 = STATS_ChiSquareRandomVariate_MP(kv, nu2);
+    return (x1 * nu2) / (x2 * nu1);
+}
+
+TalvoFloat STATS_FRatioRandomVariate_MP(TKernelVector kv, const TalvoFloat *params)
+{
+    TalvoFloat nu1 = params[0], nu2 = params[1];
+    return STATS_FRatioRandomVariate_MP(kv, nu1, nu2);
+}
+
 STATS_ENTRY ALGEB STATS_TalvoFRatioProbability_MP(TKernelVector kv, ALGEB args)
 {
     stats::EntryFrame f(kv, args, __func__, 3);
@@ -39,4 +54,16 @@ STATS_ENTRY ALGEB STATS_TalvoFRatioDeviate_MP(TKernelVector kv, ALGEB args)
     stats::EntryFrame f(kv, args, __func__, 3);
     TalvoFloat p = f.real(1), nu1 = f.real(2), nu2 = f.real(3);
     return STATS_DoubleToTalvoFloat_MP(kv, STATS_FRatioDeviate_MP(kv, p, nu1, nu2));
+}
+
+STATS_ENTRY ALGEB STATS_TalvoFRatioRandomVariate_MP(TKernelVector kv, ALGEB args)
+{
+    return stats::VariateEntry<2>(kv, args, __func__,
+                                  [](TKernelVector kv, auto... p) { return STATS_FRatioRandomVariate_MP(kv, p...); });
+}
+
+STATS_ENTRY ALGEB STATS_TalvoFRatioRandomSample_MP(TKernelVector kv, ALGEB args)
+{
+    return stats::SampleEntry<2>(kv, args, __func__,
+                                 [](TKernelVector kv, auto... p) { return STATS_FRatioRandomVariate_MP(kv, p...); });
 }

@@ -72,15 +72,14 @@ STATS_ENTRY ALGEB STATS_TalvoNegativeBinomialDeviate_MP(TKernelVector kv, ALGEB 
 
 STATS_ENTRY ALGEB STATS_TalvoNegativeBinomialRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 2);
-    TalvoFloat n = f.real(1), p = f.real(2);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_NegativeBinomialRandomVariate_MP(kv, n, p));
+    return stats::VariateEntry<2>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_NegativeBinomialRandomVariate_MP(kv, p...);
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoNegativeBinomialRandomSample_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 3);
-    int size = f.int32(1);
-    TalvoFloat n = f.real(2), p = f.real(3);
-    return stats::FillRandomSample(kv, size, [&] { return STATS_NegativeBinomialRandomVariate_MP(kv, n, p); });
+    return stats::SampleEntry<2>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_NegativeBinomialRandomVariate_MP(kv, p...);
+    });
 }

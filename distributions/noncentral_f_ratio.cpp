@@ -5,13 +5,16 @@
 // relative accuracy tol with the iteration limit read from the host on every
 // call.  The deviate inverts it with Brent's hybrid search, marching right
 // from the barrier 0 with 5 as its first point, to the absolute tolerance
-// tol.
+// tol.  A variate is (X1 nu2) / (X2 nu1): X1 a non-central chi-square draw
+// by inversion, then X2 a chi-square draw.
 #include "entry_frame.hpp"
 #include "nag_call.hpp"
+#include "random_sample.hpp"
 #include "rootfinding.hpp"
 #include "sampling_distributions.hpp"
 #include "stats_entries.h"
 #include "talvo_utils.hpp"
+#include "variate_algorithms.hpp"
 
 TalvoFloat STATS_NonCentralFRatioProbability_MP(TKernelVector kv, TalvoFloat x, TalvoFloat nu1, TalvoFloat nu2,
                                                 TalvoFloat lambda, TalvoFloat tol)
@@ -37,6 +40,15 @@ TalvoFloat STATS_NonCentralFRatioDeviate_MP(TKernelVector kv, TalvoFloat p, Talv
                                           TalvoFloat(5.0), tol, iterations);
 }
 
+// The numerator is a non-central chi-square by inversion, the denominator a
+// chi-square, drawn in that order.
+TalvoFloat STATS_NonCentralFRatioRandomVariate_MP(TKernelVector kv, TalvoFloat nu1, TalvoFloat nu2, TalvoFloat lambda)
+{
+    TalvoFloat x1 = STATS_NonCentralChiSquareRandomVariate_MP(kv, nu1, lambda, 0);
+    TalvoFloat x2 = STATS_ChiSquareRandomVariate_MP(kv, nu2);
+    return (x1 * nu2) / (x2 * nu1);
+}
+
 // x, nu1, nu2, lambda; the tolerance is 10^-Digits.
 STATS_ENTRY ALGEB STATS_TalvoNonCentralFRatioProbability_MP(TKernelVector kv, ALGEB args)
 {
@@ -53,4 +65,18 @@ STATS_ENTRY ALGEB STATS_TalvoNonCentralFRatioDeviate_MP(TKernelVector kv, ALGEB 
     TalvoFloat p = f.real(1), nu1 = f.real(2), nu2 = f.real(3), lambda = f.real(4);
     TalvoFloat tol = stats::DigitsTolerance(kv);
     return STATS_DoubleToTalvoFloat_MP(kv, STATS_NonCentralFRatioDeviate_MP(kv, p, nu1, nu2, lambda, tol));
+}
+
+STATS_ENTRY ALGEB STATS_TalvoNonCentralFRatioRandomVariate_MP(TKernelVector kv, ALGEB args)
+{
+    return stats::VariateEntry<3>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_NonCentralFRatioRandomVariate_MP(kv, p...);
+    });
+}
+
+STATS_ENTRY ALGEB STATS_TalvoNonCentralFRatioRandomSample_MP(TKernelVector kv, ALGEB args)
+{
+    return stats::SampleEntry<3>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_NonCentralFRatioRandomVariate_MP(kv, p...);
+    });
 }

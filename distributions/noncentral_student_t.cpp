@@ -3,13 +3,16 @@
 //
 // The probability is the numerics library's series, asked for the relative
 // accuracy tol with the iteration limit read from the host on every call.
-// There is no deviate.  Variates (a normal over the root of a scaled
-// chi-square) come from the special variate algorithms.
+// There is no deviate.  A variate is a shifted normal over the root of a
+// scaled chi-square, the chi-square drawn first.
+#include "distributions.hpp"
 #include "entry_frame.hpp"
 #include "nag_call.hpp"
+#include "random_sample.hpp"
 #include "sampling_distributions.hpp"
 #include "stats_entries.h"
 #include "talvo_utils.hpp"
+#include "variate_algorithms.hpp"
 
 TalvoFloat STATS_NonCentralStudentTProbability_MP(TKernelVector kv, TalvoFloat x, TalvoFloat nu, TalvoFloat delta,
                                                   TalvoFloat tol)
@@ -21,6 +24,19 @@ TalvoFloat STATS_NonCentralStudentTProbability_MP(TKernelVector kv, TalvoFloat x
     return r;
 }
 
+TalvoFloat STATS_NonCentralStudentTRandomVariate_MP(TKernelVector kv, TalvoFloat nu, TalvoFloat delta)
+{
+    TalvoFloat y = STATS_ChiSquareRandomVariate_MP(kv, nu);
+    TalvoFloat z = STATS_NormalRandomVariate_MP(kv, delta, TalvoFloat(1.0));
+    return z / sqrt(y / nu);
+}
+
+TalvoFloat STATS_NonCentralStudentTRandomVariate_MP(TKernelVector kv, const TalvoFloat *params)
+{
+    TalvoFloat nu = params[0], delta = params[1];
+    return STATS_NonCentralStudentTRandomVariate_MP(kv, nu, delta);
+}
+
 // x, nu, delta; the tolerance is 10^-Digits.
 STATS_ENTRY ALGEB STATS_TalvoNonCentralStudentTProbability_MP(TKernelVector kv, ALGEB args)
 {
@@ -28,4 +44,18 @@ STATS_ENTRY ALGEB STATS_TalvoNonCentralStudentTProbability_MP(TKernelVector kv, 
     TalvoFloat x = f.real(1), nu = f.real(2), delta = f.real(3);
     TalvoFloat tol = stats::DigitsTolerance(kv);
     return STATS_DoubleToTalvoFloat_MP(kv, STATS_NonCentralStudentTProbability_MP(kv, x, nu, delta, tol));
+}
+
+STATS_ENTRY ALGEB STATS_TalvoNonCentralStudentTRandomVariate_MP(TKernelVector kv, ALGEB args)
+{
+    return stats::VariateEntry<2>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_NonCentralStudentTRandomVariate_MP(kv, p...);
+    });
+}
+
+STATS_ENTRY ALGEB STATS_TalvoNonCentralStudentTRandomSample_MP(TKernelVector kv, ALGEB args)
+{
+    return stats::SampleEntry<2>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_NonCentralStudentTRandomVariate_MP(kv, p...);
+    });
 }

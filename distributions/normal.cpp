@@ -185,9 +185,8 @@ STATS_ENTRY ALGEB STATS_TalvoNormalWApprox_MP(TKernelVector kv, ALGEB args)
 
 STATS_ENTRY ALGEB STATS_TalvoNormalRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 2);
-    TalvoFloat mu = f.real(1), sigma = f.real(2);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_NormalRandomVariate_MP(kv, mu, sigma));
+    return stats::VariateEntry<2>(kv, args, __func__,
+                                  [](TKernelVector kv, auto... p) { return STATS_NormalRandomVariate_MP(kv, p...); });
 }
 
 // The first argument is a length or an existing array, filled in place; as

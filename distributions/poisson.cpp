@@ -68,15 +68,12 @@ STATS_ENTRY ALGEB STATS_TalvoPoissonDeviate_MP(TKernelVector kv, ALGEB args)
 
 STATS_ENTRY ALGEB STATS_TalvoPoissonRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 1);
-    TalvoFloat mu = f.real(1);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_PoissonRandomVariate_MP(kv, mu));
+    return stats::VariateEntry<1>(kv, args, __func__,
+                                  [](TKernelVector kv, auto... p) { return STATS_PoissonRandomVariate_MP(kv, p...); });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoPoissonRandomSample_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 2);
-    int n = f.int32(1);
-    TalvoFloat mu = f.real(2);
-    return stats::FillRandomSample(kv, n, [&] { return STATS_PoissonRandomVariate_MP(kv, mu); });
+    return stats::SampleEntry<1>(kv, args, __func__,
+                                 [](TKernelVector kv, auto... p) { return STATS_PoissonRandomVariate_MP(kv, p...); });
 }

@@ -55,15 +55,12 @@ STATS_ENTRY ALGEB STATS_TalvoStudentTDeviate_MP(TKernelVector kv, ALGEB args)
 
 STATS_ENTRY ALGEB STATS_TalvoStudentTRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 1);
-    TalvoFloat nu = f.real(1);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_StudentTRandomVariate_MP(kv, nu));
+    return stats::VariateEntry<1>(kv, args, __func__,
+                                  [](TKernelVector kv, auto... p) { return STATS_StudentTRandomVariate_MP(kv, p...); });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoStudentTRandomSample_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 2);
-    int n = f.int32(1);
-    TalvoFloat nu = f.real(2);
-    return stats::FillRandomSample(kv, n, [&] { return STATS_StudentTRandomVariate_MP(kv, nu); });
+    return stats::SampleEntry<1>(kv, args, __func__,
+                                 [](TKernelVector kv, auto... p) { return STATS_StudentTRandomVariate_MP(kv, p...); });
 }

@@ -1,7 +1,14 @@
 // random_sample.hpp -- the host arrays that RandomSample entries return.
 #pragma once
 
+#include "entry_frame.hpp"
 #include "stats_api.h"
+#include "talvo_utils.hpp"
+
+#include <array>
+#include <cstddef>
+#include <tuple>
+#include <utility>
 
 // A new one-dimensional array of software floats with bounds 1..n (empty for
 // n <= 0).  The third argument is not read.
@@ -24,6 +31,45 @@ ALGEB FillRandomSample(TKernelVector kv, int n, Draw draw)
     for (int i = 0; i < n; ++i)
         out[i] = draw();
     return sample;
+}
+
+namespace detail {
+
+// Arguments first .. first + N - 1 as reals, converted in that order (the
+// elements of a braced list are initialised left to right).
+template <std::size_t... I>
+std::array<TalvoFloat, sizeof...(I)> ReadReals(const EntryFrame &f, int first, std::index_sequence<I...>)
+{
+    return {f.real(first + int(I))...};
+}
+
+} // namespace detail
+
+// The whole body of a variate entry whose N arguments are the law's reals:
+// the count check, the reals read in order, draw(kv, r1, ..., rN) returned
+// as a host float.  `entry` is the entry's __func__, which names it in the
+// messages.
+//
+//     return stats::VariateEntry<2>(kv, args, __func__,
+//                                   [](TKernelVector kv, auto... p) { return STATS_BetaRandomVariate_MP(kv, p...); });
+template <std::size_t N, class Draw>
+ALGEB VariateEntry(TKernelVector kv, ALGEB args, const char *entry, Draw draw)
+{
+    EntryFrame f(kv, args, entry, int(N));
+    std::array<TalvoFloat, N> p = detail::ReadReals(f, 1, std::make_index_sequence<N>());
+    return std::apply([&](const auto &...r) { return STATS_DoubleToTalvoFloat_MP(kv, draw(kv, r...)); }, p);
+}
+
+// The whole body of the matching sample entry: N + 1 arguments, the 32-bit
+// count first, then the same reals in order; the sample holds count draws of
+// draw(kv, r1, ..., rN).
+template <std::size_t N, class Draw>
+ALGEB SampleEntry(TKernelVector kv, ALGEB args, const char *entry, Draw draw)
+{
+    EntryFrame f(kv, args, entry, int(N) + 1);
+    int n = f.int32(1);
+    std::array<TalvoFloat, N> p = detail::ReadReals(f, 2, std::make_index_sequence<N>());
+    return std::apply([&](const auto &...r) { return FillRandomSample(kv, n, [&] { return draw(kv, r...); }); }, p);
 }
 
 } // namespace stats

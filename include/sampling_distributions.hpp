@@ -22,9 +22,9 @@
 //
 // Random variates: the inversion draw of Student's t is defined here (one
 // uniform, then the deviate).  The other variates are built on the gamma
-// and normal generators and are defined with the special variate
-// algorithms; they are declared here so that generators and entries can
-// reach every law of this header through one place.
+// and normal generators and are declared with them in
+// variate_algorithms.hpp; each is defined in its law's source file, beside
+// its probability and deviate.
 #pragma once
 
 #include "callback_adapters.hpp"

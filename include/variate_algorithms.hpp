@@ -11,6 +11,11 @@
 // variates inherit those generators' laws (ziggurat.hpp; docs/variates.md
 // says what that means for each variate).
 //
+// Each variate is defined in its law's own source file of distributions/
+// (gamma.cpp, beta.cpp, noncentral_beta.cpp, maxwell.cpp, ...); the gamma
+// squeeze that gamma, beta and chi-square draws share (Setup, Main and their
+// refusals) in distributions/variates/gamma_squeeze.cpp.
+//
 // Parameters are trusted as they come, with one exception: a parameter that
 // would make a draw loop without end (a gamma shape that is not positive, a
 // chi-square count of degrees of freedom that is not positive, a sum of
@@ -31,6 +36,22 @@ STATS_API TalvoFloat STATS_GammaRandomVariateMain_MP(TKernelVector kv, TalvoFloa
                                                      TalvoFloat c);
 STATS_API TalvoFloat STATS_GammaRandomVariate_MP(TKernelVector kv, TalvoFloat scale, TalvoFloat shape);
 STATS_API TalvoFloat STATS_GammaRandomVariate_MP(TKernelVector kv, const TalvoFloat *params);
+
+namespace stats {
+
+// Why a draw of Main would never finish, for laws built on it that refuse a
+// parameter in their own terms (chi-square).
+enum class GammaRefusal {
+    None,
+    Rejects,  // the rejection loop would run with c undefined: v never > 0
+    Recurses, // shape + 1 no longer grows (-infinity, or beyond the
+              // precision), or the chain of shapes below 1 is longer than
+              // 100000
+};
+// The refusal, if any, of a draw of this shape with c from Setup.
+GammaRefusal GammaDrawRefusal(const TalvoFloat &shape, const TalvoFloat &c);
+
+} // namespace stats
 
 // Beta (a, b): X / (X + Y) with X, Y unit-scale gamma draws of shapes a, b.
 STATS_API TalvoFloat STATS_BetaRandomVariate_MP(TKernelVector kv, TalvoFloat a, TalvoFloat b);

@@ -81,3 +81,57 @@ TEST(NormalSample, LengthsAndRefusals)
               "Error: TalvoNormalRandomVariate expects 2 arguments, received: 0");
     EXPECT_EQ(result(STATS_TalvoNormalRandomSample_MP, "3, m, 1"), "Error: unable to evaluate m to floating-point");
 }
+
+namespace {
+
+// Entries built on the variate and sample helpers, with a draw that shows
+// the reals it was given and the order they came in.
+TalvoFloat Probe(TKernelVector, TalvoFloat a, TalvoFloat b, TalvoFloat c)
+{
+    return a * TalvoFloat(100.0) + b * TalvoFloat(10.0) + c;
+}
+
+ALGEB STATS_TalvoProbeRandomVariate_MP(TKernelVector kv, ALGEB args)
+{
+    return stats::VariateEntry<3>(kv, args, __func__, [](TKernelVector kv, auto... p) { return Probe(kv, p...); });
+}
+
+int g_draws = 0;
+
+ALGEB STATS_TalvoProbeRandomSample_MP(TKernelVector kv, ALGEB args)
+{
+    return stats::SampleEntry<3>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        ++g_draws;
+        return Probe(kv, p...);
+    });
+}
+
+} // namespace
+
+TEST(VariateEntries, TheRealsReachTheDrawInOrder)
+{
+    EXPECT_EQ(result(STATS_TalvoProbeRandomVariate_MP, "1, 2, 3"), "123.");
+    EXPECT_EQ(result(STATS_TalvoProbeRandomVariate_MP, "1/2, 0.25, 7"), "59.5");
+    g_draws = 0;
+    EXPECT_EQ(result(STATS_TalvoProbeRandomSample_MP, "2, 3, 2, 1"), "Array(1..2, [321., 321.], datatype = sfloat)");
+    EXPECT_EQ(g_draws, 2);
+    g_draws = 0;
+    EXPECT_EQ(RTableUpperBound(kv(), call(STATS_TalvoProbeRandomSample_MP, "0, 1, 2, 3"), 1), 0);
+    EXPECT_EQ(g_draws, 0);
+}
+
+TEST(VariateEntries, CountFirstThenTheArgumentsInOrder)
+{
+    EXPECT_EQ(result(STATS_TalvoProbeRandomVariate_MP, "1, 2"),
+              "Error: TalvoProbeRandomVariate expects 3 arguments, received: 1, 2");
+    EXPECT_EQ(result(STATS_TalvoProbeRandomSample_MP, "1, 2, 3"),
+              "Error: TalvoProbeRandomSample expects 4 arguments, received: 1, 2, 3");
+    // The count is checked before anything is converted; then the first bad
+    // argument is the one reported, the sample's length before its reals.
+    EXPECT_EQ(result(STATS_TalvoProbeRandomVariate_MP, "x, y"),
+              "Error: TalvoProbeRandomVariate expects 3 arguments, received: x, y");
+    EXPECT_EQ(result(STATS_TalvoProbeRandomVariate_MP, "1, y, z"), "Error: unable to evaluate y to floating-point");
+    EXPECT_EQ(result(STATS_TalvoProbeRandomSample_MP, "2, 1, y, z"), "Error: unable to evaluate y to floating-point");
+    EXPECT_EQ(result(STATS_TalvoProbeRandomSample_MP, "2.5, x, 2, 3"),
+              "Error: integer conversion: expecting an integer in the range of the native type, got 2.5");
+}
