@@ -66,15 +66,12 @@ STATS_ENTRY ALGEB STATS_TalvoGeometricDeviate_MP(TKernelVector kv, ALGEB args)
 
 STATS_ENTRY ALGEB STATS_TalvoGeometricRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 1);
-    TalvoFloat p = f.real(1);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_GeometricRandomVariate_MP(kv, p));
+    return stats::VariateEntry<1>(
+        kv, args, __func__, [](TKernelVector kv, auto... p) { return STATS_GeometricRandomVariate_MP(kv, p...); });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoGeometricRandomSample_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 2);
-    int n = f.int32(1);
-    TalvoFloat p = f.real(2);
-    return stats::FillRandomSample(kv, n, [&] { return STATS_GeometricRandomVariate_MP(kv, p); });
+    return stats::SampleEntry<1>(kv, args, __func__,
+                                 [](TKernelVector kv, auto... p) { return STATS_GeometricRandomVariate_MP(kv, p...); });
 }

@@ -52,15 +52,12 @@ STATS_ENTRY ALGEB STATS_TalvoGumbelDeviate_MP(TKernelVector kv, ALGEB args)
 
 STATS_ENTRY ALGEB STATS_TalvoGumbelRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 2);
-    TalvoFloat a = f.real(1), b = f.real(2);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_GumbelRandomVariate_MP(kv, a, b));
+    return stats::VariateEntry<2>(kv, args, __func__,
+                                  [](TKernelVector kv, auto... p) { return STATS_GumbelRandomVariate_MP(kv, p...); });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoGumbelRandomSample_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 3);
-    int n = f.int32(1);
-    TalvoFloat a = f.real(2), b = f.real(3);
-    return stats::FillRandomSample(kv, n, [&] { return STATS_GumbelRandomVariate_MP(kv, a, b); });
+    return stats::SampleEntry<2>(kv, args, __func__,
+                                 [](TKernelVector kv, auto... p) { return STATS_GumbelRandomVariate_MP(kv, p...); });
 }

@@ -50,15 +50,12 @@ STATS_ENTRY ALGEB STATS_TalvoLogNormalDeviate_MP(TKernelVector kv, ALGEB args)
 
 STATS_ENTRY ALGEB STATS_TalvoLogNormalRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 2);
-    TalvoFloat mu = f.real(1), sigma = f.real(2);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_LogNormalRandomVariate_MP(kv, mu, sigma));
+    return stats::VariateEntry<2>(
+        kv, args, __func__, [](TKernelVector kv, auto... p) { return STATS_LogNormalRandomVariate_MP(kv, p...); });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoLogNormalRandomSample_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 3);
-    int n = f.int32(1);
-    TalvoFloat mu = f.real(2), sigma = f.real(3);
-    return stats::FillRandomSample(kv, n, [&] { return STATS_LogNormalRandomVariate_MP(kv, mu, sigma); });
+    return stats::SampleEntry<2>(kv, args, __func__,
+                                 [](TKernelVector kv, auto... p) { return STATS_LogNormalRandomVariate_MP(kv, p...); });
 }

@@ -74,15 +74,12 @@ STATS_ENTRY ALGEB STATS_TalvoParetoDeviate_MP(TKernelVector kv, ALGEB args)
 
 STATS_ENTRY ALGEB STATS_TalvoParetoRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 2);
-    TalvoFloat a = f.real(1), c = f.real(2);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_ParetoRandomVariate_MP(kv, a, c));
+    return stats::VariateEntry<2>(kv, args, __func__,
+                                  [](TKernelVector kv, auto... p) { return STATS_ParetoRandomVariate_MP(kv, p...); });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoParetoRandomSample_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 3);
-    int n = f.int32(1);
-    TalvoFloat a = f.real(2), c = f.real(3);
-    return stats::FillRandomSample(kv, n, [&] { return STATS_ParetoRandomVariate_MP(kv, a, c); });
+    return stats::SampleEntry<2>(kv, args, __func__,
+                                 [](TKernelVector kv, auto... p) { return STATS_ParetoRandomVariate_MP(kv, p...); });
 }

@@ -57,15 +57,12 @@ STATS_ENTRY ALGEB STATS_TalvoPowerDeviate_MP(TKernelVector kv, ALGEB args)
 
 STATS_ENTRY ALGEB STATS_TalvoPowerRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 2);
-    TalvoFloat b = f.real(1), c = f.real(2);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_PowerRandomVariate_MP(kv, b, c));
+    return stats::VariateEntry<2>(kv, args, __func__,
+                                  [](TKernelVector kv, auto... p) { return STATS_PowerRandomVariate_MP(kv, p...); });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoPowerRandomSample_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 3);
-    int n = f.int32(1);
-    TalvoFloat b = f.real(2), c = f.real(3);
-    return stats::FillRandomSample(kv, n, [&] { return STATS_PowerRandomVariate_MP(kv, b, c); });
+    return stats::SampleEntry<2>(kv, args, __func__,
+                                 [](TKernelVector kv, auto... p) { return STATS_PowerRandomVariate_MP(kv, p...); });
 }

@@ -59,15 +59,12 @@ STATS_ENTRY ALGEB STATS_TalvoRayleighDeviate_MP(TKernelVector kv, ALGEB args)
 
 STATS_ENTRY ALGEB STATS_TalvoRayleighRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 1);
-    TalvoFloat b = f.real(1);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_RayleighRandomVariate_MP(kv, b));
+    return stats::VariateEntry<1>(kv, args, __func__,
+                                  [](TKernelVector kv, auto... p) { return STATS_RayleighRandomVariate_MP(kv, p...); });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoRayleighRandomSample_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 2);
-    int n = f.int32(1);
-    TalvoFloat b = f.real(2);
-    return stats::FillRandomSample(kv, n, [&] { return STATS_RayleighRandomVariate_MP(kv, b); });
+    return stats::SampleEntry<1>(kv, args, __func__,
+                                 [](TKernelVector kv, auto... p) { return STATS_RayleighRandomVariate_MP(kv, p...); });
 }

@@ -69,15 +69,12 @@ STATS_ENTRY ALGEB STATS_TalvoTriangularDeviate_MP(TKernelVector kv, ALGEB args)
 
 STATS_ENTRY ALGEB STATS_TalvoTriangularRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 3);
-    TalvoFloat a = f.real(1), b = f.real(2), c = f.real(3);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_TriangularRandomVariate_MP(kv, a, b, c));
+    return stats::VariateEntry<3>(
+        kv, args, __func__, [](TKernelVector kv, auto... p) { return STATS_TriangularRandomVariate_MP(kv, p...); });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoTriangularRandomSample_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 4);
-    int n = f.int32(1);
-    TalvoFloat a = f.real(2), b = f.real(3), c = f.real(4);
-    return stats::FillRandomSample(kv, n, [&] { return STATS_TriangularRandomVariate_MP(kv, a, b, c); });
+    return stats::SampleEntry<3>(
+        kv, args, __func__, [](TKernelVector kv, auto... p) { return STATS_TriangularRandomVariate_MP(kv, p...); });
 }
