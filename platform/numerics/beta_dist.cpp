@@ -147,7 +147,8 @@ void TalvoMP_g01eec(TalvoFloat x, TalvoFloat a, TalvoFloat b, TalvoFloat tol, Ta
             *pdf = dv;
     };
     if (!call.at_least("x", x, 0) || !call.at_most("x", x, 1) || !call.finite("a", a) || !call.greater("a", a, 0) ||
-        !call.finite("b", b) || !call.greater("b", b, 0)) {
+        !call.finite("b", b) || !call.greater("b", b, 0) ||
+        !call.not_tiny("a", a) || !call.not_tiny("b", b)) {
         TalvoFloat u = Call::undefined();
         set_all(u, u, u);
         return;
@@ -236,7 +237,8 @@ TalvoFloat TalvoMP_g01fec(TalvoFloat p, TalvoFloat a, TalvoFloat b, TalvoFloat t
 {
     Call call("TalvoMP_g01fec", fail);
     if (!call.at_least("p", p, 0) || !call.at_most("p", p, 1) || !call.finite("a", a) || !call.greater("a", a, 0) ||
-        !call.finite("b", b) || !call.greater("b", b, 0) || !call.defined("tol", tol))
+        !call.finite("b", b) || !call.greater("b", b, 0) || !call.defined("tol", tol) ||
+        !call.not_tiny("a", a) || !call.not_tiny("b", b))
         return Call::undefined();
     Target target = target_for_tol(tol);
     if (float_is_zero(p) || float_cmp_si(p, 1) == 0)

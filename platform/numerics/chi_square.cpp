@@ -25,13 +25,22 @@ TalvoFloat TalvoMP_g01ecc(Nag_TailProbability tail, TalvoFloat x, TalvoFloat df,
         bool at_zero = float_is_zero(x);
         return float_from_si((lower == at_zero) ? 0 : 1, target.out_prec);
     }
-    Fmpq a;
-    fmpq_set_float(a, df);
-    fmpq_div_2exp(a, a, 1);
     Arb hx, r;
     arb_set_float(hx, x);
     arb_mul_2exp_si(hx, hx, -1);
     GammaPoint pt = gamma_point_fixed(hx);
+    if (shape_is_tiny(df)) {
+        Arb ta;
+        arb_set_float(ta, df);
+        arb_mul_2exp_si(ta, ta, -1);
+        Status s = ziv({r}, target, 12, [&](slong wp) {
+            return lower ? gamma_pq_tiny(r, nullptr, ta, pt, wp) : gamma_pq_tiny(nullptr, r, ta, pt, wp);
+        });
+        return call.result(r, target, s);
+    }
+    Fmpq a;
+    fmpq_set_float(a, df);
+    fmpq_div_2exp(a, a, 1);
     Status s = ziv({r}, target, 12, [&](slong wp) {
         return lower ? gamma_pq(r, nullptr, a, pt, target.goal, wp) : gamma_pq(nullptr, r, a, pt, target.goal, wp);
     });
@@ -41,7 +50,8 @@ TalvoFloat TalvoMP_g01ecc(Nag_TailProbability tail, TalvoFloat x, TalvoFloat df,
 TalvoFloat TalvoMP_g01fcc(TalvoFloat p, TalvoFloat df, NagError *fail)
 {
     Call call("TalvoMP_g01fcc", fail);
-    if (!call.at_least("p", p, 0) || !call.less("p", p, 1) || !call.finite("df", df) || !call.greater("df", df, 0))
+    if (!call.at_least("p", p, 0) || !call.less("p", p, 1) || !call.finite("df", df) || !call.greater("df", df, 0) ||
+        !call.not_tiny("df", df))
         return Call::undefined();
     Target target = target_full();
     if (float_is_zero(p))

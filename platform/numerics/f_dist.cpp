@@ -20,7 +20,8 @@ TalvoFloat TalvoMP_g01edc(Nag_TailProbability tail, TalvoFloat f, TalvoFloat df1
 {
     Call call("TalvoMP_g01edc", fail);
     if (!call.tail_lower_upper(tail) || !call.at_least("f", f, 0) || !call.finite("df1", df1) ||
-        !call.greater("df1", df1, 0) || !call.finite("df2", df2) || !call.greater("df2", df2, 0))
+        !call.greater("df1", df1, 0) || !call.finite("df2", df2) || !call.greater("df2", df2, 0) ||
+        !call.not_tiny("df1", df1) || !call.not_tiny("df2", df2))
         return Call::undefined();
     Target target = target_full();
     bool lower = tail == Nag_LowerTail;
@@ -56,7 +57,8 @@ TalvoFloat TalvoMP_g01fdc(TalvoFloat p, TalvoFloat df1, TalvoFloat df2, NagError
 {
     Call call("TalvoMP_g01fdc", fail);
     if (!call.at_least("p", p, 0) || !call.less("p", p, 1) || !call.finite("df1", df1) ||
-        !call.greater("df1", df1, 0) || !call.finite("df2", df2) || !call.greater("df2", df2, 0))
+        !call.greater("df1", df1, 0) || !call.finite("df2", df2) || !call.greater("df2", df2, 0) ||
+        !call.not_tiny("df1", df1) || !call.not_tiny("df2", df2))
         return Call::undefined();
     Target target = target_full();
     if (float_is_zero(p))

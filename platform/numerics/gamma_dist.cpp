@@ -69,13 +69,23 @@ TalvoFloat TalvoMP_g01efc(Nag_TailProbability tail, TalvoFloat g, TalvoFloat a, 
         bool at_zero = float_is_zero(g);
         return float_from_si((lower == at_zero) ? 0 : 1, target.out_prec);
     }
-    Fmpq aq;
-    fmpq_set_float(aq, a);
     Arb ag, ab, x, r;
     arb_set_float(ag, g);
     arb_set_float(ab, b);
-    arb_div(x, ag, ab, target.goal + 64);
     GammaPoint pt = [&](arb_ptr t, slong prec) { arb_div(t, ag, ab, prec); };
+    if (shape_is_tiny(a)) {
+        // The limit form's condition number in x is about a (|ln x| + 1):
+        // the rounding of g / b costs nothing.
+        Arb ta;
+        arb_set_float(ta, a);
+        Status s = ziv({r}, target, 12, [&](slong wp) {
+            return lower ? gamma_pq_tiny(r, nullptr, ta, pt, wp) : gamma_pq_tiny(nullptr, r, ta, pt, wp);
+        });
+        return call.result(r, target, s);
+    }
+    Fmpq aq;
+    fmpq_set_float(aq, a);
+    arb_div(x, ag, ab, target.goal + 64);
     Status s = ziv({r}, target, point_guard(x, aq), [&](slong wp) {
         return lower ? gamma_pq(r, nullptr, aq, pt, target.goal, wp) : gamma_pq(nullptr, r, aq, pt, target.goal, wp);
     });
@@ -86,7 +96,7 @@ TalvoFloat TalvoMP_g01ffc(TalvoFloat p, TalvoFloat a, TalvoFloat b, TalvoFloat t
 {
     Call call("TalvoMP_g01ffc", fail);
     if (!call.at_least("p", p, 0) || !call.less("p", p, 1) || !call.finite("a", a) || !call.greater("a", a, 0) ||
-        !call.finite("b", b) || !call.greater("b", b, 0) || !call.defined("tol", tol))
+        !call.finite("b", b) || !call.greater("b", b, 0) || !call.defined("tol", tol) || !call.not_tiny("a", a))
         return Call::undefined();
     Target target = target_for_tol(tol);
     if (float_is_zero(p))

@@ -82,7 +82,8 @@ using namespace talvo::mp;
 TalvoFloat TalvoMP_g01ebc(Nag_TailProbability tail, TalvoFloat t, TalvoFloat df, NagError *fail)
 {
     Call call("TalvoMP_g01ebc", fail);
-    if (!call.tail_any(tail) || !call.defined("t", t) || !call.finite("df", df) || !call.greater("df", df, 0))
+    if (!call.tail_any(tail) || !call.defined("t", t) || !call.finite("df", df) || !call.greater("df", df, 0) ||
+        !call.not_tiny("df", df))
         return Call::undefined();
     Target target = target_full();
     int sign = float_sgn(t);
@@ -145,7 +146,7 @@ TalvoFloat TalvoMP_g01fbc(Nag_TailProbability tail, TalvoFloat p, TalvoFloat df,
 {
     Call call("TalvoMP_g01fbc", fail);
     if (!call.tail_any(tail) || !call.greater("p", p, 0) || !call.less("p", p, 1) || !call.finite("df", df) ||
-        !call.greater("df", df, 0))
+        !call.greater("df", df, 0) || !call.not_tiny("df", df))
         return Call::undefined();
     Target target = target_full();
     Fmpq dq;

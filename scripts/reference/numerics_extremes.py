@@ -78,6 +78,17 @@ def chi_upper(x, df):
     return mp.gammainc(df / 2, x / 2, mp.inf, regularized=True)
 
 
+def gamma_upper_tiny(a, x):
+    """Q(a, x) for a shape a far below 2^-131072: a E1(x) x^a / Gamma(1 + a).
+
+    Q = a E1(x) exp(a L) / Gamma(1 + a) with L between ln x and -x - ln E1(x)
+    (log-convexity of int_x^inf t^(s-1) e^-t dt in s), so the relative error of
+    this form is about a (|ln x| + x), far below any digit printed here.
+    mpmath's own gammainc is not used: its series in a would not finish.
+    """
+    return a * mp.e1(x) * mp.exp(a * mp.log(x)) / mp.gamma(1 + a)
+
+
 def beta_lower(x, a, b):
     return mp.betainc(a, b, 0, x, regularized=True)
 
@@ -119,6 +130,17 @@ CASES = [
     ("g01ecc_U", ["1e20", "3"], 0, lambda: mpf(0)),
     ("g01ecc_U", ["1e7", "3"], 0, lambda: chi_upper(R("1e7"), mpf(3))),
     ("g01ecc_L", ["1e300", "3"], 0, lambda: mpf(1)),
+    # chi-square and gamma at tiny shapes: the limit form
+    ("g01ecc_U", ["1", "1e-100000000"], 0, lambda: gamma_upper_tiny(R("1e-100000000") / 2, mpf(1) / 2)),
+    ("g01ecc_L", ["1", "1e-100000000"], 0, lambda: mpf(1)),
+    ("g01ecc_U", ["1e-300", "tiny"], 0, lambda: flush(gamma_upper_tiny(arg("tiny") / 2, R("1e-300") / 2))),
+    ("g01ecc_U", ["1", "tiny"], 0, lambda: flush(gamma_upper_tiny(arg("tiny") / 2, mpf(1) / 2))),
+    ("g01ecc_L", ["1e-300", "tiny"], 0, lambda: mpf(1)),
+    ("g01efc_U", ["1", "1e-100000000", "1"], 0, lambda: gamma_upper_tiny(R("1e-100000000"), mpf(1))),
+    ("g01efc_U", ["1e7", "1e-100000000", "1"], 0, lambda: gamma_upper_tiny(R("1e-100000000"), mpf(10) ** 7)),
+    ("g01efc_U", ["1e-300", "tiny", "1e300"], 0,
+     lambda: flush(gamma_upper_tiny(arg("tiny"), R("1e-300") / R("1e300")))),
+    ("g01efc_L", ["1e-300", "1e-100000000", "1"], 0, lambda: mpf(1)),
     # beta
     ("g01eec", ["1e-300", "0.5", "3"], 0, lambda: beta_lower(R("1e-300"), R("0.5"), mpf(3))),
     ("g01eec", ["1e-300", "3", "0.5"], 0, lambda: flush(beta_lower(R("1e-300"), mpf(3), R("0.5")))),

@@ -20,6 +20,7 @@
 #include <map>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -169,17 +170,21 @@ std::vector<std::vector<std::string>> Grid(const std::vector<std::vector<std::st
 const std::vector<std::string> kX = {"-inf", "-1e300", "-1e20", "-1e7", "-40000", "-1", "0", "1e-300", "1", "40000",
                                      "1e7", "1e20", "1e300", "inf"};
 const std::vector<std::string> kPosX = {"0", "1e-300", "1", "1e7", "1e20", "1e300", "inf"};
-// Shapes and degrees of freedom go down to 1e-300, not to the smallest float:
-// at 2^-1073741825 the incomplete gamma and beta series and the deviates do
-// not finish in reasonable time yet (see docs/numerics.md).
-const std::vector<std::string> kDf = {"1e-300", "0.5", "3", "1e15", "9223372036854775808", "1e300", "inf"};
-const std::vector<std::string> kDfShort = {"1e-300", "0.5", "3", "1e15", "9223372036854775808", "1e300"};
+// Shapes and degrees of freedom go down to the smallest float ("tiny"): the
+// gamma family answers from its limit form there, the others refuse shapes
+// below 2^-131072 clearly.
+const std::vector<std::string> kDf = {"tiny", "1e-100000000", "1e-300", "0.5", "3", "1e15", "9223372036854775808",
+                                      "1e300", "inf"};
+const std::vector<std::string> kDfShort = {"tiny", "1e-100000000", "1e-300", "0.5", "3", "1e15",
+                                           "9223372036854775808", "1e300"};
 // Deviates leave out 1e15 and 2^63 (a chi-square deviate at df = 1e15 takes
 // half a minute).
-const std::vector<std::string> kDfDeviate = {"1e-300", "0.5", "3", "1e300"};
+const std::vector<std::string> kDfDeviate = {"tiny", "1e-100000000", "1e-300", "0.5", "3", "1e300"};
 // Three-parameter grids leave 1e15 and 2^63 to the two-parameter ones: an F
 // or beta probability there takes half a minute.
-const std::vector<std::string> kDf3 = {"1e-300", "0.5", "3", "1e300"};
+const std::vector<std::string> kDf3 = {"tiny", "1e-100000000", "1e-300", "0.5", "3", "1e300"};
+// The noncentral routines: small grids per parameter.
+const std::vector<std::string> kDfNc = {"tiny", "1e-100000000", "1e-300", "3", "1e300"};
 const std::vector<std::string> kP = {"tiny", "1e-300", "1e-10", "0.5", "0.999", "1-tiny"};
 const std::vector<std::string> kUnit = {"0", "tiny", "1e-300", "0.5", "1-tiny", "1"};
 const std::vector<std::string> kN = {"0", "1", "1000", "1000000000000000", "max"};
@@ -211,11 +216,11 @@ std::vector<Sweep> Sweeps()
     for (const char *k : {"g01efc_L", "g01efc_U"})
         s.push_back({k, Grid({kPosX, kDfShort, {"1e-300", "1", "1e300"}})});
     s.push_back({"g01ffc", Grid({kP, kDfDeviate, {"1e-300", "1", "1e300"}})});
-    s.push_back({"g01gbc", Grid({{"-1e300", "-1e7", "0", "1", "1e7", "1e300", "inf"}, {"1e-300", "3", "1e300"},
+    s.push_back({"g01gbc", Grid({{"-1e300", "-1e7", "0", "1", "1e7", "1e300", "inf"}, kDfNc,
                                  {"-1e7", "0", "1", "1e7", "1e300"}})});
-    s.push_back({"g01gcc", Grid({kPosX, {"0", "1e-300", "3", "1e15", "1e300"}, {"0", "1e-300", "3", "1e7", "1e15", "1e300"}})});
-    s.push_back({"g01gdc", Grid({kPosX, {"1e-300", "3", "1e300"}, {"1e-300", "3", "1e300"}, {"0", "3", "1e7", "1e300"}})});
-    s.push_back({"g01gec", Grid({kUnit, {"1e-300", "3", "1e300"}, {"1e-300", "3", "1e300"}, {"0", "3", "1e7", "1e300"}})});
+    s.push_back({"g01gcc", Grid({kPosX, {"0", "tiny", "1e-100000000", "1e-300", "3", "1e15", "1e300"}, {"0", "1e-300", "3", "1e7", "1e15", "1e300"}})});
+    s.push_back({"g01gdc", Grid({kPosX, kDfNc, kDfNc, {"0", "3", "1e7", "1e300"}})});
+    s.push_back({"g01gec", Grid({kUnit, kDfNc, kDfNc, {"0", "3", "1e7", "1e300"}})});
     s.push_back({"g01bjc", Grid({kN, {"tiny", "1e-300", "0.5", "1-tiny"}, {"0", "1", "1000", "1000000000000000", "max"}})});
     s.push_back({"g01bkc", Grid({{"tiny", "1e-300", "3", "1e15", "1e300", "inf"}, {"0", "1", "1000", "1000000000000000", "max"}})});
     s.push_back({"g01blc", Grid({kN, kN, kN, {"0", "5", "1000", "1000000000000000", "max"}})});
@@ -328,4 +333,37 @@ TEST(NumericsExtremes, FarTailsAgreeWithMpmath)
         mpfr_clears(r, diff, (mpfr_ptr) nullptr);
     }
     EXPECT_GE(rows, 60);
+}
+
+// A shape far below 2^-131072: the chi-square and gamma probabilities answer
+// from their limit form, the rest refuse with a message naming the routine
+// and the argument; neither takes long.
+TEST(NumericsExtremes, TinyShapesAnswerOrRefuseQuickly)
+{
+    DigitsScope d(15);
+    Outcome chi = RunCase("g01ecc_U", {"1", "1e-100000000"});
+    EXPECT_EQ(chi.code, NE_NOERROR) << chi.message;
+    EXPECT_LT(chi.seconds, 1.0);
+    Outcome lower = RunCase("g01ecc_L", {"1", "1e-100000000"});
+    EXPECT_EQ(lower.code, NE_NOERROR) << lower.message;
+    EXPECT_TRUE(lower.values[0] == TalvoFloat(1.0));
+    // The gamma's upper tail at the smallest float as shape is a E1(x):
+    // positive, near the bottom of the float range.
+    Outcome g = RunCase("g01efc_U", {"1e-300", "tiny", "1e300"});
+    EXPECT_EQ(g.code, NE_NOERROR) << g.message;
+    EXPECT_TRUE(g.values[0] > TalvoFloat(0.0));
+    for (const auto &[key, args, arg] : std::vector<std::tuple<std::string, std::vector<std::string>, std::string>>{
+             {"g01fbc_L", {"0.9", "1e-100000000"}, "df"},
+             {"g01fcc", {"0.5", "tiny"}, "df"},
+             {"g01ebc_L", {"1", "tiny"}, "df"},
+             {"g01edc_U", {"1", "3", "1e-100000000"}, "df2"},
+             {"g01eec", {"0.5", "1e-100000000", "3"}, "a"},
+             {"g01fec", {"0.5", "3", "tiny"}, "b"},
+             {"g01ffc", {"0.5", "tiny", "1"}, "a"}}) {
+        Outcome o = RunCase(key, args);
+        EXPECT_EQ(o.code, NE_TOO_COSTLY) << key;
+        EXPECT_NE(o.message.find(": " + arg + " = "), std::string::npos) << key << ": " << o.message;
+        EXPECT_NE(o.message.find("is too small"), std::string::npos) << key << ": " << o.message;
+        EXPECT_LT(o.seconds, 1.0) << key;
+    }
 }

@@ -38,6 +38,12 @@ Target target_for_tol(const TalvoFloat &tol)
     return t;
 }
 
+bool shape_is_tiny(const TalvoFloat &x)
+{
+    mpfr_srcptr v = x.mpfr();
+    return mpfr_regular_p(v) && mpfr_get_exp(v) <= -kTinyShapeBits;
+}
+
 bool accurate_to(arb_srcptr x, slong goal)
 {
     if (arb_is_exact(x))
@@ -279,6 +285,15 @@ bool Call::int_at_most(const char *name, Integer v, Integer bound, const char *b
     std::string b = bound_text != nullptr ? std::string(bound_text) + " = " + std::to_string(bound)
                                           : std::to_string(bound);
     fail(NE_ARG_COMBINATION, range_message(name, std::to_string(v), "<=", b));
+    return false;
+}
+
+bool Call::not_tiny(const char *name, const TalvoFloat &x)
+{
+    if (!shape_is_tiny(x))
+        return true;
+    fail(NE_TOO_COSTLY, std::string(name) + " = " + float_text(x) + " is too small: this routine needs " + name + " >= 2^-" +
+                            std::to_string(kTinyShapeBits) + " (or " + name + " = 0 where 0 is allowed).");
     return false;
 }
 

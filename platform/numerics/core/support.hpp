@@ -36,6 +36,14 @@ struct Target {
 
 // The current "Digits".
 Target target_full();
+
+// Shapes and degrees of freedom are turned into exact rationals for the
+// hypergeometric series; one below 2^-kTinyShapeBits would give a denominator
+// of more bits than that, and series whose every term costs minutes.  Such a
+// shape takes a limit form (the incomplete gamma functions) or is refused.
+constexpr slong kTinyShapeBits = 131072;
+// True when x is nonzero and |x| < 2^-kTinyShapeBits.
+bool shape_is_tiny(const TalvoFloat &x);
 // The current "Digits", or fewer digits when tol asks for less: tol in
 // [10^-D, 1) asks for ceil(-log10(tol)) digits; anything else for all D.
 Target target_for_tol(const TalvoFloat &tol);
@@ -142,6 +150,9 @@ public:
     // v <= bound, where bound is another argument or an expression of them
     // (named by bound_text): NE_ARG_COMBINATION.
     bool int_at_most(const char *name, Integer v, Integer bound, const char *bound_text);
+    // x is not a tiny shape (see shape_is_tiny): NE_TOO_COSTLY, for the
+    // routines that have no limit form for such a shape.
+    bool not_tiny(const char *name, const TalvoFloat &x);
     // tail must be Nag_LowerTail or Nag_UpperTail.
     bool tail_lower_upper(Nag_TailProbability tail);
     // tail must be one of the four tails of a symmetric distribution.

@@ -48,7 +48,7 @@ TalvoFloat TalvoMP_g01gec(TalvoFloat x, TalvoFloat a, TalvoFloat b, TalvoFloat l
 {
     Call call("TalvoMP_g01gec", fail);
     if (!call.at_least("x", x, 0) || !call.at_most("x", x, 1) || !call.finite("a", a) || !call.greater("a", a, 0) ||
-        !call.finite("b", b) || !call.greater("b", b, 0) || !call.finite("lambda", lambda) ||
+        !call.finite("b", b) || !call.greater("b", b, 0) || !call.not_tiny("a", a) || !call.not_tiny("b", b) || !call.finite("lambda", lambda) ||
         !call.at_least("lambda", lambda, 0) || !call.defined("tol", tol) ||
         !call.int_at_least("max_iter", max_iter, 1))
         return Call::undefined();
@@ -73,7 +73,8 @@ TalvoFloat TalvoMP_g01gdc(TalvoFloat f, TalvoFloat df1, TalvoFloat df2, TalvoFlo
 {
     Call call("TalvoMP_g01gdc", fail);
     if (!call.at_least("f", f, 0) || !call.finite("df1", df1) || !call.greater("df1", df1, 0) ||
-        !call.finite("df2", df2) || !call.greater("df2", df2, 0) || !call.finite("lambda", lambda) ||
+        !call.finite("df2", df2) || !call.greater("df2", df2, 0) || !call.not_tiny("df1", df1) ||
+        !call.not_tiny("df2", df2) || !call.finite("lambda", lambda) ||
         !call.at_least("lambda", lambda, 0) || !call.defined("tol", tol) ||
         !call.int_at_least("max_iter", max_iter, 1))
         return Call::undefined();

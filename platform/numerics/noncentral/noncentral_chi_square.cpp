@@ -14,7 +14,7 @@ TalvoFloat TalvoMP_g01gcc(TalvoFloat x, TalvoFloat df, TalvoFloat lambda, TalvoF
                           NagError *fail)
 {
     Call call("TalvoMP_g01gcc", fail);
-    if (!call.at_least("x", x, 0) || !call.finite("df", df) || !call.at_least("df", df, 0) ||
+    if (!call.at_least("x", x, 0) || !call.finite("df", df) || !call.at_least("df", df, 0) || !call.not_tiny("df", df) ||
         !call.finite("lambda", lambda) || !call.at_least("lambda", lambda, 0) || !call.defined("tol", tol) ||
         !call.int_at_least("max_iter", max_iter, 1))
         return Call::undefined();

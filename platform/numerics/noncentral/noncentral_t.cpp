@@ -25,7 +25,7 @@ TalvoFloat TalvoMP_g01gbc(TalvoFloat t, TalvoFloat df, TalvoFloat delta, TalvoFl
                           NagError *fail)
 {
     Call call("TalvoMP_g01gbc", fail);
-    if (!call.defined("t", t) || !call.finite("df", df) || !call.greater("df", df, 0) || !call.finite("delta", delta) ||
+    if (!call.defined("t", t) || !call.finite("df", df) || !call.greater("df", df, 0) || !call.not_tiny("df", df) || !call.finite("delta", delta) ||
         !call.defined("tol", tol) || !call.int_at_least("max_iter", max_iter, 1))
         return Call::undefined();
     Target target = target_for_tol(tol);

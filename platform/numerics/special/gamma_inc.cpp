@@ -273,6 +273,53 @@ void gamma_density(arb_ptr r, const fmpq *a, arb_srcptr x, slong wp)
     arb_div(r, t, x, wp);
 }
 
+Status gamma_pq_tiny(arb_ptr P, arb_ptr Q, arb_srcptr a, const GammaPoint &point, slong wp)
+{
+    // Q(a, x) = I(a) / Gamma(a) with I(s) = int_x^inf t^(s-1) e^-t dt and
+    // 1 / Gamma(a) = a / Gamma(1 + a).  I(0) = E1(x) and I(1) = e^-x, and
+    // I(a) lies between two bounds:
+    //   t^a >= x^a on [x, inf), so I(a) >= x^a E1(x);
+    //   ln I(s) is convex in s (Hoelder's inequality), so
+    //   I(a) <= I(0)^(1-a) I(1)^a = E1(x) (e^-x / E1(x))^a.
+    // Hence Q = a E1(x) / Gamma(1 + a) * exp(a L) with L between ln x and
+    // -x - ln E1(x).  Both bounds are near ln x, so for a tiny a the ball
+    // exp(a L) is 1 to about kTinyShapeBits - log2(|ln x| + x) bits, and
+    // P = 1 - Q follows without cancellation (Q is below 2^-kTinyShapeBits
+    // times E1(x), which is below 2^31 for any positive float x).
+    Arb x, e1, lo, hi, zero, t;
+    point(x, wp);
+    if (!arb_is_positive(x))
+        return Status::Inaccurate;
+    if (!arb_is_finite(x)) {
+        if (P != nullptr)
+            arb_one(P);
+        if (Q != nullptr)
+            arb_zero(Q);
+        return Status::Ok;
+    }
+    arb_zero(zero);
+    arb_hypgeom_gamma_upper(e1, zero, x, 0, wp); // E1(x) = Gamma(0, x)
+    arb_log(lo, x, wp);
+    arb_log(hi, e1, wp);
+    arb_add(hi, hi, x, wp);
+    arb_neg(hi, hi);
+    arb_union(lo, lo, hi, wp); // L
+    arb_mul(lo, lo, a, wp);
+    arb_exp(lo, lo, wp);
+    arb_add_ui(t, a, 1, wp);
+    arb_rgamma(t, t, wp);
+    arb_mul(t, t, a, wp);
+    arb_mul(t, t, e1, wp);
+    arb_mul(t, t, lo, wp); // Q
+    if (P != nullptr) {
+        arb_sub_ui(P, t, 1, wp);
+        arb_neg(P, P);
+    }
+    if (Q != nullptr)
+        arb_set(Q, t);
+    return Status::Ok;
+}
+
 GammaPoint gamma_point_fixed(arb_srcptr x0)
 {
     return [x0](arb_ptr x, slong) { arb_set(x, x0); };

@@ -23,6 +23,11 @@ GammaPoint gamma_point_fixed(arb_srcptr x);
 // truncated for a relative error below 2^-(goal + 4).
 Status gamma_pq(arb_ptr P, arb_ptr Q, const fmpq *a, const GammaPoint &point, slong goal, slong wp);
 
+// P and Q for a tiny shape a (an exact ball, 0 < a < 2^-kTinyShapeBits) and
+// x > 0, from the limit form Q = a E1(x) (1 + O(a (|ln x| + x))) with a
+// proven enclosure of the O term; no rational is formed from a.
+Status gamma_pq_tiny(arb_ptr P, arb_ptr Q, arb_srcptr a, const GammaPoint &point, slong wp);
+
 // x^a e^-x / Gamma(a + 1), the first term of the lower series (x > 0).
 void gamma_term(arb_ptr r, const fmpq *a, arb_srcptr x, slong wp);
 
