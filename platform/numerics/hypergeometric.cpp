@@ -60,7 +60,7 @@ struct Urn {
     {
         return log_binomial_d(m, j) + log_binomial_d(n - m, l - j) - log_binomial_d(n, l);
     }
-    slong low() const { return std::max<slong>(0, l + m - n); }
+    slong low() const { return std::max<slong>(0, l - (n - m)); }
     slong high() const { return std::min(l, m); }
 };
 
@@ -169,7 +169,7 @@ void TalvoMP_g01blc(Integer n, Integer l, Integer m, Integer k, TalvoFloat *plek
     Call call("TalvoMP_g01blc", fail);
     if (!call.int_at_least("n", n, 0) || !call.int_at_least("l", l, 0) || !call.int_at_most("l", l, n, "n") ||
         !call.int_at_least("m", m, 0) || !call.int_at_most("m", m, n, "n") ||
-        !call.int_at_least("k", k, 0) || !call.int_at_least("k", k, l + m - n, "l + m - n") ||
+        !call.int_at_least("k", k, 0) || !call.int_at_least("k", k, l - (n - m), "l + m - n") ||
         !call.int_at_most("k", k, std::min(l, m), "min(l, m)")) {
         Call::store_undefined({plek, pgtk, peqk});
         return;
