@@ -89,3 +89,14 @@ STATS_API TalvoFloat STATS_RTableElementToFloat_MP(TKernelVector kv, const RTabl
 
 // Bytes of one element of a data block, by data type code.
 STATS_API int STATS_RTableDataSize_MP(TKernelVector kv, int datatype);
+
+namespace stats {
+
+// Settings of a new one-dimensional rectangular array of software floats,
+// from the host's defaults.
+RTableSettings FloatArraySettings(TKernelVector kv);
+
+// A new array of software floats with indices 1..n.
+ALGEB NewFloatArray(TKernelVector kv, long n);
+
+} // namespace stats
