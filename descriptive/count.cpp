@@ -92,9 +92,7 @@ STATS_ENTRY ALGEB STATS_TalvoDiscretize_MP(TKernelVector kv, ALGEB args)
     bool ignore = f.flag(6);
     TalvoFloat scale = f.real(7);
     long g = points > 0 ? points : 0;
-    RTableSettings s = stats::FloatArraySettings(kv);
-    M_INT bounds[2] = {1, g};
-    ALGEB result = RTableCreate(kv, &s, nullptr, bounds);
+    ALGEB result = stats::NewFloatArray(kv, g);
     std::vector<TalvoFloat> grid(static_cast<size_t>(g));
     long missing = STATS_Discretize_MP(grid.data(), g, left, right, sample.points(), sample.weights(), sample.size(),
                                        scale);
@@ -111,7 +109,7 @@ STATS_ENTRY ALGEB STATS_TalvoCount_MP(TKernelVector kv, ALGEB args)
     stats::EntryFrame f(kv, args, __func__, 3);
     STATS_TalvoDataSample_MP sample(kv, f.arg(1), f.arg(2));
     bool ignore = f.flag(3);
-    stats::SampleView v(sample, ignore);
+    stats::SampleWork v(sample, ignore);
     if (v.w() == nullptr)
         return ToTalvoInteger(kv, static_cast<M_INT>(v.n()));
     stats::FloatSum total;

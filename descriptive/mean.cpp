@@ -88,6 +88,6 @@ STATS_ENTRY ALGEB STATS_TalvoMean_MP(TKernelVector kv, ALGEB args)
     STATS_TalvoDataSample_MP sample(kv, f.arg(1), f.arg(2));
     bool ignore = f.flag(3);
     STATS_MEAN_TYPE_MP type = f.int32(4);
-    stats::SampleView v(sample, ignore);
+    stats::SampleWork v(sample, ignore);
     return STATS_DoubleToTalvoFloat_MP(kv, STATS_Mean_MP(kv, v.x(), v.w(), v.n(), type));
 }

@@ -148,7 +148,7 @@ STATS_ENTRY ALGEB STATS_TalvoMoment_MP(TKernelVector kv, ALGEB args)
     std::vector<long> orders = MomentOrders(kv, f.arg(2), &single);
     TalvoFloat origin = f.real(3);
     bool ignore = f.flag(5);
-    stats::SampleView v(sample, ignore);
+    stats::SampleWork v(sample, ignore);
     std::vector<TalvoFloat> result(orders.size());
     STATS_Moment_MP(result.data(), v.x(), v.w(), v.n(), orders.data(), static_cast<int>(orders.size()), origin);
     if (single)
@@ -165,7 +165,7 @@ STATS_ENTRY ALGEB STATS_TalvoAbsoluteDeviation_MP(TKernelVector kv, ALGEB args)
     STATS_TalvoDataSample_MP sample(kv, f.arg(1), f.arg(3));
     TalvoFloat origin = f.real(2);
     bool ignore = f.flag(4);
-    stats::SampleView v(sample, ignore);
+    stats::SampleWork v(sample, ignore);
     return STATS_DoubleToTalvoFloat_MP(kv, STATS_AbsoluteDeviation_MP(v.x(), v.w(), v.n(), origin));
 }
 
@@ -175,7 +175,7 @@ STATS_ENTRY ALGEB STATS_TalvoExpectedValue_MP(TKernelVector kv, ALGEB args)
     ALGEB proc = f.procedure(1);
     STATS_TalvoDataSample_MP sample(kv, f.arg(2), f.arg(3));
     bool ignore = f.flag(4);
-    stats::SampleView v(sample, ignore);
+    stats::SampleWork v(sample, ignore);
     STATS_TalvoStaticProcAdapter_MP::Reset(proc);
     return STATS_DoubleToTalvoFloat_MP(
         kv, STATS_ExpectedValue_MP(&STATS_TalvoStaticProcAdapter_MP::Call, v.x(), v.w(), v.n()));

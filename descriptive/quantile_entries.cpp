@@ -3,58 +3,19 @@
 // deviation, and the two summaries.
 //
 // Each entry builds a data sample of its data (and weights) argument, and
-// then works either on a copy in work arrays from the host allocator or
-// directly on the sample's own arrays, which the kernels reorder.
+// then works either on a copy or directly on the sample's own arrays, which
+// the kernels reorder.
 #include "data_sample.hpp"
 #include "entry_frame.hpp"
 #include "order_statistics.hpp"
-#include "random_sample.hpp"
 #include "stats_entries.h"
+#include "sums.hpp"
 #include "talvo_mp.h"
 #include "talvo_utils.hpp"
 
 #include <vector>
 
 namespace {
-
-// An array of n floats from the host allocator (scanned by its collector,
-// left to it afterwards).
-TalvoFloat *WorkArray(TKernelVector kv, long n)
-{
-    long count = n > 0 ? n : 1;
-    return static_cast<TalvoFloat *>(TalvoAlloc(kv, static_cast<M_INT>(count * sizeof(TalvoFloat))));
-}
-
-// The values (and weights) an entry works on: copies, or the sample's own.
-struct Work {
-    TalvoFloat *x = nullptr;
-    TalvoFloat *w = nullptr;
-    int n = 0;
-};
-
-Work CopyOf(TKernelVector kv, const STATS_TalvoDataSample_MP &sample, bool skipUndefined)
-{
-    Work work;
-    work.x = WorkArray(kv, sample.size());
-    if (sample.weighted())
-        work.w = WorkArray(kv, sample.size());
-    work.n = STATS_CopyData_MP(sample, work.x, work.w, skipUndefined ? 1 : 0);
-    return work;
-}
-
-Work InPlace(const STATS_TalvoDataSample_MP &sample)
-{
-    return Work{sample.points(), sample.weights(), static_cast<int>(sample.size())};
-}
-
-// Quantile and median: a copy when missing values are dropped or the
-// caller's data must stay as they are.
-Work ByCopyRule(TKernelVector kv, const STATS_TalvoDataSample_MP &sample, bool ignore, bool inplace)
-{
-    if (ignore || !inplace)
-        return CopyOf(kv, sample, ignore);
-    return InPlace(sample);
-}
 
 ALGEB ToHost(TKernelVector kv, const std::vector<TalvoFloat> &values, bool asList)
 {
@@ -110,9 +71,12 @@ STATS_ENTRY ALGEB STATS_TalvoQuantile_MP(TKernelVector kv, ALGEB args)
     bool inplace = f.flag(6);
     if (p.empty())
         return TalvoListAlloc(kv, 0);
-    Work work = ByCopyRule(kv, sample, ignore, inplace);
+    // A copy when missing values are dropped or the caller's data must stay
+    // as they are.
+    stats::SampleWork work(sample, ignore, !inplace);
     std::vector<TalvoFloat> result(p.size());
-    STATS_Quantile_MP(result.data(), work.x, work.w, p.data(), work.n, static_cast<int>(p.size()), type);
+    STATS_Quantile_MP(result.data(), work.x(), work.w(), p.data(), static_cast<int>(work.n()),
+                      static_cast<int>(p.size()), type);
     return ToHost(kv, result, asList);
 }
 
@@ -130,10 +94,10 @@ STATS_ENTRY ALGEB STATS_TalvoOrderStatistic_MP(TKernelVector kv, ALGEB args)
     bool ignore = f.flag(4);
     if (indices.empty())
         return TalvoListAlloc(kv, 0);
-    Work work = CopyOf(kv, sample, ignore);
+    stats::SampleWork work(sample, ignore, true);
     std::vector<TalvoFloat> result(indices.size(), TalvoFloatUndefined());
-    if (work.n > 0) {
-        int n = work.n;
+    if (work.n() > 0) {
+        int n = static_cast<int>(work.n());
         std::vector<int> ranks;
         for (ALGEB e : indices) {
             if (!IsTalvoInteger32(kv, e))
@@ -143,7 +107,7 @@ STATS_ENTRY ALGEB STATS_TalvoOrderStatistic_MP(TKernelVector kv, ALGEB args)
                 TalvoRaiseError1(kv, "index out of range: %1", e);
             ranks.push_back(r < 0 ? r + n + 1 : r);
         }
-        STATS_OrderStatistic_MP(result.data(), work.x, nullptr, ranks.data(), n, static_cast<int>(ranks.size()));
+        STATS_OrderStatistic_MP(result.data(), work.x(), nullptr, ranks.data(), n, static_cast<int>(ranks.size()));
     }
     return ToHost(kv, result, asList);
 }
@@ -154,8 +118,8 @@ STATS_ENTRY ALGEB STATS_TalvoMedian_MP(TKernelVector kv, ALGEB args)
     STATS_TalvoDataSample_MP sample(kv, f.arg(1), f.arg(2));
     bool ignore = f.flag(3);
     bool inplace = f.flag(4);
-    Work work = ByCopyRule(kv, sample, ignore, inplace);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_Median_MP(work.x, work.w, work.n));
+    stats::SampleWork work(sample, ignore, !inplace);
+    return STATS_DoubleToTalvoFloat_MP(kv, STATS_Median_MP(work.x(), work.w(), static_cast<int>(work.n())));
 }
 
 STATS_ENTRY ALGEB STATS_TalvoMedianDeviation_MP(TKernelVector kv, ALGEB args)
@@ -163,8 +127,8 @@ STATS_ENTRY ALGEB STATS_TalvoMedianDeviation_MP(TKernelVector kv, ALGEB args)
     stats::EntryFrame f(kv, args, __func__, 3);
     STATS_TalvoDataSample_MP sample(kv, f.arg(1), f.arg(2));
     bool ignore = f.flag(3);
-    Work work = CopyOf(kv, sample, ignore);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_MedianDeviation_MP(work.x, work.w, work.n));
+    stats::SampleWork work(sample, ignore, true);
+    return STATS_DoubleToTalvoFloat_MP(kv, STATS_MedianDeviation_MP(work.x(), work.w(), static_cast<int>(work.n())));
 }
 
 STATS_ENTRY ALGEB STATS_TalvoFivePointSummary_MP(TKernelVector kv, ALGEB args)
@@ -172,11 +136,11 @@ STATS_ENTRY ALGEB STATS_TalvoFivePointSummary_MP(TKernelVector kv, ALGEB args)
     stats::EntryFrame f(kv, args, __func__, 2);
     STATS_TalvoDataSample_MP sample(kv, f.arg(1));
     bool ignore = f.flag(2);
-    Work work = ignore ? CopyOf(kv, sample, true) : InPlace(sample);
-    ALGEB table = STATS_CreateRandomSample_MP(kv, 5, ToTalvoNULL(kv));
+    stats::SampleWork work(sample, ignore);
+    ALGEB table = stats::NewFloatArray(kv, 5);
     auto *res = static_cast<TalvoFloat *>(RTableDataBlock(kv, table));
     NagError fail{};
-    TalvoMP_g01alc(work.n, work.x, res, &fail);
+    TalvoMP_g01alc(static_cast<int>(work.n()), work.x(), res, &fail);
     if (fail.code == NE_INT_ARG_LT)
         TalvoRaiseError(kv, "data sample must contain at least five elements");
     else if (fail.code != NE_NOERROR)
@@ -189,18 +153,15 @@ STATS_ENTRY ALGEB STATS_TalvoStatisticSummary_MP(TKernelVector kv, ALGEB args)
     stats::EntryFrame f(kv, args, __func__, 3);
     STATS_TalvoDataSample_MP sample(kv, f.arg(1), f.arg(2));
     bool ignore = f.flag(3);
-    Work work = InPlace(sample);
-    if (ignore) {
-        work = CopyOf(kv, sample, true);
-        if (work.n == 0)
-            TalvoRaiseError(kv, "the data set contains only missing data");
-    }
-    ALGEB table = STATS_CreateRandomSample_MP(kv, 7, ToTalvoNULL(kv));
+    stats::SampleWork work(sample, ignore);
+    if (ignore && work.n() == 0)
+        TalvoRaiseError(kv, "the data set contains only missing data");
+    ALGEB table = stats::NewFloatArray(kv, 7);
     auto *res = static_cast<TalvoFloat *>(RTableDataBlock(kv, table));
     NagError fail{};
     Integer nvalid = 0;
     // mean, standard deviation, skewness, kurtosis, minimum, maximum, sum of weights
-    TalvoMP_g01aac(work.n, work.x, work.w, &nvalid, &res[0], &res[1], &res[2], &res[3], &res[4], &res[5], &res[6],
+    TalvoMP_g01aac(static_cast<int>(work.n()), work.x(), work.w(), &nvalid, &res[0], &res[1], &res[2], &res[3], &res[4], &res[5], &res[6],
                    &fail);
     switch (fail.code) {
     case NE_NOERROR:

@@ -1,13 +1,13 @@
-// sums.cpp -- sample views and array settings shared by the sum-based
-// statistics.
+// sums.cpp -- the working copies of samples and the array settings shared
+// by the descriptive statistics.
 #include "sums.hpp"
 
 namespace stats {
 
-SampleView::SampleView(const STATS_TalvoDataSample_MP &sample, bool ignore)
+SampleWork::SampleWork(const STATS_TalvoDataSample_MP &sample, bool ignore, bool copy)
 {
     long n = sample.size();
-    if (!ignore) {
+    if (!ignore && !copy) {
         m_x = sample.points();
         m_w = sample.weights();
         m_n = n;
@@ -16,21 +16,9 @@ SampleView::SampleView(const STATS_TalvoDataSample_MP &sample, bool ignore)
     m_xs.resize(static_cast<size_t>(n));
     if (sample.weighted())
         m_ws.resize(static_cast<size_t>(n));
-    m_n = n == 0 ? 0 : STATS_CopyData_MP(sample, m_xs.data(), m_ws.data(), 1);
+    m_n = n == 0 ? 0 : STATS_CopyData_MP(sample, m_xs.data(), m_ws.data(), ignore ? 1 : 0);
     m_x = m_xs.data();
     m_w = sample.weighted() ? m_ws.data() : nullptr;
-}
-
-SampleCopy::SampleCopy(const STATS_TalvoDataSample_MP &sample, bool ignore)
-{
-    long size = sample.size();
-    x.resize(static_cast<size_t>(size));
-    if (sample.weighted())
-        w.resize(static_cast<size_t>(size));
-    n = size == 0 ? 0 : STATS_CopyData_MP(sample, x.data(), w.data(), ignore ? 1 : 0);
-    x.resize(static_cast<size_t>(n));
-    if (sample.weighted())
-        w.resize(static_cast<size_t>(n));
 }
 
 ALGEB DataTypeName(TKernelVector kv, int datatype)
@@ -61,13 +49,6 @@ RTableSettings OneDimensional(TKernelVector kv, int datatype)
     return s;
 }
 } // namespace
-
-RTableSettings FloatArraySettings(TKernelVector kv)
-{
-    RTableSettings s = OneDimensional(kv, RTABLE_DAG);
-    s.element_type = ToTalvoName(kv, "sfloat", 1);
-    return s;
-}
 
 RTableSettings ValueArraySettings(TKernelVector kv) { return OneDimensional(kv, RTABLE_DAG); }
 

@@ -1,5 +1,6 @@
 // sums.hpp -- what the sum-based statistics share: an accumulator that adds
-// in place, and a data sample seen with or without its missing values.
+// in place, and the points and weights of a data sample as an entry works on
+// them.
 //
 // Internal to the descriptive statistics; nothing here is exported.
 #pragma once
@@ -37,44 +38,35 @@ private:
     mpfr_ptr m_p;
 };
 
-// The points and weights an entry computes with: the sample's own arrays, or
-// copies without the missing values when the entry is told to ignore them
-// (a pair is dropped when its point or its weight is undefined).  The
-// copies live in C++ vectors, which the host's collector scans.
-class SampleView {
+// The points and weights an entry works on: the sample's own arrays, or
+// copies in C++ vectors (which the host's collector scans).  The sample is
+// copied when the entry drops missing values (a pair goes when its point or
+// its weight is undefined) or asks for a copy to reorder and overwrite; the
+// kernels may reorder the sample's own arrays otherwise.
+class SampleWork {
 public:
-    SampleView(const STATS_TalvoDataSample_MP &sample, bool ignore);
-    SampleView(const SampleView &) = delete;
-    SampleView &operator=(const SampleView &) = delete;
+    SampleWork(const STATS_TalvoDataSample_MP &sample, bool ignore, bool copy = false);
+    SampleWork(const SampleWork &) = delete;
+    SampleWork &operator=(const SampleWork &) = delete;
 
-    const TalvoFloat *x() const { return m_x; }
+    TalvoFloat *x() const { return m_x; }
     // Null when the sample is unweighted.
-    const TalvoFloat *w() const { return m_w; }
+    TalvoFloat *w() const { return m_w; }
     long n() const { return m_n; }
 
 private:
     std::vector<TalvoFloat> m_xs, m_ws;
-    const TalvoFloat *m_x = nullptr;
-    const TalvoFloat *m_w = nullptr;
+    TalvoFloat *m_x = nullptr;
+    TalvoFloat *m_w = nullptr;
     long m_n = 0;
-};
-
-// The copy an entry may reorder and overwrite: always copied, missing values
-// dropped when ignore is set.
-struct SampleCopy {
-    SampleCopy(const STATS_TalvoDataSample_MP &sample, bool ignore);
-    std::vector<TalvoFloat> x, w; // w is empty when the sample is unweighted
-    long n = 0;
-    TalvoFloat *weights() { return w.empty() ? nullptr : w.data(); }
 };
 
 // The name of a data type code and of a storage code, as scripts write them.
 ALGEB DataTypeName(TKernelVector kv, int datatype);
 ALGEB StorageName(TKernelVector kv, int storage);
 
-// Settings of a new one-dimensional rectangular array: of software floats,
-// of host values, or of 32-bit integers.
-RTableSettings FloatArraySettings(TKernelVector kv);
+// Settings of a new one-dimensional rectangular array of host values or of
+// 32-bit integers (arrays of floats: FloatArraySettings of the host bridge).
 RTableSettings ValueArraySettings(TKernelVector kv);
 RTableSettings Int32ArraySettings(TKernelVector kv);
 

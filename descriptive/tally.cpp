@@ -241,7 +241,7 @@ void SplitRange(TKernelVector kv, ALGEB r, int m, std::vector<TalvoFloat> &bound
 
 // Counts of the sample into the bins: integers when unweighted, floats when
 // weighted (as host values, slot by slot).
-std::vector<ALGEB> CountIntoBins(TKernelVector kv, const stats::SampleView &v, std::vector<TalvoFloat> &bounds,
+std::vector<ALGEB> CountIntoBins(TKernelVector kv, const stats::SampleWork &v, std::vector<TalvoFloat> &bounds,
                                  int ranges, int m)
 {
     long slots = static_cast<long>(ranges) * m;
@@ -298,7 +298,7 @@ STATS_ENTRY ALGEB STATS_TalvoTallyInto_MP(TKernelVector kv, ALGEB args)
     std::vector<TalvoFloat> bounds;
     for (int j = 1; j <= ranges; ++j)
         SplitRange(kv, TalvoListSelect(kv, list, j), m, bounds);
-    stats::SampleView v(sample, ignore);
+    stats::SampleWork v(sample, ignore);
     std::vector<ALGEB> counts = CountIntoBins(kv, v, bounds, ranges, m);
     ALGEB result = TalvoListAlloc(kv, static_cast<M_INT>(counts.size()));
     for (int j = 0; j < ranges; ++j)
@@ -321,7 +321,7 @@ STATS_ENTRY ALGEB STATS_TalvoFrequencyData_MP(TKernelVector kv, ALGEB args)
     int m = Bins(kv, f, 5);
     std::vector<TalvoFloat> bounds;
     SplitRange(kv, range, m, bounds);
-    stats::SampleView v(sample, ignore);
+    stats::SampleWork v(sample, ignore);
     std::vector<ALGEB> counts = CountIntoBins(kv, v, bounds, 1, m);
 
     M_INT dims[2] = {1, m};

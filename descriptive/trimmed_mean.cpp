@@ -237,8 +237,10 @@ ALGEB CutMeanEntry(TKernelVector kv, ALGEB args, const char *entry, Kernel kerne
     Percentiles(kv, f, &low, &high);
     bool ignore = f.flag(5);
     STATS_MEAN_TYPE_MP type = f.int32(6);
-    stats::SampleCopy copy(sample, ignore);
-    return STATS_DoubleToTalvoFloat_MP(kv, kernel(kv, copy.x.data(), copy.weights(), copy.n, low, high, type));
+    stats::SampleWork copy(sample, ignore, true);
+    // With no values left the cut means take the unweighted path.
+    TalvoFloat *w = copy.n() > 0 ? copy.w() : nullptr;
+    return STATS_DoubleToTalvoFloat_MP(kv, kernel(kv, copy.x(), w, copy.n(), low, high, type));
 }
 
 } // namespace

@@ -1,16 +1,9 @@
 // random_sample.cpp -- the arrays RandomSample entries fill.
 #include "random_sample.hpp"
 
-ALGEB STATS_CreateRandomSample_MP(TKernelVector kv, int n, ALGEB)
-{
-    RTableSettings s;
-    RTableGetDefaults(kv, &s);
-    s.data_type = RTABLE_DAG;
-    s.element_type = ToTalvoName(kv, "sfloat", 1);
-    s.num_dimensions = 1;
-    M_INT bounds[2] = {1, n};
-    return RTableCreate(kv, &s, nullptr, bounds);
-}
+#include "data_sample.hpp"
+
+ALGEB STATS_CreateRandomSample_MP(TKernelVector kv, int n, ALGEB) { return stats::NewFloatArray(kv, n); }
 
 ALGEB STATS_CreateRandomSample_MP(TKernelVector kv, ALGEB spec)
 {

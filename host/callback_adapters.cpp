@@ -17,6 +17,8 @@ TalvoFloat STATS_TalvoProcAdapter_MP::Call(TalvoFloat x)
 // STATS_StatsInitialize_MP gives it its kernel vector.
 STATS_TalvoProcAdapter_MP STATS_TalvoStaticProcAdapter_MP::m_procInstance(nullptr, nullptr);
 
+TalvoFloat STATS_TalvoCFuncAdapter_MP::Call(TalvoFloat x) { return m_f(x); }
+
 TalvoFloat STATS_TalvoStaticProcAdapter_MP::Call(TalvoFloat x)
 {
     return m_procInstance.STATS_TalvoProcAdapter_MP::Call(x);

@@ -9,9 +9,11 @@ namespace {
 
 using stats::kNotNumeric;
 
-// Settings of a new one-dimensional array of software floats with
-// rectangular storage, from the host's defaults.
-RTableSettings FloatArraySettings(TKernelVector kv)
+bool KnownDataType(int datatype) { return datatype >= RTABLE_DAG && datatype <= RTABLE_FLOAT32; }
+
+} // namespace
+
+RTableSettings stats::FloatArraySettings(TKernelVector kv)
 {
     RTableSettings s;
     RTableGetDefaults(kv, &s);
@@ -22,9 +24,12 @@ RTableSettings FloatArraySettings(TKernelVector kv)
     return s;
 }
 
-bool KnownDataType(int datatype) { return datatype >= RTABLE_DAG && datatype <= RTABLE_FLOAT32; }
-
-} // namespace
+ALGEB stats::NewFloatArray(TKernelVector kv, long n)
+{
+    RTableSettings s = FloatArraySettings(kv);
+    M_INT bounds[2] = {1, static_cast<M_INT>(n)};
+    return RTableCreate(kv, &s, nullptr, bounds);
+}
 
 // Element i (0-based, in storage order) of a rectangular data block of a
 // known data type.
@@ -126,7 +131,7 @@ void STATS_Vector_MP::ConvertData(TKernelVector kv, STATS_Vector_MP *v)
 {
     v->Release();
     long n = v->size();
-    RTableSettings fs = FloatArraySettings(kv);
+    RTableSettings fs = stats::FloatArraySettings(kv);
     M_INT bounds[2] = {0, n - 1};
     v->Adopt(RTableCreate(kv, &fs, nullptr, bounds));
 

@@ -3,6 +3,7 @@
 
 #include "talvo_utils.hpp"
 
+#include <cstdio>
 #include <cstring>
 #include <string_view>
 
@@ -88,11 +89,21 @@ void Raise(TKernelVector kv, const std::string &message, ALGEB arg)
         TalvoRaiseError(kv, message.c_str());
 }
 
+// A whole number in decimal.  (std::to_string would do, but its digit
+// table is a unique symbol of the standard library that every shared object
+// using it exports; the library exports only its own names.)
+std::string Decimal(long v)
+{
+    char text[24];
+    std::snprintf(text, sizeof text, "%ld", v);
+    return text;
+}
+
 } // namespace
 
 std::string Ordinal(int i)
 {
-    return i >= 0 && i < int(std::size(kOrdinals)) ? kOrdinals[i] : std::to_string(i) + "th";
+    return i >= 0 && i < int(std::size(kOrdinals)) ? kOrdinals[i] : Decimal(i) + "th";
 }
 
 std::string ShortEntryName(const char *entry)
@@ -111,11 +122,11 @@ std::string CountMessage(const char *entry, ArgCount rule)
     for (const IrregularCount &c : kIrregularCounts)
         if (name == c.entry)
             return c.message;
-    std::string count = std::to_string(rule.n);
+    std::string count = Decimal(rule.n);
     if (rule.at_least)
         count = "at least " + count;
     else if (rule.alt >= 0)
-        count += " or " + std::to_string(rule.alt);
+        count += " or " + Decimal(rule.alt);
     bool one = !rule.at_least && rule.alt < 0 && rule.n == 1;
     return name + " expects " + count + (one ? " argument" : " arguments") + ", received: %1";
 }

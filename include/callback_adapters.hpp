@@ -33,7 +33,9 @@ private:
     ALGEB m_proc; // kept alive by the argument sequence of the running call
 };
 
-// A native function.
+// A native function.  (Call is defined in the library, so that the class's
+// vtable and type information live there once, like those of the other
+// exported adapters.)
 class STATS_API STATS_TalvoCFuncAdapter_MP : public STATS_TalvoCallbackAdapter_MP {
 public:
     using Function = TalvoFloat (*)(TalvoFloat);
@@ -41,7 +43,7 @@ public:
     STATS_TalvoCFuncAdapter_MP(TKernelVector kv, Function f) : STATS_TalvoCallbackAdapter_MP(kv), m_f(f) {}
 
     void Reset(Function f) { m_f = f; }
-    TalvoFloat Call(TalvoFloat x) override { return m_f(x); }
+    TalvoFloat Call(TalvoFloat x) override;
 
 private:
     Function m_f;

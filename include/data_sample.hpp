@@ -81,11 +81,22 @@ STATS_API int STATS_CopyData_MP(const STATS_TalvoDataSample_MP &sample, TalvoFlo
 
 // Element i (0-based, in storage order) of a rectangular data block of a
 // known data type code.
-STATS_API RTableData STATS_RTableBlockElement_MP(const void *block, int datatype, long i);
+RTableData STATS_RTableBlockElement_MP(const void *block, int datatype, long i);
 // One element as a float, by the array's data type code: a float as it is,
 // another host value through evalf; an element with no real value raises
 // "unable to evaluate %1 to floating-point".
-STATS_API TalvoFloat STATS_RTableElementToFloat_MP(TKernelVector kv, const RTableData &d, int datatype);
+TalvoFloat STATS_RTableElementToFloat_MP(TKernelVector kv, const RTableData &d, int datatype);
 
 // Bytes of one element of a data block, by data type code.
 STATS_API int STATS_RTableDataSize_MP(TKernelVector kv, int datatype);
+
+namespace stats {
+
+// Settings of a new one-dimensional rectangular array of software floats,
+// from the host's defaults.
+RTableSettings FloatArraySettings(TKernelVector kv);
+
+// A new array of software floats with indices 1..n.
+ALGEB NewFloatArray(TKernelVector kv, long n);
+
+} // namespace stats

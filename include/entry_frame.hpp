@@ -38,14 +38,14 @@ struct ArgCount {
 };
 
 // "STATS_TalvoWeibullProbability_MP" -> "TalvoWeibullProbability".
-STATS_API std::string ShortEntryName(const char *entry);
+std::string ShortEntryName(const char *entry);
 // The message for a wrong argument count of this entry.
-STATS_API std::string CountMessage(const char *entry, ArgCount rule);
+std::string CountMessage(const char *entry, ArgCount rule);
 // The ordinal word of a parameter position in messages: 4 -> "fourth";
 // past "tenth", "11th".
 std::string Ordinal(int i);
 
-class STATS_API EntryFrame {
+class EntryFrame {
 public:
     // Checks the count; raises the entry's count message when it is wrong.
     EntryFrame(TKernelVector kv, ALGEB args, const char *entry, int count)

@@ -74,12 +74,12 @@ namespace stats {
 
 // 10^-digits, the power taken in double precision (as the host's own
 // tolerances are) and then made a float.
-STATS_API TalvoFloat TenToMinusDigits(int digits);
+TalvoFloat TenToMinusDigits(int digits);
 // 10^-Digits for the host's current "Digits".
-STATS_API TalvoFloat DigitsTolerance(TKernelVector kv);
+TalvoFloat DigitsTolerance(TKernelVector kv);
 // The iteration limit of the searches and series: the host's
 // "_EnvStatisticsIterations" when it is assigned, else 100.  Read on every
 // call, so a script's assignment takes effect at once.
-STATS_API int StatisticsIterations(TKernelVector kv);
+int StatisticsIterations(TKernelVector kv);
 
 } // namespace stats

@@ -248,3 +248,14 @@ TEST(RTableDataSize, EveryCode)
     EXPECT_EQ(STATS_RTableDataSize_MP(kv(), 9), 4);
     EXPECT_EQ(STATS_RTableDataSize_MP(kv(), -1), 4);
 }
+
+TEST(NewFloatArray, RectangularFloatsFromOne)
+{
+    ALGEB a = stats::NewFloatArray(kv(), 3);
+    EXPECT_EQ(show(a), "Array(1..3, [0., 0., 0.], datatype = sfloat)");
+    RTableSettings s;
+    RTableGetSettings(kv(), &s, a);
+    EXPECT_EQ(s.storage, RTABLE_RECT);
+    EXPECT_EQ(s.data_type, RTABLE_DAG);
+    EXPECT_EQ(show(stats::NewFloatArray(kv(), 0)), "Array(1..0, [], datatype = sfloat)");
+}

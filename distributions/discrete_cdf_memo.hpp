@@ -28,7 +28,7 @@
 
 namespace stats {
 
-class STATS_API DiscreteCdfMemo {
+class DiscreteCdfMemo {
 public:
     static constexpr size_t kDefaultCapacity = 1 << 16;
     explicit DiscreteCdfMemo(size_t capacity = kDefaultCapacity) : m_capacity(capacity) {}
@@ -58,6 +58,13 @@ public:
     size_t Size() const { return m_values.size(); }
 
 private:
+    // std::hash<long> under a name of the library's own: an unordered_map
+    // whose arguments are all of default visibility would export its
+    // out-of-line members from the shared library.
+    struct IndexHash {
+        size_t operator()(long k) const noexcept { return std::hash<long>{}(k); }
+    };
+
     // True when the memo now belongs to these parameters at the current
     // precision (starting over if it belonged to others); false when a
     // parameter is undefined.
@@ -68,7 +75,7 @@ private:
     long m_digits = -1;
     std::vector<long> m_integers;
     std::vector<TalvoFloat> m_reals;
-    std::unordered_map<long, TalvoFloat> m_values;
+    std::unordered_map<long, TalvoFloat, IndexHash> m_values;
 };
 
 } // namespace stats

@@ -13,7 +13,7 @@ namespace stats {
 // An error record with printing off and no handler.  After the routine,
 // Check() raises the routine's own message as the host error (with the
 // host's NULL as its argument) when the code is not zero.
-struct STATS_API NagCall {
+struct NagCall {
     NagError fail{};
     void Check(TKernelVector kv) const;
 };
