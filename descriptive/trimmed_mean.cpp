@@ -67,7 +67,7 @@ void SelectCuts(TalvoFloat *x, long n, long L, long H)
     STATS_QuickSelect_MP(x + L, static_cast<int>(n - L), static_cast<int>(H - L));
 }
 
-void TooNarrow(TKernelVector kv, TalvoFloat low, TalvoFloat high)
+[[noreturn]] void TooNarrow(TKernelVector kv, TalvoFloat low, TalvoFloat high)
 {
     TalvoRaiseError2(kv, "the percentiles %1 and %2 leave too few values to winsorize",
                      STATS_DoubleToTalvoFloat_MP(kv, low * TalvoFloat(100.0)),
@@ -87,10 +87,8 @@ TalvoFloat STATS_SimpleWinsorizedMean_MP(TKernelVector kv, TalvoFloat *x, long n
         for (long i = H; i < n; ++i)
             x[i] = x[H - 1];
     } else {
-        if (L >= n || H < 2) {
+        if (L >= n || H < 2)
             TooNarrow(kv, low, high);
-            return TalvoFloat(); // not reached: raising unwinds through the host
-        }
         for (long i = 0; i < L; ++i)
             x[i] = x[L];
         TalvoFloat top = x[H - 2];

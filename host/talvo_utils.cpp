@@ -106,7 +106,6 @@ TalvoFloat STATS_TalvoUtils_MP::EvalfTalvoProc(TalvoCallbackArgs *a)
     // user as it is; otherwise its value is named in the message.
     ALGEB value = EvalTalvoProcedure(gTKernelVector, a->proc, ArgumentSequence(gTKernelVector, a));
     ReportNonNumeric(value);
-    return cell != nullptr ? *cell : TalvoFloat(); // not reached: raising does not return
 }
 
 void STATS_TalvoUtils_MP::ReportNonNumeric(ALGEB x)

@@ -51,7 +51,7 @@ public:
     static void *TrapEvalfTalvoProc(void *a);
 
     // Raises "unable to evaluate %1 to floating-point" with x.
-    static void ReportNonNumeric(ALGEB x);
+    [[noreturn]] static void ReportNonNumeric(ALGEB x);
 };
 
 // The host handle of a float; no allocation.

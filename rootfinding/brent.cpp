@@ -24,10 +24,8 @@ TalvoFloat STATS_BrentMethod_MP(TKernelVector kv, TalvoFloat y, STATS_TalvoCallb
                                 TalvoFloat b, TalvoFloat tol, int maxIterations)
 {
     TalvoFloat fa = f.Call(a) - y, fb = f.Call(b) - y;
-    if (SameStrictSign(fa, fb)) {
+    if (SameStrictSign(fa, fb))
         TalvoRaiseError(kv, "root must be bracketed by lower and upper boundaries.");
-        return TalvoFloat(0.0);
-    }
     TalvoFloat c = b, fc = fb, d(0.0), e(0.0);
     for (int iteration = 0; iteration < maxIterations; ++iteration) {
         if (SameStrictSign(fb, fc)) {
@@ -82,7 +80,6 @@ TalvoFloat STATS_BrentMethod_MP(TKernelVector kv, TalvoFloat y, STATS_TalvoCallb
         fb = f.Call(b) - y;
     }
     TalvoRaiseError(kv, "maximum number of iterations exceeded in Brent root finding.");
-    return TalvoFloat(0.0);
 }
 
 // The root lies right of leftBarrier, where f takes the value lowerBound < y;

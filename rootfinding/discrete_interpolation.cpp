@@ -49,7 +49,6 @@ long STATS_DiscreteInterpolation_MP(TKernelVector kv, TalvoFloat y, STATS_TalvoC
         }
     }
     TalvoRaiseError(kv, kIterationsExceeded);
-    return 0;
 }
 
 // The answer lies right of leftBarrier.  The march heads for upperBound,

@@ -94,7 +94,6 @@ auto SecantMarch(TKernelVector kv, STATS_TalvoCallbackAdapter_MP &f, March way, 
             TalvoRaiseError(kv, noConvergence);
     }
     TalvoRaiseError(kv, noConvergence);
-    return finish(a, b, 0); // not reached: the raise above unwinds
 }
 
 } // namespace stats::rootfinding

@@ -28,11 +28,13 @@ std::string describe(const HostError &e)
     return e.where.empty() ? e.message : "(in " + e.where + ") " + e.message;
 }
 
+void raise_error(HostError e) { throw e; }
+
 void raise(std::string_view templ, ALGEB a1, ALGEB a2)
 {
-    throw HostError{format_message(templ, a1, a2), std::string()};
+    raise_error(HostError{format_message(templ, a1, a2), std::string()});
 }
 
-void raise_plain(std::string message) { throw HostError{std::move(message), std::string()}; }
+void raise_plain(std::string message) { raise_error(HostError{std::move(message), std::string()}); }
 
 } // namespace talvo

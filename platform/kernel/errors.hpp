@@ -29,7 +29,9 @@ std::string describe(const HostError &e);
 // argument leaves its placeholder as it stands).
 std::string format_message(std::string_view templ, ALGEB a1 = nullptr, ALGEB a2 = nullptr);
 
-// The throw point.
+// The throw point: every host error is thrown here.
+[[noreturn]] void raise_error(HostError e);
+// A host error from a message template (at top level: no procedure name).
 [[noreturn]] void raise(std::string_view templ, ALGEB a1 = nullptr, ALGEB a2 = nullptr);
 [[noreturn]] void raise_plain(std::string message); // no placeholders replaced
 

@@ -227,7 +227,7 @@ void refuse_allocation(size_t bytes)
         e.message += "that would take the heap past its memory ceiling of " + memory_size_text(g_ceiling) +
                      " (raise it with memoryceiling or talvo --memory-ceiling)";
     e.memory = true;
-    throw e;
+    raise_error(std::move(e));
 }
 
 void gc_statement_start()

@@ -158,6 +158,7 @@ struct TKernelVectorDesc_ {
     T_BOOL (*IsString)(TKernelVector, ALGEB);
     T_BOOL (*IsTable)(TKernelVector, ALGEB);
     T_BOOL (*IsComplexNumeric)(TKernelVector, ALGEB);
+    T_BOOL (*IsRange)(TKernelVector, ALGEB); /* a range a..b */
 
     /* host value to native; the host raises its own error on a wrong type */
     int32_t (*ToInteger32)(TKernelVector, ALGEB);
@@ -183,6 +184,7 @@ struct TKernelVectorDesc_ {
     ALGEB (*ListAlloc)(TKernelVector, M_INT n);
     void (*ListAssign)(TKernelVector, ALGEB l, M_INT i, ALGEB v);
     ALGEB (*ListSelect)(TKernelVector, ALGEB l, M_INT i);
+    M_INT (*ListLength)(TKernelVector, ALGEB l);
     ALGEB (*TableAlloc)(TKernelVector);
     void (*TableAssign)(TKernelVector, ALGEB t, ALGEB key, ALGEB v);
     ALGEB (*TableSelect)(TKernelVector, ALGEB t, ALGEB key);
@@ -190,6 +192,11 @@ struct TKernelVectorDesc_ {
     void *(*Alloc)(TKernelVector, M_INT nbytes);
     void *(*New)(TKernelVector, M_INT nbytes);
     ALGEB (*NumericAdd)(TKernelVector, ALGEB a, ALGEB b);
+
+    /* ranges a..b and equations a = b */
+    ALGEB (*RangeEnd)(TKernelVector, ALGEB r, M_INT i); /* 1: lower end, 2: upper end */
+    ALGEB (*NewRange)(TKernelVector, ALGEB lo, ALGEB hi);
+    ALGEB (*NewEquation)(TKernelVector, ALGEB lhs, ALGEB rhs);
 
     /* arrays */
     ALGEB (*RTableCreate)(TKernelVector, RTableSettings *s, void *pdata, M_INT *bounds);
@@ -229,12 +236,6 @@ struct TKernelVectorDesc_ {
     void (*RaiseError2)(TKernelVector, const char *msg, ALGEB arg1, ALGEB arg2);
     void (*UserInfo)(TKernelVector, int level, const char *topic, const char *text);
 
-    /* ranges a..b and equations a = b */
-    T_BOOL (*IsRange)(TKernelVector, ALGEB);
-    ALGEB (*RangeEnd)(TKernelVector, ALGEB r, M_INT i); /* 1: lower end, 2: upper end */
-    ALGEB (*NewRange)(TKernelVector, ALGEB lo, ALGEB hi);
-    ALGEB (*NewEquation)(TKernelVector, ALGEB lhs, ALGEB rhs);
-    M_INT (*ListLength)(TKernelVector, ALGEB l);
 };
 
 #define TALVO_KERNEL_VERSION 1
@@ -276,6 +277,7 @@ static inline T_BOOL IsTalvoName(TKernelVector kv, ALGEB a) { return kv->IsName(
 static inline T_BOOL IsTalvoString(TKernelVector kv, ALGEB a) { return kv->IsString(kv, a); }
 static inline T_BOOL IsTalvoTable(TKernelVector kv, ALGEB a) { return kv->IsTable(kv, a); }
 static inline T_BOOL IsTalvoComplexNumeric(TKernelVector kv, ALGEB a) { return kv->IsComplexNumeric(kv, a); }
+static inline T_BOOL IsTalvoRange(TKernelVector kv, ALGEB a) { return kv->IsRange(kv, a); }
 
 /* to native */
 static inline int32_t TalvoToInteger32(TKernelVector kv, ALGEB a) { return kv->ToInteger32(kv, a); }
@@ -302,6 +304,7 @@ static inline void TalvoExpseqAssign(TKernelVector kv, ALGEB s, M_INT i, ALGEB v
 static inline ALGEB TalvoListAlloc(TKernelVector kv, M_INT n) { return kv->ListAlloc(kv, n); }
 static inline void TalvoListAssign(TKernelVector kv, ALGEB l, M_INT i, ALGEB v) { kv->ListAssign(kv, l, i, v); }
 static inline ALGEB TalvoListSelect(TKernelVector kv, ALGEB l, M_INT i) { return kv->ListSelect(kv, l, i); }
+static inline M_INT TalvoListLength(TKernelVector kv, ALGEB l) { return kv->ListLength(kv, l); }
 static inline ALGEB TalvoTableAlloc(TKernelVector kv) { return kv->TableAlloc(kv); }
 static inline void TalvoTableAssign(TKernelVector kv, ALGEB t, ALGEB k, ALGEB v) { kv->TableAssign(kv, t, k, v); }
 static inline ALGEB TalvoTableSelect(TKernelVector kv, ALGEB t, ALGEB k) { return kv->TableSelect(kv, t, k); }
@@ -312,6 +315,12 @@ static inline void *TalvoAlloc(TKernelVector kv, M_INT nbytes) { return kv->Allo
 static inline void *TalvoNew(TKernelVector kv, M_INT nbytes) { return kv->New(kv, nbytes); }
 /* Sum of two numeric host values (exact for integers and rationals). */
 static inline ALGEB TalvoNumericAdd(TKernelVector kv, ALGEB a, ALGEB b) { return kv->NumericAdd(kv, a, b); }
+
+/* ranges and equations */
+static inline ALGEB TalvoRangeLow(TKernelVector kv, ALGEB r) { return kv->RangeEnd(kv, r, 1); }
+static inline ALGEB TalvoRangeHigh(TKernelVector kv, ALGEB r) { return kv->RangeEnd(kv, r, 2); }
+static inline ALGEB ToTalvoRange(TKernelVector kv, ALGEB lo, ALGEB hi) { return kv->NewRange(kv, lo, hi); }
+static inline ALGEB ToTalvoEquation(TKernelVector kv, ALGEB lhs, ALGEB rhs) { return kv->NewEquation(kv, lhs, rhs); }
 
 /* arrays; bounds holds lower and upper bound of each dimension in turn */
 static inline ALGEB RTableCreate(TKernelVector kv, RTableSettings *s, void *pdata, M_INT *bounds) { return kv->RTableCreate(kv, s, pdata, bounds); }
@@ -355,18 +364,24 @@ static inline int32_t TalvoRandomInt32(TKernelVector kv) { return kv->RandomInt3
 static inline ALGEB TalvoRandomSoftwareFloat01(TKernelVector kv) { return kv->RandomSoftwareFloat01(kv); }
 
 /* errors and messages */
-static inline void TalvoRaiseError(TKernelVector kv, const char *msg) { kv->RaiseError(kv, msg); }
-static inline void TalvoRaiseError1(TKernelVector kv, const char *msg, ALGEB a1) { kv->RaiseError1(kv, msg, a1); }
-static inline void TalvoRaiseError2(TKernelVector kv, const char *msg, ALGEB a1, ALGEB a2) { kv->RaiseError2(kv, msg, a1, a2); }
+/* A raise never returns: the host unwinds to where it called the entry (or
+   to the TalvoTrapError around the call). */
+__attribute__((noreturn)) static inline void TalvoRaiseError(TKernelVector kv, const char *msg)
+{
+    kv->RaiseError(kv, msg);
+    __builtin_unreachable();
+}
+__attribute__((noreturn)) static inline void TalvoRaiseError1(TKernelVector kv, const char *msg, ALGEB a1)
+{
+    kv->RaiseError1(kv, msg, a1);
+    __builtin_unreachable();
+}
+__attribute__((noreturn)) static inline void TalvoRaiseError2(TKernelVector kv, const char *msg, ALGEB a1, ALGEB a2)
+{
+    kv->RaiseError2(kv, msg, a1, a2);
+    __builtin_unreachable();
+}
 static inline void TalvoUserInfo(TKernelVector kv, int level, const char *topic, const char *text) { kv->UserInfo(kv, level, topic, text); }
-
-/* ranges and equations */
-static inline T_BOOL IsTalvoRange(TKernelVector kv, ALGEB a) { return kv->IsRange(kv, a); }
-static inline ALGEB TalvoRangeLow(TKernelVector kv, ALGEB r) { return kv->RangeEnd(kv, r, 1); }
-static inline ALGEB TalvoRangeHigh(TKernelVector kv, ALGEB r) { return kv->RangeEnd(kv, r, 2); }
-static inline ALGEB ToTalvoRange(TKernelVector kv, ALGEB lo, ALGEB hi) { return kv->NewRange(kv, lo, hi); }
-static inline ALGEB ToTalvoEquation(TKernelVector kv, ALGEB lhs, ALGEB rhs) { return kv->NewEquation(kv, lhs, rhs); }
-static inline M_INT TalvoListLength(TKernelVector kv, ALGEB l) { return kv->ListLength(kv, l); }
 
 #ifdef __cplusplus
 }

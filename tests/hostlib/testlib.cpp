@@ -61,13 +61,11 @@ ENTRY ALGEB STATS_TestScale_MP(TKernelVector kv, ALGEB args)
 }
 
 // Raises a host error from three frames deep; each frame holds a Guard.
-static void fail_deep(TKernelVector kv, ALGEB what, int depth)
+[[noreturn]] static void fail_deep(TKernelVector kv, ALGEB what, int depth)
 {
     Guard g;
-    if (depth == 0) {
+    if (depth == 0)
         TalvoRaiseError2(kv, "failure with %1 at depth %2", what, ToTalvoInteger(kv, 0));
-        return;
-    }
     fail_deep(kv, what, depth - 1);
 }
 
