@@ -20,10 +20,8 @@ TalvoFloat STATS_ExponentialProbability_MP(TKernelVector, TalvoFloat x, TalvoFlo
 
 TalvoFloat STATS_ExponentialDeviate_MP(TKernelVector kv, TalvoFloat p, TalvoFloat b)
 {
-    if (p < TalvoFloat(0.0) || p > 1L) {
+    if (p < TalvoFloat(0.0) || p > 1L)
         TalvoRaiseError1(kv, "invalid value for the tail probability: %1", STATS_DoubleToTalvoFloat_MP(kv, p));
-        return TalvoFloat(0.0);
-    }
     // ln(1 - p) as log1p(-p), which keeps every digit for small p.
     return stats::CorrectlyRounded([&] { return -b * stats::LnOneMinus(p); });
 }
