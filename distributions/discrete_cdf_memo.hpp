@@ -45,11 +45,11 @@ public:
             return compute();
         auto it = m_values.find(k);
         if (it != m_values.end())
-            return it->second;
+            return it->second.value;
         TalvoFloat v = compute();
         if (m_values.size() >= m_capacity)
             m_values.clear();
-        m_values.emplace(k, v);
+        m_values.emplace(k, Stored{v});
         return v;
     }
 
@@ -58,11 +58,15 @@ public:
     size_t Size() const { return m_values.size(); }
 
 private:
-    // std::hash<long> under a name of the library's own: an unordered_map
-    // whose arguments are all of default visibility would export its
-    // out-of-line members from the shared library.
+    // std::hash<long> and the stored float under names of the library's
+    // own: an unordered_map whose arguments are all of default visibility
+    // would export its out-of-line members (the table's and, where they are
+    // not inlined, its node allocator's) from the shared library.
     struct IndexHash {
         size_t operator()(long k) const noexcept { return std::hash<long>{}(k); }
+    };
+    struct Stored {
+        TalvoFloat value;
     };
 
     // True when the memo now belongs to these parameters at the current
@@ -75,7 +79,7 @@ private:
     long m_digits = -1;
     std::vector<long> m_integers;
     std::vector<TalvoFloat> m_reals;
-    std::unordered_map<long, TalvoFloat, IndexHash> m_values;
+    std::unordered_map<long, Stored, IndexHash> m_values;
 };
 
 } // namespace stats
