@@ -5,7 +5,7 @@
 #
 # Files checked: everything under tests/, every CMakeLists.txt and *.cmake
 # file of the project, scripts/test and the files under .ci/.  Refused:
-#   - a sibling folder of the checkout reached by "../shared" or by
+#   - a sibling folder of the checkout reached through the parent folder (the shared reference folder) or by
 #     ${PROJECT_SOURCE_DIR}/.. or ${CMAKE_SOURCE_DIR}/..;
 #   - absolute paths into the machine's work, home or root folders;
 #   - a chain ${CMAKE_CURRENT_SOURCE_DIR}/../.. (or CMAKE_CURRENT_LIST_DIR)
