@@ -41,6 +41,7 @@ void STATS_AliasUrnGenerator_MP::Reset(int n, int m, TalvoFloat *weights)
     m_n = n;
     m_alias.reset();
     m_prob.reset();
+    m_cells.reset();
     if (n <= 0)
         return;
     m_prob.reset(new TalvoFloat[n]);
@@ -50,6 +51,7 @@ void STATS_AliasUrnGenerator_MP::Reset(int n, int m, TalvoFloat *weights)
     if (n == 1) {
         prob[0] = TalvoFloat(1.0);
         alias[0] = 0;
+        Bounds();
         return;
     }
 
@@ -94,6 +96,14 @@ void STATS_AliasUrnGenerator_MP::Reset(int n, int m, TalvoFloat *weights)
         alias[s] = s;
         prob[s] = one;
     }
+    Bounds();
+}
+
+void STATS_AliasUrnGenerator_MP::Bounds()
+{
+    m_cells.reset(new Cell[static_cast<size_t>(m_n)]);
+    for (int32_t j = 0; j < m_n; ++j)
+        m_cells[j] = {mpfr_get_d(m_prob[j].mpfr(), MPFR_RNDD), m_alias[j]};
 }
 
 int STATS_AliasUrnGenerator_MP::Next()
@@ -110,9 +120,16 @@ int STATS_AliasUrnGenerator_MP::Next()
     } while (j >= static_cast<uint32_t>(m_n));
     if (static_cast<int32_t>(j) < m_m) {
         TalvoFloat u = STATS_TalvoRandomStream_MP::NextDouble();
-        return u <= m_prob[j] ? static_cast<int>(j) : m_alias[j];
+        // u <= prob[j], decided on doubles unless u's rounding meets prob[j]'s.
+        const Cell &c = m_cells[j];
+        double d = mpfr_get_d(u.mpfr(), MPFR_RNDD);
+        if (d < c.lo)
+            return static_cast<int>(j);
+        if (d > c.lo)
+            return c.alias;
+        return u <= m_prob[j] ? static_cast<int>(j) : c.alias;
     }
-    return m_alias[j];
+    return m_cells[j].alias;
 }
 
 STATS_ENTRY ALGEB STATS_TalvoAliasUrnSample_MP(TKernelVector kv, ALGEB args)

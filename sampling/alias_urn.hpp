@@ -41,8 +41,21 @@ public:
     TalvoFloat prob(int j) const { return m_prob[j]; }
 
 private:
+    void Bounds();
+
     int32_t m_m = 0;
     int32_t m_n = 0;
     std::unique_ptr<int32_t[]> m_alias;
     std::unique_ptr<TalvoFloat[]> m_prob;
+    // Each cell's prob[j] rounded down to a double, beside its alias: a draw
+    // compares the uniform u (rounded down, d) with it and looks at prob[j]
+    // itself only when d equals it.  d < lo means u <= prob[j]; d above lo
+    // means u > prob[j] (prob[j] lies below the next double after lo).  So
+    // the result is that of u <= prob[j], while a large urn's draws stay in
+    // one compact array.
+    struct Cell {
+        double lo;
+        int32_t alias;
+    };
+    std::unique_ptr<Cell[]> m_cells;
 };

@@ -127,6 +127,40 @@ TEST(AliasUrn, DrawsKeepTheTopBitsAndRejectCellsBeyondTheLast)
     EXPECT_TRUE(s.exhausted());
 }
 
+// A draw keeps its cell when u <= prob[j], exactly: uniforms one unit of the
+// working precision either side of the threshold, and on it, beyond what a
+// double resolves.
+TEST(AliasUrn, ACellIsKeptExactlyWhenTheUniformIsAtMostItsThreshold)
+{
+    for (int digits : {15, 50}) {
+        DigitsScope d(digits);
+        auto w = Weights({"1", "2", "4"});
+        STATS_AliasUrnGenerator_MP urn(3, 3, w.data());
+        for (int j = 0; j < 2; ++j) {
+            TalvoFloat p = urn.prob(j);
+            ASSERT_TRUE(p < TalvoFloat(1.0));
+            mpfr_prec_t prec = mpfr_get_prec(p.mpfr());
+            auto text = [&](int step) {
+                mpfr_t x;
+                mpfr_init2(x, prec);
+                mpfr_set(x, p.mpfr(), MPFR_RNDN);
+                if (step > 0)
+                    mpfr_nextabove(x);
+                if (step < 0)
+                    mpfr_nextbelow(x);
+                std::string t = talvo_float_to_string(talvo_float_from_mpfr(x, prec), long(prec / 3 + 5));
+                mpfr_clear(x);
+                return t;
+            };
+            for (int step : {-1, 0, 1}) {
+                ReplayStream s;
+                s.ints({Top(uint32_t(j), 29)}).uniforms({text(step).c_str()});
+                EXPECT_EQ(urn.Next(), step <= 0 ? j : urn.alias(j)) << digits << " digits, cell " << j << ", " << step;
+            }
+        }
+    }
+}
+
 TEST(AliasUrn, CellsWithoutWeightsTakeNoUniform)
 {
     // Four cells, two weighted: cells 2 and 3 have probability 0 and are
