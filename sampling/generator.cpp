@@ -174,9 +174,9 @@ STATS_ENTRY ALGEB STATS_TalvoRandomSample_MP(TKernelVector kv, ALGEB args)
         ALGEB spec = TalvoListSelect(kv, specs, i);
         int kind = TalvoToInteger32(kv, TalvoListSelect(kv, spec, 1));
         if (kind == 1)
-            generators.emplace_back(new STATS_EnvelopeGenerator_MP(kv));
+            generators.push_back(std::make_unique<STATS_EnvelopeGenerator_MP>(kv));
         else
-            generators.emplace_back(new STATS_DefaultGenerator_MP(kv));
+            generators.push_back(std::make_unique<STATS_DefaultGenerator_MP>(kv));
         if (!generators.back()->initialize(kv, TalvoListSelect(kv, spec, 2))) {
             generators.clear();
             TalvoRaiseError1(kv, "unable to initialize random variate generator with parameters %1", spec);

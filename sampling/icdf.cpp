@@ -182,8 +182,9 @@ ALGEB stats::InverseDistributionSample(TKernelVector kv, int n, ALGEB proc, ALGE
     std::vector<std::unique_ptr<STATS_ICDFGenerator_MP>> generators;
     for (M_INT i = 1; i <= k; ++i) {
         ALGEB variable = TalvoListSelect(kv, variables, i);
-        generators.emplace_back(new STATS_ICDFGenerator_MP(kv, TalvoListSelect(kv, variable, 2),
-                                                           TalvoListSelect(kv, variable, 3), lower, upper, tol, flag));
+        generators.push_back(std::make_unique<STATS_ICDFGenerator_MP>(kv, TalvoListSelect(kv, variable, 2),
+                                                                      TalvoListSelect(kv, variable, 3), lower, upper,
+                                                                      tol, flag));
     }
     ALGEB sample = STATS_CreateRandomSample_MP(kv, n, ToTalvoNULL(kv));
     auto *out = static_cast<TalvoFloat *>(RTableDataBlock(kv, sample));
