@@ -235,7 +235,7 @@ void MinimumOfTwoExponentials(int seed)
     eval("E1 := [X, x -> 1 - exp(-x), x -> exp(-x)]: E2 := [Y, x -> 1 - exp(-2*x), x -> 2*exp(-2*x)]");
     eval("randomize(" + std::to_string(seed) + ")");
     std::string tol = "1e-" + std::to_string(TalvoDigits() - 2);
-    ALGEB a = stats::InverseDistributionSample(kv(), Draws(2000), eval("(x, y) -> min(x, y)"), eval("[E1, E2]"),
+    ALGEB a = stats::InverseDistributionSample(kv(), CostlyDraws(2000), eval("(x, y) -> min(x, y)"), eval("[E1, E2]"),
                                                eval("0"), eval("60"), eval(tol), 0);
     ExpectLaw("inverse CDF, min of exponentials", FloatArrayValues(a), [](double v) { return 1 - std::exp(-3 * v); });
 }
@@ -277,7 +277,7 @@ void IcdfLaws(int seed)
         talvo::define_builtin("test_normal_cdf", StandardNormalCdf);
         defined = true;
     }
-    int n = Draws(5000);
+    int n = CostlyDraws(5000);
     ExpectLaw("inverse CDF, normal",
               IcdfSample(seed, n, "x -> test_normal_cdf(x)", "x -> exp(-x^2/2)/sqrt(2*Pi)",
                          "-12", "12"),

@@ -18,12 +18,16 @@ namespace stats::test {
 
 #if defined(__SANITIZE_ADDRESS__)
 inline constexpr int kSanitizerDivisor = 10;
+inline constexpr int kCostlySanitizerDivisor = 20;
 #else
 inline constexpr int kSanitizerDivisor = 1;
+inline constexpr int kCostlySanitizerDivisor = 1;
 #endif
 
-// n draws in the optimised build, n / 10 under the sanitizers.
+// n draws in the optimised build, n / 10 under the sanitizers; draws that
+// each cost many host evaluations (the inverse-CDF search) take n / 20.
 constexpr int Draws(int n) { return n / kSanitizerDivisor; }
+constexpr int CostlyDraws(int n) { return n / kCostlySanitizerDivisor; }
 
 using Cdf = std::function<double(double)>;
 
