@@ -54,6 +54,10 @@ constexpr IrregularCount kIrregularCounts[] = {
     {"TalvoMedianDeviation", "TalvoAbsoluteDeviation expects 3 arguments, received: %1"},
     {"TalvoFivePointSummary", "expected two arguments, received: %1"},
     {"TalvoStatisticSummary", "expected 3 arguments, received: %1"},
+    // Kernel density (only more arguments than these are refused by the last two).
+    {"TalvoKernelDensity", "expected 8 arguments, received: %1"},
+    {"TalvoKernelBounds", "expected 1 arguments, received: %1"},
+    {"TalvoKernelDensitySample", "expected 4 arguments, received: %1"},
 };
 
 // Entries whose procedure message names another entry of their family: the
