@@ -314,25 +314,34 @@ TEST(RealFourierTransform, LongLengthsMatchDirectSums)
     }
 }
 
-// Lengths whose plans use each way of making a prime stage: the search
-// finds them (the choice is the cost model's), and each is checked
-// against the direct sums.
-TEST(RealFourierTransform, RaderAndBluesteinPrimesMatchDirectSums)
+// Lengths whose plans use each way of making a prime: real data of prime
+// length by the padded real Rader convolution, a complex stage by Rader's
+// convolution of length p - 1, a complex stage by Bluestein's chirp
+// convolution (the complex stages inside even lengths 2p), and odd lengths
+// 3p split into three real transforms of length p.  The search finds
+// them (the choice is the cost model's), and each is checked against the
+// direct sums both ways.
+TEST(RealFourierTransform, EveryKindOfPrimeStageMatchesDirectSums)
 {
     DigitsScope d(50);
-    size_t rader = 0, bluestein = 0;
-    for (size_t p = 101; p < 2000 && (rader == 0 || bluestein == 0); p += 2) {
-        std::string plan = TalvoMP_fft_plan(Integer(p));
-        if (plan.find(':') == std::string::npos)
-            continue;
-        if (rader == 0 && plan.find("rader") != std::string::npos && plan.find("bluestein") == std::string::npos)
+    size_t real_rader = 0, rader = 0, bluestein = 0, split = 0;
+    for (size_t p = 101; p < 2000; p += 2) {
+        std::string odd = TalvoMP_fft_plan(Integer(p)), even = TalvoMP_fft_plan(Integer(2 * p));
+        std::string three = TalvoMP_fft_plan(Integer(3 * p));
+        if (split == 0 && three.find(" x (") != std::string::npos && three.find("real-rader") != std::string::npos)
+            split = 3 * p;
+        if (real_rader == 0 && odd.find("real-rader") != std::string::npos)
+            real_rader = p;
+        if (rader == 0 && odd.find(":rader(") != std::string::npos && odd.find("bluestein") == std::string::npos)
             rader = p;
-        if (bluestein == 0 && plan.find("bluestein") != std::string::npos)
-            bluestein = p;
+        if (bluestein == 0 && even.find("bluestein") != std::string::npos)
+            bluestein = 2 * p;
     }
+    ASSERT_NE(real_rader, 0u);
     ASSERT_NE(rader, 0u);
     ASSERT_NE(bluestein, 0u);
-    for (size_t n : {rader, bluestein, 2 * bluestein}) {
+    ASSERT_NE(split, 0u);
+    for (size_t n : {real_rader, rader, bluestein, split, size_t(1019), size_t(2039)}) {
         SCOPED_TRACE("n = " + std::to_string(n) + ": " + TalvoMP_fft_plan(Integer(n)));
         Errors f = forward_errors(n, 3 * n);
         EXPECT_LE(f.normwise, 1.0) << "output " << f.worst;

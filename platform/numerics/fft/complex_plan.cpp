@@ -200,14 +200,8 @@ int plan_depth(size_t n)
 
 PrimeMethod prime_method(size_t p) { return p <= kAlwaysDirect ? PrimeMethod::Direct : prime_choice(p).method; }
 
-size_t bluestein_length(size_t n)
+size_t cheapest_length(size_t lo, size_t hi)
 {
-    auto &memo = bluestein_memo();
-    auto it = memo.find(n);
-    if (it != memo.end())
-        return it->second;
-    // Every product of 2, 3 and 5 in [2n - 1, 4n): the cheapest plan.
-    size_t lo = 2 * n - 1, hi = 4 * n;
     size_t best = 0;
     double best_cost = 0;
     for (size_t a = 1; a < hi; a *= 2)
@@ -221,9 +215,21 @@ size_t bluestein_length(size_t n)
                     best_cost = cost;
                 }
             }
+    return best;
+}
+
+size_t bluestein_length(size_t n)
+{
+    auto &memo = bluestein_memo();
+    auto it = memo.find(n);
+    if (it != memo.end())
+        return it->second;
+    size_t best = cheapest_length(2 * n - 1, 4 * n);
     memo[n] = best;
     return best;
 }
+
+size_t power_mod(size_t a, size_t e, size_t m) { return powmod(a, e, m); }
 
 std::string describe_plan(size_t n)
 {

@@ -104,6 +104,11 @@ enum class PrimeMethod { Direct, Rader, Bluestein };
 PrimeMethod prime_method(size_t p);
 // The convolution length Bluestein's algorithm uses for length n.
 size_t bluestein_length(size_t n);
+// The product of 2, 3 and 5 in [lo, hi) whose plan the cost model finds
+// cheapest (0 when there is none).
+size_t cheapest_length(size_t lo, size_t hi);
+// a^e modulo m.
+size_t power_mod(size_t a, size_t e, size_t m);
 
 // The plan of a complex transform of length n in words: its stage radices,
 // outermost first, each prime stage with the plan of its convolution:
