@@ -121,19 +121,44 @@ void direct_coefficient(const std::vector<TalvoFloat> &x, size_t k, const Trig &
     mpfr_clears(t, scale, (mpfr_ptr) nullptr);
 }
 
-// The transform of real data in Hermitian storage, by the direct sums.
+// The transform of real data in Hermitian storage, by the direct sums,
+// with the terms j and n - j paired: Re X_k sums (x_j + x_{n-j}) cos and
+// Im X_k sums -(x_j - x_{n-j}) sin over 1 <= j < n/2.
 void direct_forward(const std::vector<TalvoFloat> &x, MpVec &ref)
 {
     size_t n = x.size();
-    Trig trig(n, mpfr_get_prec(ref[0]));
-    mpfr_t im;
-    mpfr_init2(im, mpfr_get_prec(ref[0]));
-    for (size_t k = 0; 2 * k <= n; ++k) {
-        direct_coefficient(x, k, trig, ref[k], im);
-        if (k >= 1 && 2 * k < n)
-            mpfr_set(ref[n - k], im, MPFR_RNDN);
+    mpfr_prec_t rp = mpfr_get_prec(ref[0]);
+    Trig trig(n, rp);
+    MpVec sum(n, rp), diff(n, rp);
+    for (size_t j = 1; 2 * j < n; ++j) {
+        mpfr_add(sum[j], x[j].mpfr(), x[n - j].mpfr(), MPFR_RNDN);
+        mpfr_sub(diff[j], x[j].mpfr(), x[n - j].mpfr(), MPFR_RNDN);
     }
-    mpfr_clear(im);
+    mpfr_t re, im, t, scale;
+    mpfr_inits2(rp, re, im, t, scale, (mpfr_ptr) nullptr);
+    mpfr_set_ui(scale, n, MPFR_RNDN);
+    mpfr_rec_sqrt(scale, scale, MPFR_RNDN);
+    for (size_t k = 0; 2 * k <= n; ++k) {
+        mpfr_set(re, x[0].mpfr(), MPFR_RNDN);
+        mpfr_set_zero(im, 1);
+        if (n % 2 == 0) {
+            if (k % 2 == 0)
+                mpfr_add(re, re, x[n / 2].mpfr(), MPFR_RNDN);
+            else
+                mpfr_sub(re, re, x[n / 2].mpfr(), MPFR_RNDN);
+        }
+        for (size_t j = 1; 2 * j < n; ++j) {
+            size_t a = (j * k) % n;
+            mpfr_mul(t, sum[j], trig.c[a], MPFR_RNDN);
+            mpfr_add(re, re, t, MPFR_RNDN);
+            mpfr_mul(t, diff[j], trig.s[a], MPFR_RNDN);
+            mpfr_sub(im, im, t, MPFR_RNDN);
+        }
+        mpfr_mul(ref[k], re, scale, MPFR_RNDN);
+        if (k >= 1 && 2 * k < n)
+            mpfr_mul(ref[n - k], im, scale, MPFR_RNDN);
+    }
+    mpfr_clears(re, im, t, scale, (mpfr_ptr) nullptr);
 }
 
 // The (real) transform of a Hermitian sequence z stored in x, by the direct
@@ -255,15 +280,20 @@ Errors backward_errors(size_t n, unsigned long seed)
     return compare(x, ref, talvo_float_precision());
 }
 
-// Forward, conjugate, backward: the data again.
-Errors round_trip_errors(size_t n, unsigned long seed)
+// Forward, conjugate, backward: the data again.  The forward transform runs
+// at `spectrum_digits` (its results, the spectrum, are floats of that
+// precision), the backward one at the current "Digits".
+Errors round_trip_errors(size_t n, unsigned long seed, long spectrum_digits)
 {
     std::vector<TalvoFloat> x = random_floats(n, seed);
     MpVec ref(n, reference_precision());
     for (size_t i = 0; i < n; ++i)
         mpfr_set(ref[i], x[i].mpfr(), MPFR_RNDN);
-    forward(x);
-    conjugate(x);
+    {
+        DigitsScope d(spectrum_digits);
+        forward(x);
+        conjugate(x);
+    }
     backward(x);
     return compare(x, ref, talvo_float_precision());
 }
@@ -408,28 +438,54 @@ TEST(RealFourierTransform, Length65537)
     EXPECT_LT(std::fabs(mpfr_get_d(d1, MPFR_RNDN)), std::ldexp(1.0, -int(prec) + 1));
     mpfr_clears(re, im, d1, sum_x, sum_X, t, (mpfr_ptr) nullptr);
 
-    // And back.
+    // And back, through the spectrum stored at 50 digits (see
+    // RoundTripThroughAStoredSpectrum).
     conjugate(x);
     backward(x);
     MpVec ref(n, rp);
     for (size_t j = 0; j < n; ++j)
         mpfr_set(ref[j], data[j].mpfr(), MPFR_RNDN);
     Errors e = compare(x, ref, prec);
-    EXPECT_LE(e.normwise, 1.0) << "output " << e.worst;
+    EXPECT_LE(e.normwise, 2.0) << "output " << e.worst;
 }
 
-TEST(RealFourierTransform, RoundTripReturnsTheDataToOneUlp)
+std::vector<size_t> round_trip_lengths()
 {
     std::vector<size_t> lengths;
     for (size_t n = 1; n <= 64; ++n)
         lengths.push_back(n);
-    for (size_t n : {1000, 1009, 4096, 4097, 6561, 10007})
+    for (size_t n : {1000, 1009, 4096, 4097, 6561, 10007, 3 * 1019})
         lengths.push_back(n);
+    return lengths;
+}
+
+// With the spectrum kept to 10 more digits, the round trip gives every value
+// back within one unit in its last place: the transforms' own error is a
+// small fraction of a unit, and the last rounding half a unit.
+TEST(RealFourierTransform, RoundTripReturnsTheDataToOneUlp)
+{
     for (long digits : {15L, 50L, 100L}) {
         DigitsScope d(digits);
-        for (size_t n : lengths) {
-            Errors e = round_trip_errors(n, 7 * n + size_t(digits));
+        for (size_t n : round_trip_lengths()) {
+            Errors e = round_trip_errors(n, 7 * n + size_t(digits), digits + 10);
             EXPECT_LE(e.normwise, 1.0) << "n = " << n << " at " << digits << " digits, output " << e.worst;
+            EXPECT_LE(e.own, 1.0) << "n = " << n << " at " << digits << " digits";
+        }
+    }
+}
+
+// With the spectrum stored at the working "Digits" (as the kernel density
+// stores it), its rounding (half a unit in the last place of each
+// coefficient) is carried back into every value: the data come back within
+// about one unit in the last place of the largest value (1.3 at worst in
+// trials of many lengths and seeds), bounded here by 2.
+TEST(RealFourierTransform, RoundTripThroughAStoredSpectrum)
+{
+    for (long digits : {15L, 50L, 100L}) {
+        DigitsScope d(digits);
+        for (size_t n : round_trip_lengths()) {
+            Errors e = round_trip_errors(n, 11 * n + size_t(digits), digits);
+            EXPECT_LE(e.normwise, 2.0) << "n = " << n << " at " << digits << " digits, output " << e.worst;
         }
     }
 }

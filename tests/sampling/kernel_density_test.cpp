@@ -562,3 +562,60 @@ TEST(KernelProbabilityAdapter, TableByTruncatedIndex)
     EXPECT_EQ(error_of([&] { adapter.Call(TalvoFloat(3.0)); }), "kernel cumulative table index 3 out of range");
     EXPECT_EQ(error_of([&] { adapter.Call(TalvoFloat(-1.0)); }), "kernel cumulative table index -1 out of range");
 }
+
+// ---------------------------------------------------------------------------
+// The entries, called as the host calls them
+// ---------------------------------------------------------------------------
+
+TEST(KernelDensityEntries, ArgumentsAndMessages)
+{
+    DigitsScope d(10);
+    const std::string X = "Array([0.1, 0.35, 0.4, 0.8])", E = "Array(1..0)";
+    EXPECT_EQ(result(STATS_TalvoKernelDensity_MP, X + ", " + E + ", 0, 0, 5, false, 0, 1"),
+              "Array(1..5, [0.6, 1.4, 1., 0.8, 0.2], datatype = sfloat)");
+    EXPECT_EQ(result(STATS_TalvoKernelDensity_MP, X + ", " + E + ", 5, 0.1, 8, false, 0, 1"),
+              "Error: invalid kernel, received: 5");
+    EXPECT_EQ(result(STATS_TalvoKernelDensity_MP, X + ", " + E + ", 5, 0.1, 0, false, 0, 1"),
+              "Error: nag function failed to compute the forward fourier transform");
+    EXPECT_EQ(result(STATS_TalvoKernelDensity_MP, X + ", " + E + ", 0, 0.1, 8, false, 0"),
+              "Error: expected 8 arguments, received: Array(1..4, [0.1, 0.35, 0.4, 0.8]), Array(1..0, []), 0, "
+              "0.1, 8, false, 0");
+
+    EXPECT_EQ(result(STATS_TalvoKernelBounds_MP, "Array([3, -1.5, undefined, 7, 2])"), "[-1.5, 7.]");
+    EXPECT_EQ(result(STATS_TalvoKernelBounds_MP, "Array([2.5])"), "[2.5, 2.5]");
+    EXPECT_EQ(result(STATS_TalvoKernelBounds_MP, E), "Error: invalid input - dataset must contain at least one element.");
+    EXPECT_EQ(result(STATS_TalvoKernelBounds_MP, X + ", " + E),
+              "Error: expected 1 arguments, received: Array(1..4, [0.1, 0.35, 0.4, 0.8]), Array(1..0, [])");
+    EXPECT_EQ(result(STATS_TalvoKernelBounds_MP, ""), "Error: ExpseqSelect: index 1 out of range 1 .. 0");
+
+    const std::string T = "Array([0, 0.5, 1, 0.5, 0])";
+    EXPECT_EQ(result(STATS_TalvoKernelDensitySample_MP, T + ", 0, 2, 0"), "Array(1..0, [], datatype = sfloat)");
+    EXPECT_EQ(result(STATS_TalvoKernelDensitySample_MP, E + ", 0, 2, 3"),
+              "Error: invalid input - density must contain at least one element.");
+    EXPECT_EQ(result(STATS_TalvoKernelDensitySample_MP, T + ", 0, 2, 3, 4"),
+              "Error: expected 4 arguments, received: Array(1..5, [0, 0.5, 1, 0.5, 0]), 0, 2, 3, 4");
+    EXPECT_EQ(result(STATS_TalvoKernelDensitySample_MP, T + ", 0, 2"),
+              "Error: ExpseqSelect: index 4 out of range 1 .. 3");
+    EXPECT_EQ(result(STATS_TalvoKernelDensitySample_MP, "7, 0, 2, 3"),
+              "Error: invalid data sample, expected: rtable, received 7");
+}
+
+// The sampler's entry reads an Array of any data type: hardware floats and
+// integers are converted, not read as float handles.
+TEST(KernelDensityEntries, SamplerConvertsOtherArrays)
+{
+    DigitsScope d(15);
+    eval("randomize(21)");
+    ALGEB a = call(STATS_TalvoKernelDensitySample_MP, "Array([0, 1, 2, 1, 0], datatype = float64), 0, 4, 50");
+    eval("randomize(21)");
+    ALGEB b = call(STATS_TalvoKernelDensitySample_MP, "Array([0, 1, 2, 1, 0]), 0, 4, 50");
+    eval("randomize(21)");
+    ALGEB c = call(STATS_TalvoKernelDensitySample_MP, "Array([0, 1, 2, 1, 0], datatype = int32), 0, 4, 50");
+    EXPECT_EQ(show(a), show(b));
+    EXPECT_EQ(show(c), show(b));
+    auto *x = static_cast<TalvoFloat *>(RTableDataBlock(kv(), b));
+    for (int i = 0; i < 50; ++i) {
+        EXPECT_GE(x[i].to_double(), 0.0);
+        EXPECT_LE(x[i].to_double(), 4.0);
+    }
+}
