@@ -302,3 +302,18 @@ STATS_DECLARE_ENTRY(STATS_TalvoAliasUrnSample_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoBootstrapSample_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoBootstrapStatistic_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoBootstrapStatisticRV_MP);
+// Kernel density (sampling/kernel_density.cpp).
+//   KernelDensity(data, weights, kernel, h, M, flag, a, b): the estimate at M
+//     evenly spaced points from a to b, as a float Array 1..M; kernel 0
+//     Gaussian, 1 triangular, 2 rectangular, 3 Epanechnikov, 4 biweight
+//     (unit variance, h their standard deviation); flag true drops undefined
+//     points silently.  "expected 8 arguments, received: %1"; "invalid
+//     kernel, received: %1".
+//   KernelBounds(data): the list [min, max].  "expected 1 arguments,
+//     received: %1" for more than one argument.
+//   KernelDensitySample(f, a, b, n): n draws from the density with values
+//     f at evenly spaced points from a to b.  "expected 4 arguments,
+//     received: %1" for more than four.
+STATS_DECLARE_ENTRY(STATS_TalvoKernelDensity_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoKernelBounds_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoKernelDensitySample_MP);

@@ -43,6 +43,8 @@
 
 #include "talvo_float.hpp"
 
+#include <string>
+
 #define TALVO_MP_API __attribute__((visibility("default")))
 
 // ---------------------------------------------------------------------------
@@ -195,3 +197,38 @@ TALVO_MP_API void TalvoMP_g01alc(Integer n, const TalvoFloat x[], TalvoFloat res
 TALVO_MP_API void TalvoMP_g01aac(Integer n, const TalvoFloat x[], const TalvoFloat wt[], Integer *nvalid,
                                  TalvoFloat *xmean, TalvoFloat *xsd, TalvoFloat *xskew, TalvoFloat *xkurt,
                                  TalvoFloat *xmin, TalvoFloat *xmax, TalvoFloat *wsum, NagError *fail);
+
+// ---------------------------------------------------------------------------
+// Fourier transforms of real and Hermitian sequences (fft/)
+// ---------------------------------------------------------------------------
+//
+// Fortran argument lists: the failure indicator IFAIL is in and out.  On
+// entry 1 asks for a quiet failure, 0 or -1 for the message on standard
+// error as well (0, a "hard" failure, returns too: a library does not stop
+// its host); on exit 0 means success.  A null ifail counts as 0 on entry.
+//
+// Both transforms compute z^_k = (1/sqrt(n)) sum_j z_j exp(-2 pi i jk/n),
+// k = 0 .. n-1, for every length n >= 1 (mixed radix; Rader's and
+// Bluestein's algorithms for large prime factors; O(n log n) operations).
+// A Hermitian sequence (z_{n-k} = conj(z_k)) is stored in x[0..n-1] as
+// Re z_k in x[k] for 0 <= k <= n/2 and Im z_k in x[n-k] for
+// 1 <= k <= (n-1)/2.  c06faf, then c06gbf, then c06fbf give back the data.
+// Results are floats of the current precision, each within half a unit in
+// its last place plus a small fraction (a few times 2^-12) of a unit in the
+// last place of the largest result (see docs/numerics.md).  work[0..n-1] is
+// not referenced.
+// IFAIL on exit: 3 for n < 1 (c06faf, c06fbf), 1 for n < 1 (c06gbf), -999
+// when the plan's arrays cannot be allocated.
+
+// x real -> its transform in Hermitian storage.
+TALVO_MP_API void TalvoMP_c06faf(TalvoFloat x[], Integer n, TalvoFloat work[], Integer *ifail);
+// x Hermitian (stored as above) -> its transform, which is real.
+TALVO_MP_API void TalvoMP_c06fbf(TalvoFloat x[], Integer n, TalvoFloat work[], Integer *ifail);
+// The conjugate of a Hermitian sequence: x[j] = -x[j] for n/2 < j < n.
+TALVO_MP_API void TalvoMP_c06gbf(TalvoFloat x[], Integer n, Integer *ifail);
+// How the transforms of length n >= 1 are made, for tests and benchmarks:
+// "2 x (P)" (even n: P is the plan of the complex transform of length n/2)
+// or P (odd n), where P lists the stage radices outermost first and a prime
+// stage names its convolution, e.g. "4*4*1009:rader(4*4*7*3*3)" or
+// "1019:bluestein(2*3*...)"; "" for n < 1.
+TALVO_MP_API std::string TalvoMP_fft_plan(Integer n);
