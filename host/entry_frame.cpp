@@ -54,6 +54,12 @@ constexpr IrregularCount kIrregularCounts[] = {
     {"TalvoMedianDeviation", "TalvoAbsoluteDeviation expects 3 arguments, received: %1"},
     {"TalvoFivePointSummary", "expected two arguments, received: %1"},
     {"TalvoStatisticSummary", "expected 3 arguments, received: %1"},
+    // Data preparation (Winsorize shares Trim's message on purpose).
+    {"TalvoSort", "expected 3 arguments, received: %1"},
+    {"TalvoRankSort", "expected 3 arguments, received: %1"},
+    {"TalvoOrder", "expected 4 arguments, received: %1"},
+    {"TalvoLinearFilter", "expected 5 arguments, received: %1"},
+    {"TalvoWinsorize", "TalvoTrim expects 3 arguments, received: %1"},
 };
 
 // Entries whose procedure message names another entry of their family: the
