@@ -41,7 +41,7 @@ void STATS_SwapByteArrays_MP(char *a, char *b, char *tmp, size_t size)
 void STATS_SplitByNumericValue_MP(TKernelVector kv, char *block, long n, long k, int dataType, int width)
 {
     STATS_NumericCompare_MP compare = stats::prep::RequireCompare(kv, dataType);
-    if (k <= 0 || k >= n)
+    if (k < 0 || k >= n)
         return;
     size_t w = static_cast<size_t>(width);
     std::vector<char> tmp(w), pivot(w);

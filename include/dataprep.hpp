@@ -91,7 +91,7 @@ STATS_API void STATS_SwapByteArrays_MP(char *a, char *b, char *tmp, size_t size)
 // Partitions the n elements of the block (data type code, element width)
 // so that the k smallest come first: afterwards no element before position
 // k orders after the element at k, and none after it orders before it.
-// k <= 0 or k >= n leaves the block as it is.  Elements are compared with
+// k < 0 or k >= n leaves the block as it is (k = 0 puts the smallest first).  Elements are compared with
 // the data type's comparison and moved with STATS_SwapByteArrays_MP;
 // complex data raise "unable to compare complex numbers".
 STATS_API void STATS_SplitByNumericValue_MP(TKernelVector kv, char *block, long n, long k, int dataType, int width);
