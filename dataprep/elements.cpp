@@ -67,9 +67,11 @@ int STATS_NumericCompareINTEGER64_MP(const char *a, const char *b)
 int STATS_NumericCompareFLOAT64_MP(const char *a, const char *b) { return CompareHardwareFloats<double>(a, b); }
 int STATS_NumericCompareFLOAT32_MP(const char *a, const char *b) { return CompareHardwareFloats<float>(a, b); }
 
-int STATS_NumericCompareALGEB_MP(const char *a, const char *b)
+int STATS_NumericCompareALGEB_MP(const char *a, const char *b) { return stats::prep::CompareHostValues(a, b); }
+
+int stats::prep::CompareConvertedHostValues(ALGEB a, ALGEB b)
 {
-    TalvoFloat x = ComparedFloat(Read<ALGEB>(a)), y = ComparedFloat(Read<ALGEB>(b));
+    TalvoFloat x = ComparedFloat(a), y = ComparedFloat(b);
     mpfr_srcptr u = stats::prep::FloatValue(x), v = stats::prep::FloatValue(y);
     bool nu = mpfr_nan_p(u), nv = mpfr_nan_p(v);
     if (nu || nv)

@@ -12,6 +12,8 @@
 
 #include <mpfr.h>
 
+#include <cstring>
+
 #include <vector>
 
 namespace stats::prep {
@@ -89,6 +91,26 @@ inline bool FloatBefore(const TalvoFloat &a, const TalvoFloat &b)
     if (mpfr_nan_p(y))
         return true;
     return mpfr_less_p(x, y) != 0;
+}
+
+// The comparison of two host values (STATS_NumericCompareALGEB_MP), inline
+// for the ranking's comparison function: two floats are compared where
+// they stand; anything else goes through the conversion.
+int CompareConvertedHostValues(ALGEB x, ALGEB y);
+inline int CompareHostValues(const char *a, const char *b)
+{
+    ALGEB x, y;
+    std::memcpy(&x, a, sizeof x);
+    std::memcpy(&y, b, sizeof y);
+    if (!TalvoIsSoftwareFloatHandle(x) || !TalvoIsSoftwareFloatHandle(y))
+        return CompareConvertedHostValues(x, y);
+    mpfr_srcptr u = &reinterpret_cast<const TalvoFloatObject *>(x)->value;
+    mpfr_srcptr v = &reinterpret_cast<const TalvoFloatObject *>(y)->value;
+    bool nu = mpfr_nan_p(u), nv = mpfr_nan_p(v);
+    if (nu || nv)
+        return nu == nv ? 0 : (nu ? 1 : -1);
+    int c = mpfr_cmp(u, v);
+    return (c > 0) - (c < 0);
 }
 
 } // namespace stats::prep

@@ -75,7 +75,7 @@ Integer (*RankCompareFor(STATS_NumericCompare_MP c))(const Nag_Pointer, const Na
         return RankCompare<STATS_NumericCompareFLOAT64_MP>;
     if (c == STATS_NumericCompareFLOAT32_MP)
         return RankCompare<STATS_NumericCompareFLOAT32_MP>;
-    return RankCompare<STATS_NumericCompareALGEB_MP>;
+    return RankCompare<stats::prep::CompareHostValues>;
 }
 
 // The number of elements of an array the kernels can rank (they count in

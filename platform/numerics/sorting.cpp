@@ -20,13 +20,14 @@
 // the array first (one pass) and the numbers before them are sorted with
 // plain comparisons.  A descending sort is the ascending one reversed.
 //
-// m01dsc.  A stable merge sort of the object indices (bottom-up: runs of
-// kRun objects by binary insertion, then merges of doubling width; a merge
-// whose two halves are already in order costs one comparison), after which
-// ranks[index[k]] = k.  It makes about n log2 n - 1.2 n calls of the
-// comparison function, close to the least any comparison sort can make,
-// which is what matters when the comparison converts host values.  Knuth
-// (TAOCP vol. 3, 5.2.4) describes the list-merge form of the same sort.
+// m01dsc.  The object indices are sorted by the same introspective
+// quicksort under the order "object i orders before object j, or they are
+// equal and i < j": a strict total order, so the sorted indices are exactly
+// those of a stable sort (the list-merge sort of Knuth, TAOCP vol. 3,
+// 5.2.4, gives the same ranks), and ranks[index[k]] = k.  A quicksort rather
+// than a merge: its partitions soon fit in the cache with the objects they
+// reach, where every pass of a merge sort walks all the objects again,
+// which for a million floats costs twice the time.
 #include "core/support.hpp"
 
 #include <mpfr.h>
@@ -217,8 +218,138 @@ void TalvoMP_m01cac(TalvoFloat vec[], size_t n, Nag_SortOrder order, NagError *f
 
 namespace {
 
-// Objects per run of the merge sort, each run sorted by binary insertion.
-constexpr size_t kRun = 32;
+// The ranking's sort: an introspective quicksort (as m01cac's, on object
+// indices) under the order "object i before object j, or equal to it and
+// i < j", a strict total order whose sorted sequence is the stable one.
+template <class Before, class Touch>
+class IndexSort {
+public:
+    // touch(i) fetches object i into the cache ahead of its comparison.
+    IndexSort(size_t *index, Before before, Touch touch) : m_index(index), m_before(before), m_touch(touch) {}
+
+    void Sort(ptrdiff_t n)
+    {
+        if (n < 2)
+            return;
+        QuickSort(n);
+        // Insertion pass over the short unsorted ranges.
+        for (ptrdiff_t i = 1; i < n; ++i) {
+            size_t v = m_index[i];
+            ptrdiff_t j = i;
+            while (j > 0 && m_before(v, m_index[j - 1])) {
+                m_index[j] = m_index[j - 1];
+                --j;
+            }
+            m_index[j] = v;
+        }
+    }
+
+private:
+    void Order2(ptrdiff_t a, ptrdiff_t b)
+    {
+        if (m_before(m_index[b], m_index[a]))
+            std::swap(m_index[a], m_index[b]);
+    }
+
+    void SiftDown(size_t *a, ptrdiff_t root, ptrdiff_t n)
+    {
+        size_t v = a[root];
+        for (;;) {
+            ptrdiff_t child = 2 * root + 1;
+            if (child >= n)
+                break;
+            if (child + 1 < n && m_before(a[child], a[child + 1]))
+                ++child;
+            if (!m_before(v, a[child]))
+                break;
+            a[root] = a[child];
+            root = child;
+        }
+        a[root] = v;
+    }
+
+    void HeapSort(size_t *a, ptrdiff_t n)
+    {
+        for (ptrdiff_t i = n / 2 - 1; i >= 0; --i)
+            SiftDown(a, i, n);
+        for (ptrdiff_t end = n - 1; end > 0; --end) {
+            std::swap(a[0], a[end]);
+            SiftDown(a, 0, end);
+        }
+    }
+
+    void QuickSort(ptrdiff_t n)
+    {
+        struct Range {
+            ptrdiff_t lo, hi;
+            bool random;
+            int budget;
+        };
+        Range stack[130];
+        int top = 0;
+        Scramble rng{0xD1B54A32D192ED03ull ^ static_cast<uint64_t>(n)};
+        Range r{0, n - 1, false, 2 * static_cast<int>(std::bit_width(static_cast<uint64_t>(n))) + 2};
+        size_t *a = m_index;
+        for (;;) {
+            while (r.hi - r.lo + 1 >= kCutoff) {
+                ptrdiff_t lo = r.lo, hi = r.hi, size = hi - lo + 1;
+                ptrdiff_t mid = lo + size / 2;
+                if (r.random) {
+                    std::swap(a[lo], a[lo + rng.below(size)]);
+                    std::swap(a[mid], a[lo + rng.below(size)]);
+                    std::swap(a[hi], a[lo + rng.below(size)]);
+                }
+                Order2(lo, mid);
+                Order2(lo, hi);
+                Order2(mid, hi);
+                std::swap(a[mid], a[hi - 1]);
+                const size_t pivot = a[hi - 1];
+                ptrdiff_t i = lo, j = hi - 1;
+                // The scans meet somewhere in the range: objects kAhead
+                // places ahead of each are fetched while it compares.
+                for (;;) {
+                    do {
+                        ++i;
+                        if (i + kAhead < j)
+                            m_touch(a[i + kAhead]);
+                    } while (m_before(a[i], pivot));
+                    do {
+                        --j;
+                        if (j - kAhead > i)
+                            m_touch(a[j - kAhead]);
+                    } while (m_before(pivot, a[j]));
+                    if (i >= j)
+                        break;
+                    std::swap(a[i], a[j]);
+                }
+                std::swap(a[i], a[hi - 1]);
+                ptrdiff_t nl = i - lo, nr = hi - i;
+                bool unbalanced = std::min(nl, nr) < size / 16;
+                int budget = r.budget - (unbalanced ? 1 : 0);
+                if (budget <= 0) {
+                    HeapSort(a + lo, size);
+                    break;
+                }
+                Range left{lo, i - 1, unbalanced, budget}, right{i + 1, hi, unbalanced, budget};
+                if (nl < nr) {
+                    stack[top++] = right;
+                    r = left;
+                } else {
+                    stack[top++] = left;
+                    r = right;
+                }
+            }
+            if (top == 0)
+                return;
+            r = stack[--top];
+        }
+    }
+
+    static constexpr ptrdiff_t kAhead = 8;
+    size_t *m_index;
+    Before m_before;
+    Touch m_touch;
+};
 
 } // namespace
 
@@ -248,52 +379,21 @@ void TalvoMP_m01dsc(const Pointer vec, size_t n, ptrdiff_t stride,
     const char *base = static_cast<const char *>(vec);
     auto object = [&](size_t i) { return const_cast<char *>(base + static_cast<ptrdiff_t>(i) * stride); };
     const bool ascending = order == Nag_Ascending;
-    // True when object i must come before object j (strictly).
+    // Object i strictly before object j: it orders before (after, in
+    // descending order), or it is equal and stands first.
     auto before = [&](size_t i, size_t j) {
+        if (i == j)
+            return false;
         Integer c = compare(object(i), object(j));
+        if (c == 0)
+            return i < j;
         return ascending ? c < 0 : c > 0;
     };
-
-    std::vector<size_t> index(n), work(n);
+    std::vector<size_t> index(n);
     for (size_t i = 0; i < n; ++i)
         index[i] = i;
-    // Runs by binary insertion: each object goes after the last one it does
-    // not come before, so equal objects keep their order.
-    for (size_t start = 0; start < n; start += kRun) {
-        size_t end = std::min(n, start + kRun);
-        for (size_t i = start + 1; i < end; ++i) {
-            size_t v = index[i];
-            size_t lo = start, hi = i;
-            while (lo < hi) {
-                size_t mid = lo + (hi - lo) / 2;
-                if (before(v, index[mid]))
-                    hi = mid;
-                else
-                    lo = mid + 1;
-            }
-            std::memmove(&index[lo + 1], &index[lo], (i - lo) * sizeof(size_t));
-            index[lo] = v;
-        }
-    }
-    // Merges of doubling width, from index into work and back.
-    size_t *src = index.data(), *dst = work.data();
-    for (size_t width = kRun; width < n; width *= 2) {
-        for (size_t lo = 0; lo < n; lo += 2 * width) {
-            size_t mid = std::min(n, lo + width), hi = std::min(n, lo + 2 * width);
-            if (mid == hi || !before(src[mid], src[mid - 1])) {
-                std::memcpy(dst + lo, src + lo, (hi - lo) * sizeof(size_t));
-                continue;
-            }
-            size_t i = lo, j = mid, k = lo;
-            while (i < mid && j < hi)
-                dst[k++] = before(src[j], src[i]) ? src[j++] : src[i++];
-            while (i < mid)
-                dst[k++] = src[i++];
-            while (j < hi)
-                dst[k++] = src[j++];
-        }
-        std::swap(src, dst);
-    }
+    auto touch = [&](size_t i) { __builtin_prefetch(object(i)); };
+    IndexSort<decltype(before), decltype(touch)>(index.data(), before, touch).Sort(static_cast<ptrdiff_t>(n));
     for (size_t k = 0; k < n; ++k)
-        ranks[src[k]] = k;
+        ranks[index[k]] = k;
 }
