@@ -134,6 +134,11 @@ TEST(DataprepSelectRemove, RemoveNULL)
     ALGEB c = call(STATS_TalvoRemoveNULL_MP, "F");
     EXPECT_EQ(show(c), "Array(2..3, [1.5, 2.5], datatype = float64)");
     EXPECT_NE(c, eval("F")) << "a copy";
+    // Every data type but host values: no element can be NULL, a copy.
+    for (int code = 1; code <= 8; ++code) {
+        std::string data = ArrayText("0..2, [1, 0, 2]", code);
+        EXPECT_EQ(show(call(STATS_TalvoRemoveNULL_MP, data)), show(eval(data))) << code;
+    }
     EXPECT_EQ(result(STATS_TalvoRemoveNULL_MP, "F, F"),
               "Error: TalvoRemoveNULL expects 1 argument, received: " + show(eval("F")) + ", " + show(eval("F")));
     EXPECT_EQ(result(STATS_TalvoRemoveNULL_MP, "7"),

@@ -82,9 +82,16 @@ TEST(DataprepTrim, TrimKeepsRanksK1ToK2MinusOne)
     // Undefined values are the largest.
     EXPECT_EQ(result(STATS_TalvoTrim_MP, "Array([Float(undefined), 2, 1, 3]), 0, 75"),
               "Array(1..3, [1., 2., 3.], datatype = sfloat)");
-    // Any data type, through the data sample's conversion.
-    EXPECT_EQ(result(STATS_TalvoTrim_MP, "Array([4, 1, 3, 2], datatype = int8), 25, 75"),
-              "Array(1..2, [2., 3.], datatype = sfloat)");
+    // Any data type and storage, through the data sample's conversion.
+    for (int code : {0, 2, 3, 4, 5, 6, 8}) {
+        std::vector<double> v = Numbers(call(STATS_TalvoTrim_MP, ArrayText("1..4, [4, 1, 3, 2]", code) + ", 25, 75"));
+        std::sort(v.begin(), v.end());
+        EXPECT_EQ(v, (std::vector<double>{2, 3})) << code;
+        v = Numbers(call(STATS_TalvoTrim_MP, ArrayText("1..4, [4, 1, 3, 2]", code, ", storage = sparse") + ", 25, 75"));
+        std::sort(v.begin(), v.end());
+        EXPECT_EQ(v, (std::vector<double>{2, 3})) << code << " sparse";
+    }
+    EXPECT_EQ(result(STATS_TalvoTrim_MP, "Array([1, 2+I]), 25, 75"), "Error: unable to evaluate 2+I to floating-point");
     // An undefined upper percentile cuts at 0 and keeps nothing.
     EXPECT_EQ(result(STATS_TalvoTrim_MP, kTen + ", 50, Float(undefined)"), "Array(1..0, [], datatype = sfloat)");
 }
@@ -138,6 +145,8 @@ TEST(DataprepTrim, Messages)
                   "percentile, received: 60, 40");
         EXPECT_EQ(result(entry, "[1, 2], 10, 20"),
                   "Error: invalid data sample, expected: one-dimensional array, received [1, 2]");
+        EXPECT_EQ(result(entry, "Array(1..2, 1..1), 10, 20"),
+                  "Error: invalid data sample, expected: one-dimensional array, received Array(1..2, 1..1, [[0], [0]])");
         EXPECT_EQ(result(entry, kTen + ", p, 20"), "Error: unable to evaluate p to floating-point");
     }
     // Equal percentiles pass.

@@ -174,9 +174,10 @@ TEST(ShapiroWilkG01ddc, LastDigitAtEveryPrecision)
         EXPECT_GE(checked[d], 20) << d;
 }
 
-// Royston's coefficients approximate the exact ones within about 0.0015
-// (the largest differences are at n = 4 to 6); W computed with them
-// differs from the W of the exact coefficients by less than 0.002.
+// Royston's coefficients approximate the exact ones (m'V^-1 normalised, to
+// 12 digits) within 0.001 for n <= 20 (0.000985 at most); W computed with
+// them differs from the W of the exact coefficients by less than 0.0005 on
+// the samples.  The tolerances leave a margin of half as much again.
 TEST(ShapiroWilkG01ddc, CloseToTheExactCoefficients)
 {
     DigitsScope digits(30);
@@ -205,19 +206,23 @@ TEST(ShapiroWilkG01ddc, CloseToTheExactCoefficients)
         for (const auto &[i, text] : coefs) {
             double e = AbsoluteError(a[static_cast<size_t>(n - i)], text);
             worst = std::max(worst, e);
-            EXPECT_LT(e, 0.002) << "n = " << n << ", a_" << n + 1 - i;
-            EXPECT_LT(AbsoluteError(-a[static_cast<size_t>(i - 1)], text), 0.002) << "antisymmetry, n = " << n;
+            EXPECT_LT(e, 0.0015) << "n = " << n << ", a_" << n + 1 - i;
+            EXPECT_LT(AbsoluteError(-a[static_cast<size_t>(i - 1)], text), 0.0015) << "antisymmetry, n = " << n;
         }
         if (n == 3) {
-            EXPECT_LT(AbsoluteError(a[2], coefs.at(1)), 1e-16) << "n = 3 is exact";
+            EXPECT_LT(AbsoluteError(a[2], coefs.at(1)), 1e-11) << "n = 3 is exact (to the table's 12 digits)";
         }
     }
     std::printf("largest difference from an exact coefficient: %.3g\n", worst);
     EXPECT_GT(worst, 1e-5) << "the approximation is not the exact coefficients (the table would be suspect)";
+    double worst_w = 0;
     for (const auto &row : w_rows) {
         Result r = SortAndTest(Values(row[1]));
-        EXPECT_LT(AbsoluteError(r.w, row[3]), 0.002) << row[1];
+        double e = AbsoluteError(r.w, row[3]);
+        worst_w = std::max(worst_w, e);
+        EXPECT_LT(e, 0.00075) << row[1];
     }
+    std::printf("largest difference from the W of the exact coefficients: %.3g\n", worst_w);
     EXPECT_GE(w_rows.size(), 15u);
 }
 
