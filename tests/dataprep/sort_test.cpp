@@ -5,7 +5,10 @@
 // in either storage order, and every message.
 #include "prep_support.hpp"
 
+#include "elements.hpp"
+
 #include <algorithm>
+#include <numeric>
 #include <random>
 
 using namespace stats::test;
@@ -148,6 +151,44 @@ TEST(DataprepRankSort, AgreesWithSort)
         ALGEB ordered = call(STATS_TalvoOrder_MP, data + ", " + show(call(STATS_TalvoRankSort_MP, data + ", 1, true")) +
                                                       ", " + ArrayText("1..200", code) + ", false");
         EXPECT_EQ(Elements(ordered), sorted);
+    }
+}
+
+// Arrays of floats are ranked through order keys (sign, exponent and the
+// leading 32 bits of the mantissa) with the exact comparison for equal
+// keys: the ranks must be those of the exact order, stable, for values that
+// share their leading bits, exponents near the ends of the float range,
+// zeros of both signs, infinities and undefined values, in both directions.
+TEST(DataprepRankSort, FloatKeysGiveTheExactOrder)
+{
+    DigitsScope digits(30);
+    std::mt19937 gen(5);
+    std::vector<std::string> pool = {"0.", "-0.", "Float(infinity)", "Float(-infinity)", "Float(undefined)",
+                                     "1.000000000000000000000000000001", "1.000000000000000000000000000002", "1.",
+                                     "-1.000000000000000000000000000001", "-1.", "Float(3, -300000000)",
+                                     "Float(5, -300000000)", "Float(-3, -300000000)", "Float(7, 300000000)",
+                                     "Float(9, 300000000)", "Float(-9, 300000000)", "2.5", "2.5000000001", "-2.5", "1/3", "0.3333333333"};
+    std::string values = "[";
+    std::vector<TalvoFloat> floats;
+    for (int i = 0; i < 300; ++i) {
+        std::string t = gen() % 3 == 0 ? pool[gen() % pool.size()]
+                                       : std::to_string(int(gen() % 1000) - 500) + "." + std::to_string(gen() % 1000);
+        ALGEB f = eval("evalf(" + t + ")");
+        floats.push_back(TalvoFloat::from_handle(f));
+        values += (i ? ", evalf(" : "evalf(") + t + ")";
+    }
+    values += "]";
+    talvo::test::run("K := Array(1..300, " + values + ", datatype = sfloat):");
+    for (bool ascending : {true, false}) {
+        std::vector<size_t> order(300);
+        std::iota(order.begin(), order.end(), 0);
+        std::stable_sort(order.begin(), order.end(), [&](size_t a, size_t b) {
+            return ascending ? stats::prep::FloatBefore(floats[a], floats[b])
+                             : stats::prep::FloatBefore(floats[b], floats[a]);
+        });
+        std::vector<std::string> ranks = Elements(call(STATS_TalvoRankSort_MP, std::string("K, 1, ") + (ascending ? "true" : "false")));
+        for (size_t k = 0; k < 300; ++k)
+            ASSERT_EQ(ranks[order[k]], std::to_string(k + 1)) << (ascending ? "ascending" : "descending") << " rank " << k + 1;
     }
 }
 
