@@ -7,7 +7,7 @@ Where mpmath has the function, it is called directly (erfc, erfinv,
 betainc, gammainc, loggamma).  It has no deviates of the t, chi-square, F,
 beta and gamma distributions and no non-central or hypergeometric
 distributions: those rows time mpmath.findroot from a double start (the
-deviates) and the methods of scripts/numerics-reference (Poisson mixtures,
+deviates) and the methods of scripts/reference/numerics.py (Poisson mixtures,
 exact sums), marked "*".
 
 Usage: bench/numerics_mpmath.py [digits...]
@@ -24,7 +24,7 @@ from mpmath import mp, mpf
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 _loader = importlib.machinery.SourceFileLoader("numerics_reference",
-                                               os.path.join(HERE, "..", "scripts", "numerics-reference"))
+                                               os.path.join(HERE, "..", "scripts", "reference", "numerics.py"))
 _spec = importlib.util.spec_from_loader("numerics_reference", _loader)
 ref = importlib.util.module_from_spec(_spec)
 _loader.exec_module(ref)

@@ -16,11 +16,11 @@ void normal_deviate(arb_ptr r, arb_srcptr p, Nag_TailProbability tail, slong wp)
 
 namespace talvo::mp {
 
-// gamma_dist.cpp: x with P(a, x) = p for 0 < p < 1 (an exact ball), to the
+// gamma.cpp: x with P(a, x) = p for 0 < p < 1 (an exact ball), to the
 // target's goal (upper half of p solved as Q(a, x) = 1 - p).
 Status gamma_deviate(arb_ptr x, const fmpq *a, arb_srcptr p, const Target &target);
 
-// beta_dist.cpp: x with I_x(a, b) = p for 0 < p < 1, returned as the pair
+// beta.cpp: x with I_x(a, b) = p for 0 < p < 1, returned as the pair
 // (x, y = 1 - x), each to the target's goal.
 Status beta_deviate(arb_ptr x, arb_ptr y, const fmpq *a, const fmpq *b, arb_srcptr p, const Target &target);
 
@@ -28,7 +28,7 @@ Status beta_deviate(arb_ptr x, arb_ptr y, const fmpq *a, const fmpq *b, arb_srcp
 
 namespace talvo::mp {
 
-// students_t.cpp: the density of Student's t with nu degrees of freedom
+// student_t.cpp: the density of Student's t with nu degrees of freedom
 // (a ball of df), used by the non-central t as well.
 void t_density(arb_ptr r, arb_srcptr t, const fmpq *df, slong wp);
 

@@ -3,8 +3,7 @@
 // inverse of its probability, a result at D digits is the 2D-digit result
 // rounded, discrete probabilities add up to the distribution function; and
 // the limits and end points, tol and max_iter.
-#include "talvo_mp.h"
-#include "table_support.hpp"
+#include "checks.hpp"
 
 #include <gtest/gtest.h>
 
@@ -15,11 +14,7 @@
 
 namespace {
 
-using talvo::test::DigitsScope;
-
-TalvoFloat F(const char *text) { return TalvoFloat::from_handle(talvo_float_parse(text, talvo_float_precision())); }
-
-const Nag_TailProbability L = Nag_LowerTail, U = Nag_UpperTail, S = Nag_TwoTailSignif, C = Nag_TwoTailConfid;
+using namespace talvo::test;
 
 // |a - b| / |b| in units of 10^(1 - digits).
 double units(const TalvoFloat &a, const TalvoFloat &b, long digits)

@@ -1,5 +1,7 @@
-// table_support.hpp -- the committed reference tables (data/<routine>.tsv,
-// written by scripts/numerics-reference) and how a row is checked.
+// table_support.hpp -- the committed reference tables
+// (data/<family>/<routine>.tsv, written by scripts/reference/numerics.py),
+// how a row is checked, and the accuracy test each family's test file
+// instantiates for its routines.
 //
 // A row is: digits, the routine's inputs (tail codes and integers in decimal,
 // reals as exact binary values 0x<hex>p<exp>), then the expected outputs in
@@ -17,6 +19,8 @@
 #include <fstream>
 #include <functional>
 #include <map>
+#include <ostream>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -26,6 +30,7 @@ namespace talvo::test {
 // A routine as the tables see it: input kinds ("T" tail, "R" real, "I"
 // integer) and a call that fills the outputs.
 struct TableRoutine {
+    std::string family; // the table is data/<family>/<name>.tsv
     std::string kinds;
     int outputs;
     // ins: the parsed inputs (tails and integers in `ints`, reals in `reals`,
@@ -38,56 +43,56 @@ struct TableRoutine {
 inline const std::map<std::string, TableRoutine> &table_routines()
 {
     static const std::map<std::string, TableRoutine> routines = {
-        {"g01eac", {"TR", 1, [](auto &i, auto &r, TalvoFloat *o, NagError *f) {
+        {"g01eac", {"normal", "TR", 1, [](auto &i, auto &r, TalvoFloat *o, NagError *f) {
              o[0] = TalvoMP_g01eac(Nag_TailProbability(i[0]), r[0], f); }}},
-        {"g01fac", {"TR", 1, [](auto &i, auto &r, TalvoFloat *o, NagError *f) {
+        {"g01fac", {"normal", "TR", 1, [](auto &i, auto &r, TalvoFloat *o, NagError *f) {
              o[0] = TalvoMP_g01fac(Nag_TailProbability(i[0]), r[0], f); }}},
-        {"g01ebc", {"TRR", 1, [](auto &i, auto &r, TalvoFloat *o, NagError *f) {
+        {"g01ebc", {"student_t", "TRR", 1, [](auto &i, auto &r, TalvoFloat *o, NagError *f) {
              o[0] = TalvoMP_g01ebc(Nag_TailProbability(i[0]), r[0], r[1], f); }}},
-        {"g01fbc", {"TRR", 1, [](auto &i, auto &r, TalvoFloat *o, NagError *f) {
+        {"g01fbc", {"student_t", "TRR", 1, [](auto &i, auto &r, TalvoFloat *o, NagError *f) {
              o[0] = TalvoMP_g01fbc(Nag_TailProbability(i[0]), r[0], r[1], f); }}},
-        {"g01ecc", {"TRR", 1, [](auto &i, auto &r, TalvoFloat *o, NagError *f) {
+        {"g01ecc", {"chi_square", "TRR", 1, [](auto &i, auto &r, TalvoFloat *o, NagError *f) {
              o[0] = TalvoMP_g01ecc(Nag_TailProbability(i[0]), r[0], r[1], f); }}},
-        {"g01fcc", {"RR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
+        {"g01fcc", {"chi_square", "RR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
              o[0] = TalvoMP_g01fcc(r[0], r[1], f); }}},
-        {"g01edc", {"TRRR", 1, [](auto &i, auto &r, TalvoFloat *o, NagError *f) {
+        {"g01edc", {"f_ratio", "TRRR", 1, [](auto &i, auto &r, TalvoFloat *o, NagError *f) {
              o[0] = TalvoMP_g01edc(Nag_TailProbability(i[0]), r[0], r[1], r[2], f); }}},
-        {"g01fdc", {"RRR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
+        {"g01fdc", {"f_ratio", "RRR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
              o[0] = TalvoMP_g01fdc(r[0], r[1], r[2], f); }}},
-        {"g01eec", {"RRR", 3, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
+        {"g01eec", {"beta", "RRR", 3, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
              TalvoMP_g01eec(r[0], r[1], r[2], TalvoFloat(), &o[0], &o[1], &o[2], f); }}},
         // Whole-number shapes, one output per call: the routine computes only
         // what is asked for, and sums a tail as a finite binomial sum when that
         // output's sum is short, so each output may take a different method.
-        {"g01eec_whole", {"RRR", 3, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
+        {"g01eec_whole", {"beta", "RRR", 3, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
              TalvoMP_g01eec(r[0], r[1], r[2], TalvoFloat(), &o[0], nullptr, nullptr, f);
              if (f->code == NE_NOERROR)
                  TalvoMP_g01eec(r[0], r[1], r[2], TalvoFloat(), nullptr, &o[1], nullptr, f);
              if (f->code == NE_NOERROR)
                  TalvoMP_g01eec(r[0], r[1], r[2], TalvoFloat(), nullptr, nullptr, &o[2], f); }}},
-        {"g01fec", {"RRR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
+        {"g01fec", {"beta", "RRR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
              o[0] = TalvoMP_g01fec(r[0], r[1], r[2], TalvoFloat(), f); }}},
-        {"g01fec_whole", {"RRR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
+        {"g01fec_whole", {"beta", "RRR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
              o[0] = TalvoMP_g01fec(r[0], r[1], r[2], TalvoFloat(), f); }}},
-        {"g01efc", {"TRRR", 1, [](auto &i, auto &r, TalvoFloat *o, NagError *f) {
+        {"g01efc", {"gamma", "TRRR", 1, [](auto &i, auto &r, TalvoFloat *o, NagError *f) {
              o[0] = TalvoMP_g01efc(Nag_TailProbability(i[0]), r[0], r[1], r[2], f); }}},
-        {"g01ffc", {"RRR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
+        {"g01ffc", {"gamma", "RRR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
              o[0] = TalvoMP_g01ffc(r[0], r[1], r[2], TalvoFloat(), f); }}},
         // The non-central routines get tol = 0 (full precision) and a limit
         // that never binds; tol and max_iter have their own tests.
-        {"g01gbc", {"RRR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
+        {"g01gbc", {"noncentral_student_t", "RRR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
              o[0] = TalvoMP_g01gbc(r[0], r[1], r[2], TalvoFloat(), 1000000, f); }}},
-        {"g01gcc", {"RRR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
+        {"g01gcc", {"noncentral_chi_square", "RRR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
              o[0] = TalvoMP_g01gcc(r[0], r[1], r[2], TalvoFloat(), 1000000, f); }}},
-        {"g01gdc", {"RRRR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
+        {"g01gdc", {"noncentral_beta", "RRRR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
              o[0] = TalvoMP_g01gdc(r[0], r[1], r[2], r[3], TalvoFloat(), 1000000, f); }}},
-        {"g01gec", {"RRRR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
+        {"g01gec", {"noncentral_beta", "RRRR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
              o[0] = TalvoMP_g01gec(r[0], r[1], r[2], r[3], TalvoFloat(), 1000000, f); }}},
-        {"g01bjc", {"IRI", 3, [](auto &i, auto &r, TalvoFloat *o, NagError *f) {
+        {"g01bjc", {"binomial", "IRI", 3, [](auto &i, auto &r, TalvoFloat *o, NagError *f) {
              TalvoMP_g01bjc(i[0], r[0], i[1], &o[0], &o[1], &o[2], f); }}},
-        {"g01bkc", {"RI", 3, [](auto &i, auto &r, TalvoFloat *o, NagError *f) {
+        {"g01bkc", {"poisson", "RI", 3, [](auto &i, auto &r, TalvoFloat *o, NagError *f) {
              TalvoMP_g01bkc(r[0], i[0], &o[0], &o[1], &o[2], f); }}},
-        {"g01blc", {"IIII", 3, [](auto &i, auto &, TalvoFloat *o, NagError *f) {
+        {"g01blc", {"hypergeometric", "IIII", 3, [](auto &i, auto &, TalvoFloat *o, NagError *f) {
              TalvoMP_g01blc(i[0], i[1], i[2], i[3], &o[0], &o[1], &o[2], f); }}},
     };
     return routines;
@@ -145,7 +150,8 @@ struct TableRow {
 
 inline std::vector<TableRow> read_table(const std::string &routine)
 {
-    std::ifstream in(std::string(TALVO_NUMERICS_DATA) + "/" + routine + ".tsv");
+    const std::string &family = table_routines().at(routine).family;
+    std::ifstream in(std::string(TALVO_NUMERICS_DATA) + "/" + family + "/" + routine + ".tsv");
     std::vector<TableRow> rows;
     std::string line;
     int n = 0;
@@ -252,5 +258,45 @@ struct DigitsScope {
     explicit DigitsScope(long d) : saved(talvo_float_digits()) { talvo_float_set_digits(d); }
     ~DigitsScope() { talvo_float_set_digits(saved); }
 };
+
+// The accuracy test (accuracy_test.cpp): every row of one routine's table at
+// one precision.  A family's test file instantiates it for the tabulated
+// routines of its family:
+//
+//     INSTANTIATE_TEST_SUITE_P(Normal, Table, FamilyCases("normal"), CaseName);
+//
+// and a coverage test checks that every tabulated routine's family did.
+struct TableCase {
+    std::string routine;
+    long digits;
+};
+
+// How the case prints in test listings: "g01eac at 15 digits".
+inline void PrintTo(const TableCase &c, std::ostream *os) { *os << c.routine << " at " << c.digits << " digits"; }
+
+class Table : public ::testing::TestWithParam<TableCase> {};
+
+// The families whose test files instantiated the accuracy test.
+inline std::set<std::string> &instantiated_families()
+{
+    static std::set<std::string> families;
+    return families;
+}
+
+inline ::testing::internal::ParamGenerator<TableCase> FamilyCases(const std::string &family)
+{
+    instantiated_families().insert(family);
+    std::vector<TableCase> cases;
+    for (const auto &[name, precisions] : tabulated())
+        if (table_routines().at(name).family == family)
+            for (long d : precisions)
+                cases.push_back({name, d});
+    return ::testing::ValuesIn(cases);
+}
+
+inline std::string CaseName(const ::testing::TestParamInfo<TableCase> &info)
+{
+    return info.param.routine + "_" + std::to_string(info.param.digits);
+}
 
 } // namespace talvo::test

@@ -1,0 +1,43 @@
+// mixture_test.cpp -- the Poisson-weighted series of the non-central
+// distributions (noncentral/mixture.cpp): the iteration limit of every
+// routine that sums one.
+#include "checks.hpp"
+
+#include <functional>
+
+namespace {
+
+using namespace talvo::test;
+
+// Too few terms: NE_CONV, the partial sum returned, and the number of terms
+// the accuracy needs in the message and in the record; with that many the
+// call succeeds.
+TEST(NumericsErrors, IterationLimit)
+{
+    DigitsScope d(30);
+    TalvoFloat tol;
+    struct Case {
+        const char *name;
+        std::function<TalvoFloat(Integer, NagError *)> call;
+    } cases[] = {
+        {"g01gbc", [&](Integer m, NagError *f) { return TalvoMP_g01gbc(F("3"), F("10"), F("12"), tol, m, f); }},
+        {"g01gcc", [&](Integer m, NagError *f) { return TalvoMP_g01gcc(F("120"), F("10"), F("100"), tol, m, f); }},
+        {"g01gdc", [&](Integer m, NagError *f) { return TalvoMP_g01gdc(F("3"), F("20"), F("200"), F("50"), tol, m, f); }},
+        {"g01gec", [&](Integer m, NagError *f) { return TalvoMP_g01gec(F("0.6"), F("10"), F("20"), F("60"), tol, m, f); }},
+    };
+    for (auto &c : cases) {
+        NagError fail{};
+        TalvoFloat partial = c.call(3, &fail);
+        EXPECT_EQ(fail.code, NE_CONV) << c.name << ": " << fail.message;
+        EXPECT_NE(std::string(fail.message).find("max_iter = 3 "), std::string::npos) << fail.message;
+        EXPECT_FALSE(IsTalvoFloatUndefined(partial)) << c.name << ": the partial sum is returned";
+        EXPECT_GT(fail.iterations, 3) << c.name;
+        Integer needed = fail.iterations;
+        NagError again{};
+        TalvoFloat full = c.call(needed + needed / 4 + 8, &again);
+        EXPECT_EQ(again.code, NE_NOERROR) << c.name << " with max_iter = " << needed << ": " << again.message;
+        EXPECT_FALSE(IsTalvoFloatUndefined(full));
+    }
+}
+
+} // namespace
