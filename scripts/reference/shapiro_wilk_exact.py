@@ -20,10 +20,10 @@ computation is repeated with more nodes per panel and the two results must
 agree to 1e-10.  Checks: each row of V sums to 1 and the second moments add up to
 n, both identities of normal order statistics.
 
-Writes tests/numerics/data/shapiro_wilk_exact.tsv:
+Writes tests/numerics/data/shapiro_wilk/g01ddc_exact.tsv:
     coef <TAB> n <TAB> i <TAB> a_i      (i = 1 .. n/2, the upper coefficients
                                           a_n, a_(n-1), ... as positive numbers)
-    W    <TAB> name <TAB> n <TAB> W      (the samples of shapiro_wilk_samples.tsv
+    W    <TAB> name <TAB> n <TAB> W      (the samples of g01ddc_samples.tsv
                                           with n <= 20, exact coefficients)
 values to 12 significant digits.
 
@@ -34,8 +34,8 @@ import pathlib
 from mpmath import mp, mpf, matrix, lu_solve, factorial, sqrt, exp, erfc, pi, legendre
 
 TOP = pathlib.Path(__file__).resolve().parents[2]
-SAMPLES = TOP / "tests/numerics/data/shapiro_wilk_samples.tsv"
-OUT = TOP / "tests/numerics/data/shapiro_wilk_exact.tsv"
+SAMPLES = TOP / "tests/numerics/data/shapiro_wilk/g01ddc_samples.tsv"
+OUT = TOP / "tests/numerics/data/shapiro_wilk/g01ddc_exact.tsv"
 
 mp.dps = 24
 X_PANELS = [-9, -6, -4, -3, -2, -1, 0, 1, 2, 3, 4, 6, 9]

@@ -6,10 +6,10 @@
 #     Rscript scripts/reference/shapiro_wilk_published.R
 #
 # Writes
-#   tests/numerics/data/shapiro_wilk_samples.tsv   name, n, the values (unsorted,
+#   tests/numerics/data/shapiro_wilk/g01ddc_samples.tsv   name, n, the values (unsorted,
 #                                                  decimal text with at most 7
 #                                                  significant digits)
-#   tests/numerics/data/shapiro_wilk_published.tsv name, n, W, p (17 digits)
+#   tests/numerics/data/shapiro_wilk/g01ddc_published.tsv name, n, W, p (17 digits)
 # The samples are drawn here once (fixed seed) and rounded to short decimals,
 # so the test reads exactly the values R was given.  They cover every
 # branch of the algorithm: n = 3 (exact p-value), 4 and 5 (one corrected
@@ -18,7 +18,7 @@
 # p), ties, a large common offset, and the extreme sizes 3 and 5000.
 
 set.seed(20240617)
-out_dir <- "tests/numerics/data"
+out_dir <- "tests/numerics/data/shapiro_wilk"
 
 # Each sample is kept as decimal text of `digits` significant digits, the
 # text is what both R and the test read.
@@ -66,5 +66,5 @@ for (name in names(samples)) {
   lines_s <- c(lines_s, paste(name, length(text), paste(text, collapse = ","), sep = "\t"))
   lines_p <- c(lines_p, paste(name, length(text), fmt(unname(r$statistic)), fmt(r$p.value), sep = "\t"))
 }
-writeLines(lines_s, file.path(out_dir, "shapiro_wilk_samples.tsv"))
-writeLines(lines_p, file.path(out_dir, "shapiro_wilk_published.tsv"))
+writeLines(lines_s, file.path(out_dir, "g01ddc_samples.tsv"))
+writeLines(lines_p, file.path(out_dir, "g01ddc_published.tsv"))

@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 """Royston's algorithm AS R94 for the Shapiro-Wilk test, in mpmath at high
-precision: W and its p-value for the samples of shapiro_wilk_samples.tsv,
+precision: W and its p-value for the samples of g01ddc_samples.tsv,
 at 15, 30, 50 and 100 digits.
 
 The algorithm's formulas (see platform/numerics/shapiro_wilk.cpp) with its
@@ -9,7 +9,7 @@ rounded to the binary precision the test gives them (the value of
 talvo_float_precision_bits), so that the table holds the algorithm's exact
 W and p for the test's actual inputs.
 
-Writes tests/numerics/data/shapiro_wilk_royston.tsv:
+Writes tests/numerics/data/shapiro_wilk/g01ddc_royston.tsv:
     digits <TAB> name <TAB> n <TAB> W <TAB> p     (digits + 10 significant digits)
 
 Run with Debian's python3-mpmath:  /usr/bin/python3 scripts/reference/shapiro_wilk_royston.py
@@ -20,8 +20,8 @@ import pathlib
 from mpmath import mp, mpf
 
 TOP = pathlib.Path(__file__).resolve().parents[2]
-SAMPLES = TOP / "tests/numerics/data/shapiro_wilk_samples.tsv"
-OUT = TOP / "tests/numerics/data/shapiro_wilk_royston.tsv"
+SAMPLES = TOP / "tests/numerics/data/shapiro_wilk/g01ddc_samples.tsv"
+OUT = TOP / "tests/numerics/data/shapiro_wilk/g01ddc_royston.tsv"
 
 C1 = ["0", "0.221157", "-0.147981", "-2.071190", "4.434685", "-2.706056"]
 C2 = ["0", "0.042981", "-0.293762", "-1.752461", "5.682633", "-3.582633"]

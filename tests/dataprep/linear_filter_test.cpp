@@ -5,8 +5,8 @@
 // values short, long or absent and missing data dropped; and the cases and
 // messages of the entry.
 #include "prep_support.hpp"
+#include "reference_table.hpp"
 
-#include <fstream>
 #include <sstream>
 
 using namespace stats::test;
@@ -35,19 +35,9 @@ std::string ArrayOf(const std::vector<std::string> &v)
 
 TEST(DataprepLinearFilter, ExactConvolutionRoundedOnce)
 {
-    std::ifstream in(std::string(TALVO_TEST_DATA) + "/linear_filter.tsv");
-    ASSERT_TRUE(in.good());
-    std::string line;
     int rows = 0;
-    while (std::getline(in, line)) {
-        if (line.empty() || line[0] == '#')
-            continue;
-        std::vector<std::string> c;
-        std::stringstream ss(line);
-        std::string cell;
-        while (std::getline(ss, cell, '\t'))
-            c.push_back(cell);
-        ASSERT_EQ(c.size(), 6u) << line;
+    for (const std::vector<std::string> &c : ReadTsvRows(std::string(TALVO_TEST_DATA) + "/linear_filter.tsv")) {
+        ASSERT_EQ(c.size(), 6u);
         long digits = std::stol(c[0]);
         DigitsScope d(digits);
         std::vector<std::string> data = Split(c[2]);

@@ -1,17 +1,17 @@
 // shapiro_wilk_test.cpp -- g01ddc, the Shapiro-Wilk test by Royston's
 // algorithm AS R94:
 //   - W and p against the algorithm's published implementation in double
-//     precision (R's shapiro.test, data/shapiro_wilk_published.tsv) for
-//     n = 3 to 5000;
+//     precision (R's shapiro.test, data/shapiro_wilk/g01ddc_published.tsv)
+//     for n = 3 to 5000 (the samples: g01ddc_samples.tsv);
 //   - W and p to the last digit at 15, 30, 50 and 100 digits against the
-//     algorithm evaluated in mpmath (data/shapiro_wilk_royston.tsv);
+//     algorithm evaluated in mpmath (g01ddc_royston.tsv);
 //   - the coefficients and W against the exact coefficients m'V^-1/|m'V^-1|
-//     for n <= 20 (data/shapiro_wilk_exact.tsv, by numerical integration):
+//     for n <= 20 (g01ddc_exact.tsv, by numerical integration):
 //     Royston's approximation must stay within its own small error;
 //   - the exact cases of n = 3, invariances, given coefficients, failures.
-#include "talvo_mp.h"
+#include "checks.hpp"
+#include "reference_table.hpp"
 
-#include <gc.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -23,34 +23,13 @@
 
 namespace {
 
-struct CollectorStart {
-    CollectorStart() { GC_INIT(); }
-} collector_start;
-
-struct DigitsScope {
-    long saved;
-    explicit DigitsScope(long d) : saved(talvo_float_digits()) { talvo_float_set_digits(d); }
-    ~DigitsScope() { talvo_float_set_digits(saved); }
-};
-
-std::string DataPath(const char *name) { return std::string(TALVO_NUMERICS_DATA) + "/" + name; }
+using talvo::test::DigitsScope;
 
 std::vector<std::vector<std::string>> ReadTsv(const char *name)
 {
-    std::vector<std::vector<std::string>> rows;
-    std::ifstream in(DataPath(name));
-    EXPECT_TRUE(in.good()) << DataPath(name);
-    std::string line;
-    while (std::getline(in, line)) {
-        if (line.empty() || line[0] == '#')
-            continue;
-        std::vector<std::string> cells;
-        std::stringstream ss(line);
-        std::string cell;
-        while (std::getline(ss, cell, '\t'))
-            cells.push_back(cell);
-        rows.push_back(cells);
-    }
+    std::string path = std::string(TALVO_NUMERICS_DATA) + "/shapiro_wilk/" + name;
+    std::vector<std::vector<std::string>> rows = stats::test::ReadTsvRows(path);
+    EXPECT_FALSE(rows.empty()) << path;
     return rows;
 }
 
@@ -69,7 +48,7 @@ const std::map<std::string, std::vector<std::string>> &Samples()
 {
     static const auto samples = [] {
         std::map<std::string, std::vector<std::string>> m;
-        for (const auto &row : ReadTsv("shapiro_wilk_samples.tsv"))
+        for (const auto &row : ReadTsv("g01ddc_samples.tsv"))
             m[row[0]] = Split(row[2]);
         return m;
     }();
@@ -135,7 +114,7 @@ TEST(ShapiroWilkG01ddc, PublishedValues)
 {
     DigitsScope digits(30);
     int checked = 0;
-    for (const auto &row : ReadTsv("shapiro_wilk_published.tsv")) {
+    for (const auto &row : ReadTsv("g01ddc_published.tsv")) {
         const std::string &name = row[0];
         Result r = SortAndTest(Values(name));
         ASSERT_EQ(r.fail.code, NE_NOERROR) << name << ": " << r.fail.message;
@@ -156,7 +135,7 @@ TEST(ShapiroWilkG01ddc, PublishedValues)
 TEST(ShapiroWilkG01ddc, LastDigitAtEveryPrecision)
 {
     std::map<long, int> checked;
-    for (const auto &row : ReadTsv("shapiro_wilk_royston.tsv")) {
+    for (const auto &row : ReadTsv("g01ddc_royston.tsv")) {
         long d = std::stol(row[0]);
         DigitsScope digits(d);
         Result r = SortAndTest(Values(row[1]));
@@ -183,7 +162,7 @@ TEST(ShapiroWilkG01ddc, CloseToTheExactCoefficients)
     DigitsScope digits(30);
     std::map<long, std::map<long, std::string>> exact;
     std::vector<std::vector<std::string>> w_rows;
-    for (const auto &row : ReadTsv("shapiro_wilk_exact.tsv")) {
+    for (const auto &row : ReadTsv("g01ddc_exact.tsv")) {
         if (row[0] == "coef")
             exact[std::stol(row[1])][std::stol(row[2])] = row[3];
         else

@@ -2,9 +2,8 @@
 // comparison function): order, the multiset kept, undefined values, the
 // patterns that defeat a plain median of three, stability of the ranks in
 // both orders, strides of either sign, and every failure.
-#include "talvo_mp.h"
+#include "checks.hpp"
 
-#include <gc.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -15,10 +14,6 @@
 #include <vector>
 
 namespace {
-
-struct CollectorStart {
-    CollectorStart() { GC_INIT(); }
-} collector_start;
 
 bool IsNan(const TalvoFloat &x) { return mpfr_nan_p(x.mpfr()) != 0; }
 
