@@ -20,8 +20,11 @@
 //               doubles (so each call sorts a fresh copy; goal: under 50 ms);
 //               bench/shapiro_wilk_r.R times R's double-precision test.
 //
+// Times are the CPU time of this process (best of three runs), so that other
+// work on a shared machine does not count; memory stalls count as they
+// would in a run of its own.
+//
 // Usage: bench_dataprep [sort n] [shuffle n] [median n]
-#include "timing.hpp"
 #include "api.hpp"
 #include "data_sample.hpp"
 #include "dataprep.hpp"
@@ -37,7 +40,27 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
+#include <functional>
 #include <vector>
+
+namespace bench {
+
+// CPU seconds of the fastest of three runs of `work`.
+double BestCpuSeconds(const std::function<void()> &work)
+{
+    double best = 1e300;
+    for (int run = 0; run < 3; ++run) {
+        timespec t0, t1;
+        clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &t0);
+        work();
+        clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &t1);
+        best = std::min(best, double(t1.tv_sec - t0.tv_sec) + 1e-9 * double(t1.tv_nsec - t0.tv_nsec));
+    }
+    return best;
+}
+
+} // namespace bench
 
 namespace {
 
@@ -66,15 +89,15 @@ void Sorting(TKernelVector kv, long n)
     ALGEB sortArgs = Seq(kv, {data, yes, no}), rankArgs = Seq(kv, {data, one, yes});
     std::vector<mpfr_srcptr> ptrs;
     std::vector<TalvoFloat> copy;
-    double peer = bench::BestSeconds([&] {
+    double peer = bench::BestCpuSeconds([&] {
         ptrs.resize(static_cast<size_t>(n));
         for (long i = 0; i < n; ++i)
             ptrs[static_cast<size_t>(i)] = values[i].mpfr();
         std::sort(ptrs.begin(), ptrs.end(), [](mpfr_srcptr a, mpfr_srcptr b) { return mpfr_less_p(a, b) != 0; });
     });
-    double sort = bench::BestSeconds([&] { STATS_TalvoSort_MP(kv, sortArgs); });
-    double rank = bench::BestSeconds([&] { STATS_TalvoRankSort_MP(kv, rankArgs); });
-    double m01cac = bench::BestSeconds([&] {
+    double sort = bench::BestCpuSeconds([&] { STATS_TalvoSort_MP(kv, sortArgs); });
+    double rank = bench::BestCpuSeconds([&] { STATS_TalvoRankSort_MP(kv, rankArgs); });
+    double m01cac = bench::BestCpuSeconds([&] {
         copy.assign(values, values + n);
         NagError fail{};
         TalvoMP_m01cac(copy.data(), copy.size(), Nag_Ascending, &fail);
@@ -90,7 +113,7 @@ void Sorting(TKernelVector kv, long n)
 void Shuffling(TKernelVector kv, unsigned n)
 {
     volatile int sink = 0;
-    double draws = bench::BestSeconds([&] {
+    double draws = bench::BestCpuSeconds([&] {
         int s = 0;
         for (unsigned i = 0; i < n; ++i)
             s += STATS_TalvoRandomStream_MP::NextInteger();
@@ -115,8 +138,8 @@ void Shuffling(TKernelVector kv, unsigned n)
         TalvoGcProtect(kv, a);
         unsigned width = static_cast<unsigned>(STATS_RTableDataSize_MP(kv, t.code));
         char *block = static_cast<char *>(RTableDataBlock(kv, a));
-        double kernel = bench::BestSeconds([&] { STATS_Shuffle_MP(kv, block, n, width); });
-        double entry = bench::BestSeconds([&] { STATS_TalvoShuffle_MP(kv, Seq(kv, {a})); });
+        double kernel = bench::BestCpuSeconds([&] { STATS_Shuffle_MP(kv, block, n, width); });
+        double entry = bench::BestCpuSeconds([&] { STATS_TalvoShuffle_MP(kv, Seq(kv, {a})); });
         std::printf("  %-10s %6u %9.3f %6.2f %9.3f %6.2f\n", t.name, width, kernel, kernel / draws, entry,
                     entry / draws);
         TalvoGcAllow(kv, a);
@@ -131,21 +154,28 @@ void MovingMedian(TKernelVector kv, long n)
     ALGEB empty = STATS_CreateRandomSample_MP(kv, 0, ToTalvoNULL(kv));
     ALGEB no = ToTalvoBoolean(kv, 0);
     ALGEB args = Seq(kv, {data, ToTalvoInteger(kv, k), ToTalvoInteger(kv, 0), empty, no, no});
-    double entry = bench::BestSeconds([&] { STATS_TalvoMovingMedian_MP(kv, args); });
+    double entry = bench::BestCpuSeconds([&] { STATS_TalvoMovingMedian_MP(kv, args); });
     std::vector<TalvoFloat> window(k), out(static_cast<size_t>(n - k + 1));
-    auto t0 = std::chrono::steady_clock::now();
-    for (long j = 0; j + k <= n; ++j) {
-        std::copy(values + j, values + j + k, window.begin());
-        out[static_cast<size_t>(j)] = STATS_Median_MP(window.data(), nullptr, k);
-    }
-    double select = std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
-    t0 = std::chrono::steady_clock::now();
-    for (long j = 0; j + k <= n; ++j) {
-        std::copy(values + j, values + j + k, window.begin());
-        std::sort(window.begin(), window.end(), [](const TalvoFloat &a, const TalvoFloat &b) { return a < b; });
-        out[static_cast<size_t>(j)] = window[k / 2];
-    }
-    double sorting = std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
+    auto once = [](const std::function<void()> &work) {
+        timespec t0, t1;
+        clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &t0);
+        work();
+        clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &t1);
+        return double(t1.tv_sec - t0.tv_sec) + 1e-9 * double(t1.tv_nsec - t0.tv_nsec);
+    };
+    double select = once([&] {
+        for (long j = 0; j + k <= n; ++j) {
+            std::copy(values + j, values + j + k, window.begin());
+            out[static_cast<size_t>(j)] = STATS_Median_MP(window.data(), nullptr, k);
+        }
+    });
+    double sorting = once([&] {
+        for (long j = 0; j + k <= n; ++j) {
+            std::copy(values + j, values + j + k, window.begin());
+            std::sort(window.begin(), window.end(), [](const TalvoFloat &a, const TalvoFloat &b) { return a < b; });
+            out[static_cast<size_t>(j)] = window[k / 2];
+        }
+    });
     std::printf("moving median, window %d over %ld values at 15 digits (seconds; goal < 2 and >= 10 times faster)\n",
                 k, n);
     std::printf("  TalvoMovingMedian                  %8.3f\n", entry);
@@ -170,8 +200,11 @@ void ShapiroWilk(TKernelVector kv)
         d[i] = values[i].to_double();
     ALGEB empty = STATS_CreateRandomSample_MP(kv, 0, ToTalvoNULL(kv));
     ALGEB args = Seq(kv, {data, empty, ToTalvoBoolean(kv, 0)});
-    double micros = bench::BestMicros([&] { STATS_TalvoShapiroWilk_MP(kv, args); });
-    std::printf("Shapiro-Wilk of %ld values at 15 digits: %.1f ms per call (goal < 50 ms)\n", n, micros / 1000);
+    double seconds = bench::BestCpuSeconds([&] {
+        for (int i = 0; i < 10; ++i)
+            STATS_TalvoShapiroWilk_MP(kv, args);
+    });
+    std::printf("Shapiro-Wilk of %ld values at 15 digits: %.1f ms per call (goal < 50 ms)\n", n, seconds * 100);
     TalvoGcAllow(kv, data);
     TalvoGcAllow(kv, sample);
 }

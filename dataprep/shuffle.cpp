@@ -9,10 +9,11 @@
 // 32 - k bits and drawn again while it exceeds i.  On average fewer than two
 // integers are drawn per element.
 //
-// The draws of the next few steps are made ahead of their exchanges, in the
+// The draws of the next 64 steps are made ahead of their exchanges, in the
 // same order, so the stream is used exactly as the plain loop uses it; the
 // elements they name are fetched into the cache meanwhile, which is what
-// keeps a shuffle of a large array from waiting on memory at every step.
+// keeps a shuffle of a large array from waiting on memory at every step
+// (64 steps of a few nanoseconds each cover a memory access).
 //
 // The entry copies the array (a non-dense array into dense rectangular
 // storage) and shuffles the copy; the data are never changed.
@@ -55,7 +56,7 @@ private:
 template <size_t W>
 void ShuffleFixed(char *block, uint32_t n, char *tmp)
 {
-    constexpr uint32_t kAhead = 16;
+    constexpr uint32_t kAhead = 64;
     IndexDraws draws(n);
     uint32_t ring[kAhead];
     uint32_t ahead = 0;
