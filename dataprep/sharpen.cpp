@@ -27,7 +27,6 @@
 #include "stats_entries.h"
 
 #include <algorithm>
-#include <numeric>
 #include <vector>
 
 void STATS_Sharpen_MP(TKernelVector, int n, TalvoFloat *x, TalvoFloat *y, int strideX, int strideY,
@@ -62,10 +61,11 @@ STATS_ENTRY ALGEB STATS_TalvoSharpen_MP(TKernelVector kv, ALGEB args)
         TalvoRaiseError1(kv, "samples of more than 2147483647 points cannot be sharpened, received %1 points",
                          ToTalvoInteger(kv, n));
     std::vector<long> order(static_cast<size_t>(n));
-    std::iota(order.begin(), order.end(), 0L);
+    for (long k = 0; k < n; ++k)
+        order[static_cast<size_t>(k)] = k;
     const TalvoFloat *px = vx.data(), *py = vy.data();
     if (!sorted)
-        std::sort(order.begin(), order.end(), [&](long a, long b) {
+        std::sort(order.data(), order.data() + n, [&](long a, long b) {
             // Ascending x, equal x in the order given (undefined last).
             return stats::prep::FloatBefore(px[a], px[b]) || (!stats::prep::FloatBefore(px[b], px[a]) && a < b);
         });

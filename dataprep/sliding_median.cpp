@@ -2,7 +2,6 @@
 #include "sliding_median.hpp"
 
 #include <algorithm>
-#include <numeric>
 
 namespace stats::prep {
 
@@ -12,8 +11,9 @@ SlidingMedian::SlidingMedian(const TalvoFloat *x, int k)
     // The first window in order: its lower half, read from the middle down,
     // is a max-heap as it stands, and its upper half a min-heap.
     std::vector<int> slots(static_cast<size_t>(k));
-    std::iota(slots.begin(), slots.end(), 0);
-    std::sort(slots.begin(), slots.end(), [&](int a, int b) {
+    for (int i = 0; i < k; ++i)
+        slots[size_t(i)] = i;
+    std::sort(slots.data(), slots.data() + k, [&](int a, int b) {
         const TalvoFloat &x = m_value[size_t(a)], &y = m_value[size_t(b)];
         return FloatBefore(x, y) || (!FloatBefore(y, x) && a < b);
     });
