@@ -5,7 +5,10 @@
 // Ranks come from the ranking routine TalvoMP_m01dsc with the comparison of
 // the array's data type (elements.cpp), so equal elements keep the order
 // they stand in: the ranks of an array are always a permutation, and the
-// first of several equal elements takes the lowest of their ranks.
+// first of several equal elements takes the lowest of their ranks.  An
+// array of floats (64 elements or more) is ranked through a copy of its
+// elements paired with keys that preserve their order (KeyedFloat below):
+// the same ranks, with most comparisons made on the keys alone.
 //
 // Entries (the choices the host interface leaves open are marked *):
 //

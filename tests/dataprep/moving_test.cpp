@@ -76,6 +76,10 @@ TEST(DataprepMoving, GeneralPathAndTheOutputsPastTheBlock)
               "Array(2..4, [3, 5, 7])");
     EXPECT_EQ(result(STATS_TalvoMoving_MP, "Array(2..7, [1, 2, 3, 4, 5, 6], storage = sparse), 2, w -> w[2] + w[3]"),
               "Array(2..4, [0, 0, 3])");
+    // A negative lower bound: the general path's first windows would go
+    // before the block; the windows from index 0 on fill it from its start.
+    EXPECT_EQ(result(STATS_TalvoMoving_MP, "Array(-2..2, [1, 2, 3, 4, 5], storage = sparse), 2, w -> w[-2] + w[-1]"),
+              "Array(-2..7, [7, 9, 0, 0, 0, 0, 0, 0, 0, 0])");
 }
 
 TEST(DataprepMoving, Messages)
