@@ -64,6 +64,12 @@ constexpr IrregularCount kIrregularCounts[] = {
     {"TalvoKernelDensity", "expected 8 arguments, received: %1"},
     {"TalvoKernelBounds", "expected 1 arguments, received: %1"},
     {"TalvoKernelDensitySample", "expected 4 arguments, received: %1"},
+    // Data preparation (Winsorize shares Trim's message on purpose).
+    {"TalvoSort", "expected 3 arguments, received: %1"},
+    {"TalvoRankSort", "expected 3 arguments, received: %1"},
+    {"TalvoOrder", "expected 4 arguments, received: %1"},
+    {"TalvoLinearFilter", "expected 5 arguments, received: %1"},
+    {"TalvoWinsorize", "TalvoTrim expects 3 arguments, received: %1"},
 };
 
 // Entries whose procedure message names another entry of their family: the

@@ -317,3 +317,34 @@ STATS_DECLARE_ENTRY(STATS_TalvoBootstrapStatisticRV_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoKernelDensity_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoKernelBounds_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoKernelDensitySample_MP);
+// Data preparation (dataprep/; docs/dataprep.md).  Arrays are worked on
+// through their own data blocks, element by element of their data type.
+//   Sort(data, ascending, uniquify), RankSort(data, mode, order),
+//   Order(source, ranks, target, uniquify), Shuffle(data),
+//   Sharpen(x, y, h, sorted): reorder and rank (sort.cpp, shuffle.cpp,
+//   sharpen.cpp).
+//   SelectRemove(data, predicate, mode, extra...), SelectRemoveInRange(data,
+//   lower, upper, mode), SelectRemoveNonNumeric(data, infinities, undefined,
+//   mode), RemoveNULL(data), Trim(data, lo, hi), Winsorize(data, lo, hi):
+//   filter and cut (select_remove.cpp, trim.cpp).
+//   Moving(data, k, proc, extra...), MovingMedian(data, k, offset, weights,
+//   ignore, inplace), MovingMean(data, k, offset, weights, ignore, meantype,
+//   inplace), LinearFilter(data, coefficients, initial, recursive, ignore),
+//   ShapiroWilk(data, weights, flag) -> [W, p] (moving.cpp,
+//   linear_filter.cpp, shapiro_wilk.cpp).
+STATS_DECLARE_ENTRY(STATS_TalvoSort_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoRankSort_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoOrder_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoShuffle_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoSharpen_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoSelectRemove_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoSelectRemoveInRange_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoSelectRemoveNonNumeric_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoRemoveNULL_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoTrim_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoWinsorize_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoMoving_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoMovingMedian_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoMovingMean_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoLinearFilter_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoShapiroWilk_MP);
