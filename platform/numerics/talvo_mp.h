@@ -195,3 +195,10 @@ TALVO_MP_API void TalvoMP_g01alc(Integer n, const TalvoFloat x[], TalvoFloat res
 TALVO_MP_API void TalvoMP_g01aac(Integer n, const TalvoFloat x[], const TalvoFloat wt[], Integer *nvalid,
                                  TalvoFloat *xmean, TalvoFloat *xsd, TalvoFloat *xskew, TalvoFloat *xkurt,
                                  TalvoFloat *xmin, TalvoFloat *xmax, TalvoFloat *wsum, NagError *fail);
+
+// ---------------------------------------------------------------------------
+// Dense linear algebra and the regression routines
+// ---------------------------------------------------------------------------
+
+#include "talvo_mp_linalg.h"
+#include "talvo_mp_regression.h"

@@ -215,6 +215,58 @@ TEST(Linalg, SvdFindsKnownSingularValues)
     }
 }
 
+// An exactly rank-deficient matrix reduced first by QR, as the regression fit
+// does it: Longley's design (NIST StRD; a column of ones and six economic
+// series of very different scales, nearly collinear) with its second column
+// repeated at the end.  The rotations converge, the lost singular value is
+// zero to working precision, and the null vector is the difference of the
+// repeated columns.
+TEST(Linalg, SvdOfARankDeficientMatrixConverges)
+{
+    const char *longley[16][6] = {
+        {"83.0", "234289", "2356", "1590", "107608", "1947"},  {"88.5", "259426", "2325", "1456", "108632", "1948"},
+        {"88.2", "258054", "3682", "1616", "109773", "1949"},  {"89.5", "284599", "3351", "1650", "110929", "1950"},
+        {"96.2", "328975", "2099", "3099", "112075", "1951"},  {"98.1", "346999", "1932", "3594", "113270", "1952"},
+        {"99.0", "365385", "1870", "3547", "115094", "1953"},  {"100.0", "363112", "3578", "3350", "116219", "1954"},
+        {"101.2", "397469", "2904", "3048", "117388", "1955"}, {"104.6", "419180", "2822", "2857", "118734", "1956"},
+        {"108.4", "442769", "2936", "2798", "120445", "1957"}, {"110.8", "444546", "4681", "2637", "121950", "1958"},
+        {"112.6", "482704", "3813", "2552", "123366", "1959"}, {"114.2", "502601", "3931", "2514", "125368", "1960"},
+        {"115.7", "518173", "4806", "2572", "127852", "1961"}, {"116.9", "554894", "4007", "2827", "130081", "1962"}};
+    // The data as the host holds them at 30 digits (104 bits), fitted at the
+    // regression's two working precisions and a higher one.
+    for (mpfr_prec_t prec : {168, 234, 400}) {
+        SCOPED_TRACE(prec);
+        const long m = 16, n = 8;
+        Matrix a(m, n, prec), v(n, n, prec);
+        for (long i = 0; i < m; ++i) {
+            mpfr_set_ui(a(i, 0), 1, MPFR_RNDN);
+            for (long j = 0; j < 6; ++j) {
+                M v(104);
+                mpfr_set_str(v, longley[i][j], 10, MPFR_RNDN);
+                mpfr_set(a(i, j + 1), v, MPFR_RNDN);
+            }
+            mpfr_set(a(i, 7), a(i, 1), MPFR_RNDN);
+        }
+        Vector tau(n, prec), s(n, prec);
+        talvo::linalg::qr_householder(a, tau);
+        Matrix r(n, n, prec);
+        for (long j = 0; j < n; ++j)
+            for (long i = 0; i <= j; ++i)
+                mpfr_set(r(i, j), a(i, j), MPFR_RNDN);
+        EXPECT_TRUE(talvo::linalg::svd_jacobi(r, s, v));
+        M ratio(prec);
+        mpfr_div(ratio, s[n - 1], s[0], MPFR_RNDN);
+        EXPECT_TRUE(mpfr_zero_p(ratio.v) || mpfr_get_exp(ratio.v) < -long(prec) + 10);
+        mpfr_div(ratio, s[n - 2], s[0], MPFR_RNDN);
+        EXPECT_GT(mpfr_get_exp(ratio.v), -60);
+        // V's last column is (0, 1, 0, ..., 0, -1)/sqrt(2) up to sign.
+        M t(prec);
+        mpfr_sqr(t, v(1, n - 1), MPFR_RNDN);
+        mpfr_sub_d(t, t, 0.5, MPFR_RNDN);
+        EXPECT_TRUE(mpfr_zero_p(t.v) || mpfr_get_exp(t.v) < -long(prec) + 60);
+    }
+}
+
 // The Jacobi method gives small singular values to high relative accuracy
 // when the columns are well scaled: a graded triangle with known values.
 TEST(Linalg, JacobiSvdOfAGradedTriangle)

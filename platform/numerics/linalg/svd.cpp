@@ -8,7 +8,10 @@
 // Veselic 1992), with the rotation that annihilates the off-diagonal entry
 // of the 2 x 2 Gram matrix (Rutishauser's formulas).  The method is accurate
 // at any precision: the singular values come out with small relative error
-// for a matrix whose columns are well conditioned after scaling.
+// for a matrix whose columns are well conditioned after scaling.  A column
+// whose norm falls below 4 m 2^-prec times the Frobenius norm is zero to
+// working precision and takes no further part (its left singular vector is
+// then not orthogonalised against the others).
 //
 // A tall matrix is reduced first: A P = Q R (pivoted QR), the rotations work
 // on the n x n triangle R, and U = Q [U_R; 0], V = P V_R.
@@ -49,7 +52,7 @@ bool svd_jacobi(Matrix &a, Vector &s, Matrix &v, int max_sweeps)
     const mpfr_prec_t prec = a.precision();
     v.set_identity();
     Temp alpha(prec), beta(prec), gamma(prec), zeta(prec), tt(prec), c(prec), sn(prec), t1(prec), t2(prec),
-        bound(prec), tol(prec);
+        bound(prec), tol(prec), negligible(prec);
     // tol = 4 m 2^-prec
     mpfr_set_ui_2exp(tol, 4 * static_cast<unsigned long>(std::max(m, 1L)), -prec, MPFR_RNDN);
 
@@ -58,12 +61,21 @@ bool svd_jacobi(Matrix &a, Vector &s, Matrix &v, int max_sweeps)
     Vector norms(n, prec);
     bool converged = n <= 1;
     for (int sweep = 0; sweep < max_sweeps && !converged; ++sweep) {
-        for (long j = 0; j < n; ++j)
+        // A column whose squared norm is below (4 m 2^-prec)^2 times the
+        // squared Frobenius norm is zero to working precision: it is left
+        // alone (rotating it against the others would only stir rounding
+        // noise, and the sweeps might never end on a rank-deficient matrix).
+        mpfr_set_zero(negligible, 1);
+        for (long j = 0; j < n; ++j) {
             dot(norms[j], a.col(j), a.col(j), m, t1);
+            mpfr_add(negligible, negligible, norms[j], MPFR_RNDN);
+        }
+        mpfr_mul(negligible, negligible, tol, MPFR_RNDN);
+        mpfr_mul(negligible, negligible, tol, MPFR_RNDN);
         bool rotated = false;
         for (long j = 0; j + 1 < n; ++j) {
             for (long k = j + 1; k < n; ++k) {
-                if (mpfr_zero_p(norms[j]) || mpfr_zero_p(norms[k]))
+                if (mpfr_cmp(norms[j], negligible) <= 0 || mpfr_cmp(norms[k], negligible) <= 0)
                     continue;
                 dot(gamma, a.col(j), a.col(k), m, t1);
                 // |gamma| > tol sqrt(alpha beta)?
@@ -99,8 +111,14 @@ bool svd_jacobi(Matrix &a, Vector &s, Matrix &v, int max_sweeps)
                 mpfr_mul(t1, tt, gamma, MPFR_RNDN);
                 mpfr_sub(norms[j], norms[j], t1, MPFR_RNDN);
                 mpfr_add(norms[k], norms[k], t1, MPFR_RNDN);
-                if (mpfr_sgn(norms[j]) < 0)
-                    mpfr_set_zero(norms[j], 1);
+                // An update that cancelled more than half the norm has lost
+                // digits: take that norm afresh.
+                mpfr_mul_2ui(t1, norms[j], 1, MPFR_RNDN);
+                if (mpfr_cmp(t1, alpha) < 0)
+                    dot(norms[j], a.col(j), a.col(j), m, t1);
+                mpfr_mul_2ui(t1, norms[k], 1, MPFR_RNDN);
+                if (mpfr_cmp(t1, beta) < 0)
+                    dot(norms[k], a.col(k), a.col(k), m, t1);
             }
         }
         converged = !rotated;
