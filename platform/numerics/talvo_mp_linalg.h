@@ -8,7 +8,7 @@
 // once per matrix: no routine below allocates inside its loops, and the
 // temporaries a routine needs are made once per call.
 //
-// Methods (see docs/numerics.md, "Dense linear algebra"):
+// Methods (docs/numerics.md, "Dense linear algebra and regression"):
 //   - Householder QR, optionally with column pivoting (Businger and Golub
 //     1965), the reflectors stored below the diagonal as LAPACK does
 //     (v_k(k) = 1 implicit, H_k = I - tau_k v_k v_k^T);
