@@ -103,9 +103,10 @@ TALVO_MP_API void TalvoMP_g02fac(Integer n, Integer ip, Integer nres, const Talv
 //   pdl = P(d_L <= d),  d_L = sum_{j=1}^{n-ip} nu_j z_j^2 / sum z_j^2,
 //   pdu = P(d_U <= d),  d_U = sum_{j=1}^{n-ip} nu_{j+ip-1} z_j^2 / sum z_j^2,
 // so pdu <= P(D <= d) <= pdl for the statistic D of any design with a mean.
-// The probabilities are computed exactly by Pan's (1964) finite-interval
-// formula, each integral in ball arithmetic with a rigorous error bound, and
-// are right to the last digit.  work[n]: on exit work[0..n-2] hold nu_1 ..
+// The probabilities come from exact integral representations (Pan's 1964
+// finite-interval formula when at most 8 weights d - nu_j lie on one side of
+// zero, Imhof's 1961 integral otherwise), each integral evaluated in ball
+// arithmetic with a rigorous error bound, and are right to the last digit.  work[n]: on exit work[0..n-2] hold nu_1 ..
 // nu_{n-1}.  Failures (nothing written): NE_INT_ARG_LT (ip < 1),
 // NE_ARG_COMBINATION (n <= ip), NE_ARRAY_ELEMENT (an undefined or infinite
 // residual), NE_RESIDUALS_ZERO (every residual is zero).

@@ -11,7 +11,10 @@ formula that the library uses.
 Writes
   tests/numerics/data/regression/g02fcc.tsv  Durbin-Watson statistic and bound
       probabilities for the exact residuals of three NIST fits (Longley,
-      Norris, Pontius) rounded to the precision of D digits, D = 15, 30, 50, 100;
+      Norris, Pontius) and of two made-up series (Alternating: strong negative
+      autocorrelation, both probabilities near 1; Smooth: strong positive
+      autocorrelation, both tiny), rounded to the precision of D digits,
+      D = 15, 30, 50, 100;
   tests/numerics/data/regression/g02fac.tsv  standardised residuals and
       influence statistics of the Longley fit from its residuals, leverages
       and residual mean square rounded likewise;
@@ -134,6 +137,16 @@ def dw_statistic(res):
 
 
 def imhof_lower(c):
+    """imhof_lower_at(c) with the precision raised by the digits that the
+    subtraction from 1/2 cancels when the probability is small."""
+    p = imhof_lower_at(c)
+    if 0 < p < mpf(10) ** -3:
+        with mp.workdps(mp.dps + int(-mpmath.log10(p)) + 5):
+            p = imhof_lower_at(c)
+    return +p
+
+
+def imhof_lower_at(c):
     """P(sum c_j z_j^2 <= 0) by Imhof's integral in the variable t = log u,
         1/2 - (1/pi) int_R f(t) dt,  f(t) = sin(theta(e^t)) / rho(e^t),
         theta(u) = (1/2) sum atan(c_j u),  rho(u) = prod (1 + c_j^2 u^2)^(1/4),
@@ -227,10 +240,14 @@ def main():
              "# residuals (exact binary values at the digits' precision, comma separated),",
              "# d, pdl, pdu to digits + 10 significant digits (pdl, pdu by Imhof's integral,",
              "# the trapezoidal rule in log u)"]
+    series = {name: (fits[name][0], fits[name][1], fits[name][3]) for name in ("Longley", "Norris", "Pontius")}
+    # r_i = (-1)^i (1 + i/7), n = 20, ip = 3; r_i = i (20 - i) / 100 - 2/3, n = 20, ip = 2
+    series["Alternating"] = (20, 3, [(-1) ** i * (1 + Fraction(i, 7)) for i in range(20)])
+    series["Smooth"] = (20, 2, [Fraction(i * (20 - i), 100) - Fraction(2, 3) for i in range(20)])
     for D in digits_list:
         bits = bits_for_digits(D)
-        for name in ("Longley", "Norris", "Pontius"):
-            n, ip, b, res, h, rms = fits[name]
+        for name in ("Longley", "Norris", "Pontius", "Alternating", "Smooth"):
+            n, ip, res = series[name]
             binary = [rounded(r, bits) for r in res]
             d = dw_statistic([q for _, q in binary])
             vals = twice(D, lambda: [mpq(d)] + list(dw_bounds(d, n, ip)))

@@ -515,11 +515,23 @@ TEST(NumericsRegressionInfluence, Failures)
 // Durbin-Watson
 // ---------------------------------------------------------------------------
 
+// The sanitizer builds, several times slower, check the rows at 15 and 30
+// digits, with the same assertions; the optimised build checks them all.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr long kMostDigits = 30;
+constexpr int kTableRows = 10;
+#else
+constexpr long kMostDigits = 100;
+constexpr int kTableRows = 20;
+#endif
+
 TEST(NumericsRegressionDurbinWatson, AgreesWithTheReferenceTable)
 {
     int rows = 0;
     for (const auto &row : read_table("g02fcc.tsv")) {
         const long D = std::stol(row[0]);
+        if (D > kMostDigits)
+            continue;
         SCOPED_TRACE(row[1] + " at " + row[0] + " digits");
         DigitsScope digits(D);
         const Integer n = std::stol(row[2]), ip = std::stol(row[3]);
@@ -544,7 +556,7 @@ TEST(NumericsRegressionDurbinWatson, AgreesWithTheReferenceTable)
         }
         ++rows;
     }
-    EXPECT_EQ(rows, 12);
+    EXPECT_EQ(rows, kTableRows);
 }
 
 TEST(NumericsRegressionDurbinWatson, ExactCases)

@@ -19,9 +19,11 @@
 // The substitution s = lo + (hi - lo) sin^2(phi) takes the inverse square
 // roots at both ends away (and s = hi sin^2(phi) the power at 0), so every
 // integrand is analytic on [0, pi/2] and Arb's rigorous Gauss-Legendre
-// integration (acb_calc_integrate) gives each integral as a ball; the
-// precision loop raises the working precision until both probabilities are
-// accurate to the last digit.  The c_j are distinct because the nu_j are;
+// integration (acb_calc_integrate) gives each integral as a ball.  Pan's
+// terms grow and cancel as the intervals multiply, so with more than 8
+// weights on each side of zero Imhof's integral is used instead (below).
+// The precision loop raises the working precision until both probabilities
+// are accurate to the last digit.  The c_j are distinct because the nu_j are;
 // one c_j is exactly 0 only when d = 1, 2 or 3 equals an eigenvalue that is
 // rational (j/n = 1/3, 1/2, 2/3), and that term then drops out.
 #include "../core/support.hpp"
@@ -32,6 +34,7 @@
 
 #include <gmp.h>
 
+#include <cmath>
 #include <string>
 #include <vector>
 
@@ -156,6 +159,124 @@ bool pan_probability(arb_ptr r, const std::vector<Arb> &c, slong wp)
     return true;
 }
 
+// Imhof's (1961) integral in t = log u,
+//     P(Q > 0) = 1/2 + (1/pi) int_R sin(theta(e^t)) / rho(e^t) dt,
+//     theta(u) = (1/2) sum atan(c_j u),  rho(u) = prod (1 + c_j^2 u^2)^(1/4).
+// With z = c_j e^t, a_j = log(1 + i z) and b_j = log(1 - i z) (principal
+// logarithms), atan z = (a_j - b_j) / (2i) and log(1 + z^2) = a_j + b_j, so
+// the integrand is sin(S_- / (4i)) exp(-S_+ / 4) with S_-+ the sums of
+// a_j -+ b_j.  It is analytic in the strip |Im t| < pi/2 (the logarithms'
+// arguments reach their cuts only on its edges).  The integrand is at most
+// (1/2) sum |c_j| e^t on the left and e^(-N t / 2) prod |c_j|^(-1/2) on the
+// right, which bounds the integral outside [L, R]; those bounds go into the
+// result's radius.
+struct ImhofWeights {
+    const std::vector<Arb> *c;
+};
+
+int imhof_integrand(acb_ptr out, const acb_t t, void *param, slong order, slong prec)
+{
+    const std::vector<Arb> &c = *static_cast<const ImhofWeights *>(param)->c;
+    const int analytic = order != 0;
+    Acb u, z, w, a, b, sum_minus, sum_plus;
+    acb_exp(u, t, prec);
+    acb_zero(sum_minus);
+    acb_zero(sum_plus);
+    for (const Arb &cj : c) {
+        acb_mul_arb(z, u, cj, prec);
+        acb_mul_onei(w, z);          // i z
+        acb_add_ui(w, w, 1, prec);   // 1 + i z
+        acb_log_analytic(a, w, analytic, prec);
+        acb_mul_onei(w, z);
+        acb_neg(w, w);
+        acb_add_ui(w, w, 1, prec);   // 1 - i z
+        acb_log_analytic(b, w, analytic, prec);
+        acb_sub(w, a, b, prec);
+        acb_add(sum_minus, sum_minus, w, prec);
+        acb_add(w, a, b, prec);
+        acb_add(sum_plus, sum_plus, w, prec);
+    }
+    // theta = S_- / (4i) = -i S_- / 4;  log rho = S_+ / 4
+    acb_div_onei(sum_minus, sum_minus);
+    acb_mul_2exp_si(sum_minus, sum_minus, -2);
+    acb_sin(w, sum_minus, prec);
+    acb_mul_2exp_si(sum_plus, sum_plus, -2);
+    acb_neg(sum_plus, sum_plus);
+    acb_exp(z, sum_plus, prec);
+    acb_mul(out, w, z, prec);
+    return 0;
+}
+
+// P(sum_j c_j z_j^2 > 0) by Imhof's integral, for non-zero c_j of both signs.
+bool imhof_probability(arb_ptr r, const std::vector<Arb> &c, slong wp)
+{
+    const slong N = slong(c.size());
+    // Tail bounds: left (1/2) sum|c| e^L, right (2/N) e^(-N R/2) prod|c|^(-1/2),
+    // each made about 2^-(wp + 10).
+    Arb sum_abs, sum_log, L, R, t, bound;
+    for (const Arb &cj : c) {
+        arb_abs(t, cj);
+        arb_add(sum_abs, sum_abs, t, wp);
+        arb_log(t, t, wp);
+        arb_add(sum_log, sum_log, t, wp);
+    }
+    arb_set_si(t, -(wp + 10));
+    arb_const_log2(L, wp);
+    arb_mul(t, t, L, wp);        // -(wp + 10) log 2
+    arb_mul_2exp_si(L, sum_abs, -1);
+    arb_log(L, L, wp);
+    arb_sub(L, t, L, wp);        // L = -(wp + 10) log 2 - log(sum|c| / 2)
+    arb_neg(R, t);
+    arb_mul_2exp_si(bound, sum_log, -1);
+    arb_sub(R, R, bound, wp);
+    arb_set_si(bound, N);
+    arb_ui_div(bound, 2, bound, wp);
+    arb_log(bound, bound, wp);
+    arb_add(R, R, bound, wp);
+    arb_mul_si(R, R, 2, wp);
+    arb_div_si(R, R, N, wp);     // R = (2/N)((wp + 10) log 2 - (1/2) sum log|c| + log(2/N))
+    // Integrate between whole numbers just outside L and R; the tails beyond
+    // them, bounded as above, widen the result.
+    const slong lo = slong(std::floor(arf_get_d(arb_midref(L), ARF_RND_NEAR))) - 1;
+    const slong hi = slong(std::ceil(arf_get_d(arb_midref(R), ARF_RND_NEAR))) + 1;
+    Acb a, b, value;
+    acb_set_si(a, lo);
+    acb_set_si(b, hi);
+    ImhofWeights weights{&c};
+    acb_calc_integrate_opt_t options;
+    acb_calc_integrate_opt_init(options);
+    Mag tol;
+    mag_set_ui_2exp_si(tol, 1, -(wp + 10));
+    if (acb_calc_integrate(value, imhof_integrand, &weights, a, b, wp, tol, options, wp) != ARB_CALC_SUCCESS) {
+        arb_indeterminate(r);
+        return false;
+    }
+    arb_set(r, acb_realref(value));
+    // left tail: (1/2) sum|c| e^lo;  right tail: (2/N) exp(-N hi / 2 - (1/2) sum log|c|)
+    Arb tail;
+    arb_set_si(t, lo);
+    arb_exp(t, t, wp);
+    arb_mul(tail, t, sum_abs, wp);
+    arb_mul_2exp_si(tail, tail, -1);
+    arb_set_si(t, -N * hi);
+    arb_mul_2exp_si(t, t, -1);
+    arb_mul_2exp_si(bound, sum_log, -1);
+    arb_sub(t, t, bound, wp);
+    arb_exp(t, t, wp);
+    arb_mul_2exp_si(t, t, 1);
+    arb_div_si(t, t, N, wp);
+    arb_add(tail, tail, t, wp);
+    Mag m;
+    arb_get_mag(m, tail);
+    arb_add_error_mag(r, m);
+    // P = 1/2 + I / pi
+    arb_const_pi(t, wp);
+    arb_div(r, r, t, wp);
+    arb_set_d(t, 0.5);
+    arb_add(r, r, t, wp);
+    return true;
+}
+
 // nu_j = 4 sin^2(pi j / (2n)) as a ball; exact for the rational ones.
 void eigenvalue(arb_ptr nu, slong j, slong n, slong wp)
 {
@@ -171,6 +292,35 @@ void eigenvalue(arb_ptr nu, slong j, slong n, slong wp)
         arb_sqr(nu, nu, wp);
         arb_mul_2exp_si(nu, nu, 2);
     }
+}
+
+// P(sum_j c_j z_j^2 > 0), c[0] > c[1] > ..., none zero.  Pan's formula
+// sums integrals over the intervals between the positive weights; its terms
+// grow and cancel as the number of intervals grows, so it is used only when
+// one side has at most kPanLimit weights: the positive side directly, or the
+// negative side for the complement (1 - P(sum c_j z_j^2 < 0), which loses
+// nothing, the probability then being near 1).  Otherwise Imhof's integral,
+// whose integrand is at most 1, has no such cancellation.
+constexpr slong kPanLimit = 8;
+
+bool probability_positive(arb_ptr r, const std::vector<Arb> &c, slong wp)
+{
+    const slong N = slong(c.size());
+    slong m = 0;
+    while (m < N && arb_is_positive(c[size_t(m)]))
+        ++m;
+    if (m == 0 || m == N || m <= kPanLimit)
+        return pan_probability(r, c, wp);
+    if (N - m <= kPanLimit) {
+        std::vector<Arb> neg(c.rbegin(), c.rend()); // -c in decreasing order
+        for (Arb &x : neg)
+            arb_neg(x, x);
+        bool ok = pan_probability(r, neg, wp);
+        arb_sub_ui(r, r, 1, wp);
+        arb_neg(r, r);
+        return ok;
+    }
+    return imhof_probability(r, c, wp);
 }
 
 // P(sum_{j=1}^{N} (d - nu_{j+shift}) z_j^2 > 0) = P(bound <= d).
@@ -200,7 +350,7 @@ bool bound_probability(arb_ptr r, const fmpq *d, slong n, slong N, slong shift, 
         arb_one(r); // every weight is d itself: the bound equals d identically
         return true;
     }
-    return pan_probability(r, c, wp);
+    return probability_positive(r, c, wp);
 }
 
 } // namespace
