@@ -48,14 +48,14 @@ STATS_ENTRY ALGEB STATS_TalvoBernoulliProbability_MP(TKernelVector kv, ALGEB arg
 
 STATS_ENTRY ALGEB STATS_TalvoBernoulliDeviate_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 2);
-    TalvoFloat p = f.real(1), prob = f.real(2);
-    return STATS_DoubleToTalvoFloat_MP(kv, TalvoFloat(double(STATS_BernoulliDeviate_MP(kv, p, prob))));
+    return stats::FloatEntry<2>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return TalvoFloat(double(STATS_BernoulliDeviate_MP(kv, p...)));
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoBernoulliRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::VariateEntry<1>(
+    return stats::FloatEntry<1>(
         kv, args, __func__, [](TKernelVector kv, auto... p) { return STATS_BernoulliRandomVariate_MP(kv, p...); });
 }
 

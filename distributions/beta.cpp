@@ -49,22 +49,22 @@ TalvoFloat STATS_BetaRandomVariate_MP(TKernelVector kv, const TalvoFloat *params
 
 STATS_ENTRY ALGEB STATS_TalvoBetaProbability_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 3);
-    TalvoFloat x = f.real(1), a = f.real(2), b = f.real(3);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_BetaProbability_MP(kv, x, a, b));
+    return stats::FloatEntry<3>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_BetaProbability_MP(kv, p...);
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoBetaDeviate_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 3);
-    TalvoFloat p = f.real(1), a = f.real(2), b = f.real(3);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_BetaDeviate_MP(kv, p, a, b));
+    return stats::FloatEntry<3>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_BetaDeviate_MP(kv, p...);
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoBetaRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::VariateEntry<2>(kv, args, __func__,
-                                  [](TKernelVector kv, auto... p) { return STATS_BetaRandomVariate_MP(kv, p...); });
+    return stats::FloatEntry<2>(kv, args, __func__,
+                                [](TKernelVector kv, auto... p) { return STATS_BetaRandomVariate_MP(kv, p...); });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoBetaRandomSample_MP(TKernelVector kv, ALGEB args)

@@ -74,22 +74,22 @@ TalvoFloat STATS_CauchyRandomVariate_MP(TKernelVector kv, const TalvoFloat *para
 
 STATS_ENTRY ALGEB STATS_TalvoCauchyProbability_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 3);
-    TalvoFloat x = f.real(1), a = f.real(2), b = f.real(3);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_CauchyProbability_MP(kv, x, a, b));
+    return stats::FloatEntry<3>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_CauchyProbability_MP(kv, p...);
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoCauchyDeviate_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 3);
-    TalvoFloat p = f.real(1), a = f.real(2), b = f.real(3);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_CauchyDeviate_MP(kv, p, a, b));
+    return stats::FloatEntry<3>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_CauchyDeviate_MP(kv, p...);
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoCauchyRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::VariateEntry<2>(kv, args, __func__,
-                                  [](TKernelVector kv, auto... p) { return STATS_CauchyRandomVariate_MP(kv, p...); });
+    return stats::FloatEntry<2>(kv, args, __func__,
+                                [](TKernelVector kv, auto... p) { return STATS_CauchyRandomVariate_MP(kv, p...); });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoCauchyRandomSample_MP(TKernelVector kv, ALGEB args)

@@ -54,21 +54,21 @@ TalvoFloat STATS_ChiSquareRandomVariate_MP(TKernelVector kv, const TalvoFloat *p
 
 STATS_ENTRY ALGEB STATS_TalvoChiSquareProbability_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 2);
-    TalvoFloat x = f.real(1), nu = f.real(2);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_ChiSquareProbability_MP(kv, x, nu));
+    return stats::FloatEntry<2>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_ChiSquareProbability_MP(kv, p...);
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoChiSquareDeviate_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 2);
-    TalvoFloat p = f.real(1), nu = f.real(2);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_ChiSquareDeviate_MP(kv, p, nu));
+    return stats::FloatEntry<2>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_ChiSquareDeviate_MP(kv, p...);
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoChiSquareRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::VariateEntry<1>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+    return stats::FloatEntry<1>(kv, args, __func__, [](TKernelVector kv, auto... p) {
         return STATS_ChiSquareRandomVariate_MP(kv, p...);
     });
 }

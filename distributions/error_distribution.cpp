@@ -57,8 +57,8 @@ TalvoFloat STATS_ErrorDeviate_MP(TKernelVector kv, TalvoFloat p, STATS_TalvoCall
 
 STATS_ENTRY ALGEB STATS_TalvoErrorRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::VariateEntry<3>(kv, args, __func__,
-                                  [](TKernelVector kv, auto... p) { return STATS_ErrorRandomVariate_MP(kv, p...); });
+    return stats::FloatEntry<3>(kv, args, __func__,
+                                [](TKernelVector kv, auto... p) { return STATS_ErrorRandomVariate_MP(kv, p...); });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoErrorRandomSample_MP(TKernelVector kv, ALGEB args)

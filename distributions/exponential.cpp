@@ -41,21 +41,21 @@ TalvoFloat STATS_ExponentialRandomVariate_MP(TKernelVector kv, const TalvoFloat 
 
 STATS_ENTRY ALGEB STATS_TalvoExponentialProbability_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 2);
-    TalvoFloat x = f.real(1), b = f.real(2);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_ExponentialProbability_MP(kv, x, b));
+    return stats::FloatEntry<2>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_ExponentialProbability_MP(kv, p...);
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoExponentialDeviate_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 2);
-    TalvoFloat p = f.real(1), b = f.real(2);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_ExponentialDeviate_MP(kv, p, b));
+    return stats::FloatEntry<2>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_ExponentialDeviate_MP(kv, p...);
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoExponentialRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::VariateEntry<1>(
+    return stats::FloatEntry<1>(
         kv, args, __func__, [](TKernelVector kv, auto... p) { return STATS_ExponentialRandomVariate_MP(kv, p...); });
 }
 

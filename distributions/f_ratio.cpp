@@ -44,22 +44,22 @@ TalvoFloat STATS_FRatioRandomVariate_MP(TKernelVector kv, const TalvoFloat *para
 
 STATS_ENTRY ALGEB STATS_TalvoFRatioProbability_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 3);
-    TalvoFloat x = f.real(1), nu1 = f.real(2), nu2 = f.real(3);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_FRatioProbability_MP(kv, x, nu1, nu2));
+    return stats::FloatEntry<3>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_FRatioProbability_MP(kv, p...);
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoFRatioDeviate_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 3);
-    TalvoFloat p = f.real(1), nu1 = f.real(2), nu2 = f.real(3);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_FRatioDeviate_MP(kv, p, nu1, nu2));
+    return stats::FloatEntry<3>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_FRatioDeviate_MP(kv, p...);
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoFRatioRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::VariateEntry<2>(kv, args, __func__,
-                                  [](TKernelVector kv, auto... p) { return STATS_FRatioRandomVariate_MP(kv, p...); });
+    return stats::FloatEntry<2>(kv, args, __func__,
+                                [](TKernelVector kv, auto... p) { return STATS_FRatioRandomVariate_MP(kv, p...); });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoFRatioRandomSample_MP(TKernelVector kv, ALGEB args)

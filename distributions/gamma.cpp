@@ -45,22 +45,22 @@ TalvoFloat STATS_GammaRandomVariate_MP(TKernelVector kv, const TalvoFloat *param
 
 STATS_ENTRY ALGEB STATS_TalvoGammaProbability_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 3);
-    TalvoFloat x = f.real(1), scale = f.real(2), shape = f.real(3);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_GammaProbability_MP(kv, x, scale, shape));
+    return stats::FloatEntry<3>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_GammaProbability_MP(kv, p...);
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoGammaDeviate_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 3);
-    TalvoFloat p = f.real(1), scale = f.real(2), shape = f.real(3);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_GammaDeviate_MP(kv, p, scale, shape));
+    return stats::FloatEntry<3>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_GammaDeviate_MP(kv, p...);
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoGammaRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::VariateEntry<2>(kv, args, __func__,
-                                  [](TKernelVector kv, auto... p) { return STATS_GammaRandomVariate_MP(kv, p...); });
+    return stats::FloatEntry<2>(kv, args, __func__,
+                                [](TKernelVector kv, auto... p) { return STATS_GammaRandomVariate_MP(kv, p...); });
 }
 
 // Setup depends on the shape only, so it is done once for the whole sample;

@@ -52,21 +52,21 @@ TalvoFloat STATS_GeometricRandomVariate_MP(TKernelVector kv, const TalvoFloat *p
 
 STATS_ENTRY ALGEB STATS_TalvoGeometricProbability_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 2);
-    TalvoFloat x = f.real(1), p = f.real(2);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_GeometricProbability_MP(kv, x, p));
+    return stats::FloatEntry<2>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_GeometricProbability_MP(kv, p...);
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoGeometricDeviate_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 2);
-    TalvoFloat p = f.real(1), prob = f.real(2);
-    return STATS_DoubleToTalvoFloat_MP(kv, TalvoFloat(static_cast<double>(STATS_GeometricDeviate_MP(kv, p, prob))));
+    return stats::FloatEntry<2>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return TalvoFloat(static_cast<double>(STATS_GeometricDeviate_MP(kv, p...)));
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoGeometricRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::VariateEntry<1>(
+    return stats::FloatEntry<1>(
         kv, args, __func__, [](TKernelVector kv, auto... p) { return STATS_GeometricRandomVariate_MP(kv, p...); });
 }
 

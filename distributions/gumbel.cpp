@@ -38,22 +38,22 @@ TalvoFloat STATS_GumbelRandomVariate_MP(TKernelVector kv, const TalvoFloat *para
 
 STATS_ENTRY ALGEB STATS_TalvoGumbelProbability_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 3);
-    TalvoFloat x = f.real(1), a = f.real(2), b = f.real(3);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_GumbelProbability_MP(kv, x, a, b));
+    return stats::FloatEntry<3>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_GumbelProbability_MP(kv, p...);
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoGumbelDeviate_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 3);
-    TalvoFloat p = f.real(1), a = f.real(2), b = f.real(3);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_GumbelDeviate_MP(kv, p, a, b));
+    return stats::FloatEntry<3>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_GumbelDeviate_MP(kv, p...);
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoGumbelRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::VariateEntry<2>(kv, args, __func__,
-                                  [](TKernelVector kv, auto... p) { return STATS_GumbelRandomVariate_MP(kv, p...); });
+    return stats::FloatEntry<2>(kv, args, __func__,
+                                [](TKernelVector kv, auto... p) { return STATS_GumbelRandomVariate_MP(kv, p...); });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoGumbelRandomSample_MP(TKernelVector kv, ALGEB args)

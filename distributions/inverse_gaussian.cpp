@@ -33,7 +33,7 @@ TalvoFloat STATS_InverseGaussianRandomVariate_MP(TKernelVector kv, const TalvoFl
 
 STATS_ENTRY ALGEB STATS_TalvoInverseGaussianRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::VariateEntry<2>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+    return stats::FloatEntry<2>(kv, args, __func__, [](TKernelVector kv, auto... p) {
         return STATS_InverseGaussianRandomVariate_MP(kv, p...);
     });
 }

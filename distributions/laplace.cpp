@@ -41,22 +41,22 @@ TalvoFloat STATS_LaplaceRandomVariate_MP(TKernelVector kv, const TalvoFloat *par
 
 STATS_ENTRY ALGEB STATS_TalvoLaplaceProbability_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 3);
-    TalvoFloat x = f.real(1), a = f.real(2), b = f.real(3);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_LaplaceProbability_MP(kv, x, a, b));
+    return stats::FloatEntry<3>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_LaplaceProbability_MP(kv, p...);
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoLaplaceDeviate_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 3);
-    TalvoFloat p = f.real(1), a = f.real(2), b = f.real(3);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_LaplaceDeviate_MP(kv, p, a, b));
+    return stats::FloatEntry<3>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_LaplaceDeviate_MP(kv, p...);
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoLaplaceRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::VariateEntry<2>(kv, args, __func__,
-                                  [](TKernelVector kv, auto... p) { return STATS_LaplaceRandomVariate_MP(kv, p...); });
+    return stats::FloatEntry<2>(kv, args, __func__,
+                                [](TKernelVector kv, auto... p) { return STATS_LaplaceRandomVariate_MP(kv, p...); });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoLaplaceRandomSample_MP(TKernelVector kv, ALGEB args)

@@ -37,22 +37,22 @@ TalvoFloat STATS_LogisticRandomVariate_MP(TKernelVector kv, const TalvoFloat *pa
 
 STATS_ENTRY ALGEB STATS_TalvoLogisticProbability_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 3);
-    TalvoFloat x = f.real(1), a = f.real(2), b = f.real(3);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_LogisticProbability_MP(kv, x, a, b));
+    return stats::FloatEntry<3>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_LogisticProbability_MP(kv, p...);
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoLogisticDeviate_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 3);
-    TalvoFloat p = f.real(1), a = f.real(2), b = f.real(3);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_LogisticDeviate_MP(kv, p, a, b));
+    return stats::FloatEntry<3>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_LogisticDeviate_MP(kv, p...);
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoLogisticRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::VariateEntry<2>(kv, args, __func__,
-                                  [](TKernelVector kv, auto... p) { return STATS_LogisticRandomVariate_MP(kv, p...); });
+    return stats::FloatEntry<2>(kv, args, __func__,
+                                [](TKernelVector kv, auto... p) { return STATS_LogisticRandomVariate_MP(kv, p...); });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoLogisticRandomSample_MP(TKernelVector kv, ALGEB args)

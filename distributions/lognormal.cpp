@@ -36,21 +36,21 @@ TalvoFloat STATS_LogNormalRandomVariate_MP(TKernelVector kv, const TalvoFloat *p
 
 STATS_ENTRY ALGEB STATS_TalvoLogNormalProbability_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 3);
-    TalvoFloat x = f.real(1), mu = f.real(2), sigma = f.real(3);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_LogNormalProbability_MP(kv, x, mu, sigma));
+    return stats::FloatEntry<3>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_LogNormalProbability_MP(kv, p...);
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoLogNormalDeviate_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 3);
-    TalvoFloat p = f.real(1), mu = f.real(2), sigma = f.real(3);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_LogNormalDeviate_MP(kv, p, mu, sigma));
+    return stats::FloatEntry<3>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_LogNormalDeviate_MP(kv, p...);
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoLogNormalRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::VariateEntry<2>(
+    return stats::FloatEntry<2>(
         kv, args, __func__, [](TKernelVector kv, auto... p) { return STATS_LogNormalRandomVariate_MP(kv, p...); });
 }
 

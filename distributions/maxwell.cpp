@@ -35,8 +35,8 @@ TalvoFloat STATS_MaxwellRandomVariate_MP(TKernelVector kv, const TalvoFloat *par
 
 STATS_ENTRY ALGEB STATS_TalvoMaxwellRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::VariateEntry<1>(kv, args, __func__,
-                                  [](TKernelVector kv, auto... p) { return STATS_MaxwellRandomVariate_MP(kv, p...); });
+    return stats::FloatEntry<1>(kv, args, __func__,
+                                [](TKernelVector kv, auto... p) { return STATS_MaxwellRandomVariate_MP(kv, p...); });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoMaxwellRandomSample_MP(TKernelVector kv, ALGEB args)

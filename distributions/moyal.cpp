@@ -38,8 +38,8 @@ TalvoFloat STATS_MoyalRandomVariate_MP(TKernelVector kv, const TalvoFloat *param
 
 STATS_ENTRY ALGEB STATS_TalvoMoyalRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::VariateEntry<2>(kv, args, __func__,
-                                  [](TKernelVector kv, auto... p) { return STATS_MoyalRandomVariate_MP(kv, p...); });
+    return stats::FloatEntry<2>(kv, args, __func__,
+                                [](TKernelVector kv, auto... p) { return STATS_MoyalRandomVariate_MP(kv, p...); });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoMoyalRandomSample_MP(TKernelVector kv, ALGEB args)

@@ -57,9 +57,9 @@ TalvoFloat STATS_NegativeBinomialRandomVariate_MP(TKernelVector kv, const TalvoF
 
 STATS_ENTRY ALGEB STATS_TalvoNegativeBinomialProbability_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 3);
-    TalvoFloat x = f.real(1), n = f.real(2), p = f.real(3);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_NegativeBinomialProbability_MP(kv, x, n, p));
+    return stats::FloatEntry<3>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_NegativeBinomialProbability_MP(kv, p...);
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoNegativeBinomialDeviate_MP(TKernelVector kv, ALGEB args)
@@ -72,7 +72,7 @@ STATS_ENTRY ALGEB STATS_TalvoNegativeBinomialDeviate_MP(TKernelVector kv, ALGEB 
 
 STATS_ENTRY ALGEB STATS_TalvoNegativeBinomialRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::VariateEntry<2>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+    return stats::FloatEntry<2>(kv, args, __func__, [](TKernelVector kv, auto... p) {
         return STATS_NegativeBinomialRandomVariate_MP(kv, p...);
     });
 }

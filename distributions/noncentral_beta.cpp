@@ -59,24 +59,22 @@ TalvoFloat STATS_NonCentralBetaRandomVariate_MP(TKernelVector kv, const TalvoFlo
 // x, a, b, lambda; the tolerance is 10^-Digits.
 STATS_ENTRY ALGEB STATS_TalvoNonCentralBetaProbability_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 4);
-    TalvoFloat x = f.real(1), a = f.real(2), b = f.real(3), lambda = f.real(4);
-    TalvoFloat tol = stats::DigitsTolerance(kv);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_NonCentralBetaProbability_MP(kv, x, a, b, lambda, tol));
+    return stats::FloatEntry<4>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_NonCentralBetaProbability_MP(kv, p..., stats::DigitsTolerance(kv));
+    });
 }
 
 // p, a, b, lambda; the tolerance is 10^-Digits.
 STATS_ENTRY ALGEB STATS_TalvoNonCentralBetaDeviate_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 4);
-    TalvoFloat p = f.real(1), a = f.real(2), b = f.real(3), lambda = f.real(4);
-    TalvoFloat tol = stats::DigitsTolerance(kv);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_NonCentralBetaDeviate_MP(kv, p, a, b, lambda, tol));
+    return stats::FloatEntry<4>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_NonCentralBetaDeviate_MP(kv, p..., stats::DigitsTolerance(kv));
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoNonCentralBetaRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::VariateEntry<3>(
+    return stats::FloatEntry<3>(
         kv, args, __func__, [](TKernelVector kv, auto... p) { return STATS_NonCentralBetaRandomVariate_MP(kv, p...); });
 }
 

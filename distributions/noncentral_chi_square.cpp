@@ -75,19 +75,17 @@ TalvoFloat STATS_NonCentralChiSquareRandomVariate_MP(TKernelVector kv, TalvoFloa
 // x, nu, lambda; the tolerance is 10^-Digits.
 STATS_ENTRY ALGEB STATS_TalvoNonCentralChiSquareProbability_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 3);
-    TalvoFloat x = f.real(1), nu = f.real(2), lambda = f.real(3);
-    TalvoFloat tol = stats::DigitsTolerance(kv);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_NonCentralChiSquareProbability_MP(kv, x, nu, lambda, tol));
+    return stats::FloatEntry<3>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_NonCentralChiSquareProbability_MP(kv, p..., stats::DigitsTolerance(kv));
+    });
 }
 
 // p, nu, lambda; the tolerance is 10^-Digits.
 STATS_ENTRY ALGEB STATS_TalvoNonCentralChiSquareDeviate_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 3);
-    TalvoFloat p = f.real(1), nu = f.real(2), lambda = f.real(3);
-    TalvoFloat tol = stats::DigitsTolerance(kv);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_NonCentralChiSquareDeviate_MP(kv, p, nu, lambda, tol));
+    return stats::FloatEntry<3>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_NonCentralChiSquareDeviate_MP(kv, p..., stats::DigitsTolerance(kv));
+    });
 }
 
 // nu, lambda, and a host boolean choosing the method: true for the sum of

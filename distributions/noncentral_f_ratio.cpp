@@ -52,24 +52,22 @@ TalvoFloat STATS_NonCentralFRatioRandomVariate_MP(TKernelVector kv, TalvoFloat n
 // x, nu1, nu2, lambda; the tolerance is 10^-Digits.
 STATS_ENTRY ALGEB STATS_TalvoNonCentralFRatioProbability_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 4);
-    TalvoFloat x = f.real(1), nu1 = f.real(2), nu2 = f.real(3), lambda = f.real(4);
-    TalvoFloat tol = stats::DigitsTolerance(kv);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_NonCentralFRatioProbability_MP(kv, x, nu1, nu2, lambda, tol));
+    return stats::FloatEntry<4>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_NonCentralFRatioProbability_MP(kv, p..., stats::DigitsTolerance(kv));
+    });
 }
 
 // p, nu1, nu2, lambda; the tolerance is 10^-Digits.
 STATS_ENTRY ALGEB STATS_TalvoNonCentralFRatioDeviate_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 4);
-    TalvoFloat p = f.real(1), nu1 = f.real(2), nu2 = f.real(3), lambda = f.real(4);
-    TalvoFloat tol = stats::DigitsTolerance(kv);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_NonCentralFRatioDeviate_MP(kv, p, nu1, nu2, lambda, tol));
+    return stats::FloatEntry<4>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_NonCentralFRatioDeviate_MP(kv, p..., stats::DigitsTolerance(kv));
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoNonCentralFRatioRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::VariateEntry<3>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+    return stats::FloatEntry<3>(kv, args, __func__, [](TKernelVector kv, auto... p) {
         return STATS_NonCentralFRatioRandomVariate_MP(kv, p...);
     });
 }

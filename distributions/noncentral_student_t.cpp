@@ -40,15 +40,14 @@ TalvoFloat STATS_NonCentralStudentTRandomVariate_MP(TKernelVector kv, const Talv
 // x, nu, delta; the tolerance is 10^-Digits.
 STATS_ENTRY ALGEB STATS_TalvoNonCentralStudentTProbability_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 3);
-    TalvoFloat x = f.real(1), nu = f.real(2), delta = f.real(3);
-    TalvoFloat tol = stats::DigitsTolerance(kv);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_NonCentralStudentTProbability_MP(kv, x, nu, delta, tol));
+    return stats::FloatEntry<3>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_NonCentralStudentTProbability_MP(kv, p..., stats::DigitsTolerance(kv));
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoNonCentralStudentTRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::VariateEntry<2>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+    return stats::FloatEntry<2>(kv, args, __func__, [](TKernelVector kv, auto... p) {
         return STATS_NonCentralStudentTRandomVariate_MP(kv, p...);
     });
 }

@@ -154,23 +154,23 @@ TalvoFloat STATS_NormalRandomVariate_MP(TKernelVector kv, const TalvoFloat *para
 
 STATS_ENTRY ALGEB STATS_TalvoNormalProbability_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 3);
-    TalvoFloat x = f.real(1), mu = f.real(2), sigma = f.real(3);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_NormalProbability_MP(kv, x, mu, sigma));
+    return stats::FloatEntry<3>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_NormalProbability_MP(kv, p...);
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoNormalDeviate_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 3);
-    TalvoFloat p = f.real(1), mu = f.real(2), sigma = f.real(3);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_NormalDeviate_MP(kv, p, mu, sigma));
+    return stats::FloatEntry<3>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_NormalDeviate_MP(kv, p...);
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoNormalDeviateApprox_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 1);
-    TalvoFloat p = f.real(1);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_NormalDeviateApprox_MP(kv, p));
+    return stats::FloatEntry<1>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_NormalDeviateApprox_MP(kv, p...);
+    });
 }
 
 // Accepts exactly one argument, with the DeviateApprox entry's message, and
@@ -185,8 +185,8 @@ STATS_ENTRY ALGEB STATS_TalvoNormalWApprox_MP(TKernelVector kv, ALGEB args)
 
 STATS_ENTRY ALGEB STATS_TalvoNormalRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::VariateEntry<2>(kv, args, __func__,
-                                  [](TKernelVector kv, auto... p) { return STATS_NormalRandomVariate_MP(kv, p...); });
+    return stats::FloatEntry<2>(kv, args, __func__,
+                                [](TKernelVector kv, auto... p) { return STATS_NormalRandomVariate_MP(kv, p...); });
 }
 
 // The first argument is a length or an existing array, filled in place; as

@@ -60,22 +60,22 @@ TalvoFloat STATS_ParetoRandomVariate_MP(TKernelVector kv, const TalvoFloat *para
 
 STATS_ENTRY ALGEB STATS_TalvoParetoProbability_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 3);
-    TalvoFloat x = f.real(1), a = f.real(2), c = f.real(3);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_ParetoProbability_MP(kv, x, a, c));
+    return stats::FloatEntry<3>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_ParetoProbability_MP(kv, p...);
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoParetoDeviate_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 3);
-    TalvoFloat p = f.real(1), a = f.real(2), c = f.real(3);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_ParetoDeviate_MP(kv, p, a, c));
+    return stats::FloatEntry<3>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_ParetoDeviate_MP(kv, p...);
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoParetoRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::VariateEntry<2>(kv, args, __func__,
-                                  [](TKernelVector kv, auto... p) { return STATS_ParetoRandomVariate_MP(kv, p...); });
+    return stats::FloatEntry<2>(kv, args, __func__,
+                                [](TKernelVector kv, auto... p) { return STATS_ParetoRandomVariate_MP(kv, p...); });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoParetoRandomSample_MP(TKernelVector kv, ALGEB args)

@@ -54,22 +54,22 @@ TalvoFloat STATS_PoissonRandomVariate_MP(TKernelVector kv, const TalvoFloat *par
 
 STATS_ENTRY ALGEB STATS_TalvoPoissonProbability_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 2);
-    TalvoFloat x = f.real(1), mu = f.real(2);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_PoissonProbability_MP(kv, x, mu));
+    return stats::FloatEntry<2>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_PoissonProbability_MP(kv, p...);
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoPoissonDeviate_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 2);
-    TalvoFloat p = f.real(1), mu = f.real(2);
-    return STATS_DoubleToTalvoFloat_MP(kv, TalvoFloat(static_cast<double>(STATS_PoissonDeviate_MP(kv, p, mu))));
+    return stats::FloatEntry<2>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return TalvoFloat(static_cast<double>(STATS_PoissonDeviate_MP(kv, p...)));
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoPoissonRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::VariateEntry<1>(kv, args, __func__,
-                                  [](TKernelVector kv, auto... p) { return STATS_PoissonRandomVariate_MP(kv, p...); });
+    return stats::FloatEntry<1>(kv, args, __func__,
+                                [](TKernelVector kv, auto... p) { return STATS_PoissonRandomVariate_MP(kv, p...); });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoPoissonRandomSample_MP(TKernelVector kv, ALGEB args)

@@ -43,22 +43,22 @@ TalvoFloat STATS_PowerRandomVariate_MP(TKernelVector kv, const TalvoFloat *param
 
 STATS_ENTRY ALGEB STATS_TalvoPowerProbability_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 3);
-    TalvoFloat x = f.real(1), b = f.real(2), c = f.real(3);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_PowerProbability_MP(kv, x, b, c));
+    return stats::FloatEntry<3>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_PowerProbability_MP(kv, p...);
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoPowerDeviate_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 3);
-    TalvoFloat p = f.real(1), b = f.real(2), c = f.real(3);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_PowerDeviate_MP(kv, p, b, c));
+    return stats::FloatEntry<3>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_PowerDeviate_MP(kv, p...);
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoPowerRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::VariateEntry<2>(kv, args, __func__,
-                                  [](TKernelVector kv, auto... p) { return STATS_PowerRandomVariate_MP(kv, p...); });
+    return stats::FloatEntry<2>(kv, args, __func__,
+                                [](TKernelVector kv, auto... p) { return STATS_PowerRandomVariate_MP(kv, p...); });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoPowerRandomSample_MP(TKernelVector kv, ALGEB args)

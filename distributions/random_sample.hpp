@@ -1,4 +1,5 @@
-// random_sample.hpp -- the host arrays that RandomSample entries return.
+// random_sample.hpp -- the host arrays that RandomSample entries return, and
+// the bodies of the entries whose arguments are the reals of a law.
 #pragma once
 
 #include "entry_frame.hpp"
@@ -45,19 +46,20 @@ std::array<TalvoFloat, sizeof...(I)> ReadReals(const EntryFrame &f, int first, s
 
 } // namespace detail
 
-// The whole body of a variate entry whose N arguments are the law's reals:
-// the count check, the reals read in order, draw(kv, r1, ..., rN) returned
-// as a host float.  `entry` is the entry's __func__, which names it in the
-// messages.
+// The whole body of an entry whose N arguments are reals and whose result is
+// a float: the count check, the reals read in order, fn(kv, r1, ..., rN)
+// returned as a host float.  Probability, deviate and random variate entries
+// of most laws have this shape.  `entry` is the entry's __func__, which names
+// it in the messages.
 //
-//     return stats::VariateEntry<2>(kv, args, __func__,
-//                                   [](TKernelVector kv, auto... p) { return STATS_BetaRandomVariate_MP(kv, p...); });
-template <std::size_t N, class Draw>
-ALGEB VariateEntry(TKernelVector kv, ALGEB args, const char *entry, Draw draw)
+//     return stats::FloatEntry<2>(kv, args, __func__,
+//                                 [](TKernelVector kv, auto... p) { return STATS_BetaRandomVariate_MP(kv, p...); });
+template <std::size_t N, class Fn>
+ALGEB FloatEntry(TKernelVector kv, ALGEB args, const char *entry, Fn fn)
 {
     EntryFrame f(kv, args, entry, int(N));
     std::array<TalvoFloat, N> p = detail::ReadReals(f, 1, std::make_index_sequence<N>());
-    return std::apply([&](const auto &...r) { return STATS_DoubleToTalvoFloat_MP(kv, draw(kv, r...)); }, p);
+    return std::apply([&](const auto &...r) { return STATS_DoubleToTalvoFloat_MP(kv, fn(kv, r...)); }, p);
 }
 
 // The whole body of the matching sample entry: N + 1 arguments, the 32-bit

@@ -45,22 +45,22 @@ TalvoFloat STATS_RayleighRandomVariate_MP(TKernelVector kv, const TalvoFloat *pa
 
 STATS_ENTRY ALGEB STATS_TalvoRayleighProbability_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 2);
-    TalvoFloat x = f.real(1), b = f.real(2);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_RayleighProbability_MP(kv, x, b));
+    return stats::FloatEntry<2>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_RayleighProbability_MP(kv, p...);
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoRayleighDeviate_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 2);
-    TalvoFloat p = f.real(1), b = f.real(2);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_RayleighDeviate_MP(kv, p, b));
+    return stats::FloatEntry<2>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_RayleighDeviate_MP(kv, p...);
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoRayleighRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::VariateEntry<1>(kv, args, __func__,
-                                  [](TKernelVector kv, auto... p) { return STATS_RayleighRandomVariate_MP(kv, p...); });
+    return stats::FloatEntry<1>(kv, args, __func__,
+                                [](TKernelVector kv, auto... p) { return STATS_RayleighRandomVariate_MP(kv, p...); });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoRayleighRandomSample_MP(TKernelVector kv, ALGEB args)

@@ -41,22 +41,22 @@ TalvoFloat STATS_StudentTRandomVariate_MP(TKernelVector kv, const TalvoFloat *pa
 
 STATS_ENTRY ALGEB STATS_TalvoStudentTProbability_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 2);
-    TalvoFloat x = f.real(1), nu = f.real(2);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_StudentTProbability_MP(kv, x, nu));
+    return stats::FloatEntry<2>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_StudentTProbability_MP(kv, p...);
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoStudentTDeviate_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 2);
-    TalvoFloat p = f.real(1), nu = f.real(2);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_StudentTDeviate_MP(kv, p, nu));
+    return stats::FloatEntry<2>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_StudentTDeviate_MP(kv, p...);
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoStudentTRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::VariateEntry<1>(kv, args, __func__,
-                                  [](TKernelVector kv, auto... p) { return STATS_StudentTRandomVariate_MP(kv, p...); });
+    return stats::FloatEntry<1>(kv, args, __func__,
+                                [](TKernelVector kv, auto... p) { return STATS_StudentTRandomVariate_MP(kv, p...); });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoStudentTRandomSample_MP(TKernelVector kv, ALGEB args)

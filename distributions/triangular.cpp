@@ -55,21 +55,21 @@ TalvoFloat STATS_TriangularRandomVariate_MP(TKernelVector kv, const TalvoFloat *
 
 STATS_ENTRY ALGEB STATS_TalvoTriangularProbability_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 4);
-    TalvoFloat x = f.real(1), a = f.real(2), b = f.real(3), c = f.real(4);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_TriangularProbability_MP(kv, x, a, b, c));
+    return stats::FloatEntry<4>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_TriangularProbability_MP(kv, p...);
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoTriangularDeviate_MP(TKernelVector kv, ALGEB args)
 {
-    stats::EntryFrame f(kv, args, __func__, 4);
-    TalvoFloat p = f.real(1), a = f.real(2), b = f.real(3), c = f.real(4);
-    return STATS_DoubleToTalvoFloat_MP(kv, STATS_TriangularDeviate_MP(kv, p, a, b, c));
+    return stats::FloatEntry<4>(kv, args, __func__, [](TKernelVector kv, auto... p) {
+        return STATS_TriangularDeviate_MP(kv, p...);
+    });
 }
 
 STATS_ENTRY ALGEB STATS_TalvoTriangularRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::VariateEntry<3>(
+    return stats::FloatEntry<3>(
         kv, args, __func__, [](TKernelVector kv, auto... p) { return STATS_TriangularRandomVariate_MP(kv, p...); });
 }
 

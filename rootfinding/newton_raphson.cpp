@@ -64,6 +64,35 @@ bool SafeStep(TKernelVector kv, TalvoFloat &x, const TalvoFloat &fx, const Talvo
     return fabs(dx) < tol;
 }
 
+// Where a safeguarded search stands: x and f(x) - y, the bracket [xl, xh]
+// with f(xl) - y < 0 <= f(xh) - y, the last step and the one before it.
+struct SafeState {
+    TalvoFloat x, fx, xl, xh, dx, dxold;
+};
+
+// Safeguarded steps from s.x for iterations `iteration` .. maxIterations - 1,
+// narrowing the bracket after each: the root, or the last point with a hint
+// once the iterations run out (both forms name the safeguarded method in
+// that hint).
+TalvoFloat SafeRefinement(TKernelVector kv, const TalvoFloat &y, STATS_TalvoCallbackAdapter_MP &f,
+                          STATS_TalvoCallbackAdapter_MP &df, SafeState s, const TalvoFloat &tol, int iteration,
+                          int maxIterations, const char *failure, Vanished vanished)
+{
+    TalvoFloat dfx = df.Call(s.x);
+    for (; iteration < maxIterations; ++iteration) {
+        if (SafeStep(kv, s.x, s.fx, dfx, s.xl, s.xh, s.dx, s.dxold, tol, failure, vanished))
+            return s.x;
+        s.fx = f.Call(s.x) - y;
+        dfx = df.Call(s.x);
+        if (IsNegative(s.fx))
+            s.xl = s.x;
+        else
+            s.xh = s.x;
+    }
+    TalvoUserInfo(kv, 2, "hints", "NewtonRaphsonSafe completed the maximum number of iterations without converging");
+    return s.x;
+}
+
 } // namespace
 
 TalvoFloat STATS_NewtonRaphson_MP(TKernelVector kv, TalvoFloat y, STATS_TalvoCallbackAdapter_MP &f,
@@ -131,24 +160,11 @@ TalvoFloat STATS_NewtonRaphsonSafe_MP(TKernelVector kv, TalvoFloat y, STATS_Talv
     if (IsZero(fh))
         return upper;
     TalvoFloat xl = IsNegative(fl) ? lower : upper, xh = IsNegative(fl) ? upper : lower;
-    TalvoFloat rts = x0, dxold = fabs(upper - lower), dx = dxold, fx = f.Call(rts) - y;
+    TalvoFloat dxold = fabs(upper - lower), fx = f.Call(x0) - y;
     if (IsZero(fx))
-        return rts;
-    TalvoFloat dfx = df.Call(rts);
-    for (int iteration = 0; iteration < maxIterations; ++iteration) {
-        if (SafeStep(kv, rts, fx, dfx, xl, xh, dx, dxold, tol,
-                     "NewtonRaphsonSafe root-finding method failed to converge.",
-                     Vanished::AtLowEnd))
-            return rts;
-        fx = f.Call(rts) - y;
-        dfx = df.Call(rts);
-        if (IsNegative(fx))
-            xl = rts;
-        else
-            xh = rts;
-    }
-    TalvoUserInfo(kv, 2, "hints", "NewtonRaphsonSafe completed the maximum number of iterations without converging");
-    return rts;
+        return x0;
+    return SafeRefinement(kv, y, f, df, {x0, fx, xl, xh, dxold, dxold}, tol, 0, maxIterations,
+                          "NewtonRaphsonSafe root-finding method failed to converge.", Vanished::AtLowEnd);
 }
 
 TalvoFloat STATS_NewtonRaphsonHybrid_MP(TKernelVector kv, TalvoFloat y, STATS_TalvoCallbackAdapter_MP &f,
@@ -204,21 +220,10 @@ TalvoFloat STATS_NewtonRaphsonHybrid_MP(TKernelVector kv, TalvoFloat y, STATS_Ta
 
     // Refinement inside [lower, upper], with f(lower) - y < 0 <= f(upper) - y.
     x = Half(lower + upper);
-    TalvoFloat dxold = fabs(upper - lower), dx = dxold;
+    TalvoFloat dxold = fabs(upper - lower);
     fx = f.Call(x) - y;
-    TalvoFloat dfx = df.Call(x);
-    for (; iteration < maxIterations; ++iteration) {
-        if (SafeStep(kv, x, fx, dfx, lower, upper, dx, dxold, tol, failure, Vanished::Unchanged))
-            return x;
-        fx = f.Call(x) - y;
-        dfx = df.Call(x);
-        if (IsNegative(fx))
-            lower = x;
-        else
-            upper = x;
-    }
-    TalvoUserInfo(kv, 2, "hints", "NewtonRaphsonSafe completed the maximum number of iterations without converging");
-    return x;
+    return SafeRefinement(kv, y, f, df, {x, fx, lower, upper, dxold, dxold}, tol, iteration, maxIterations, failure,
+                          Vanished::Unchanged);
 }
 
 // ---------------------------------------------------------------------------

@@ -93,7 +93,7 @@ TalvoFloat Probe(TKernelVector, TalvoFloat a, TalvoFloat b, TalvoFloat c)
 
 ALGEB STATS_TalvoProbeRandomVariate_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::VariateEntry<3>(kv, args, __func__, [](TKernelVector kv, auto... p) { return Probe(kv, p...); });
+    return stats::FloatEntry<3>(kv, args, __func__, [](TKernelVector kv, auto... p) { return Probe(kv, p...); });
 }
 
 int g_draws = 0;

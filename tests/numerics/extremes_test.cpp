@@ -8,6 +8,8 @@
 #include "talvo_mp.h"
 #include "table_support.hpp"
 
+#include "reference_table.hpp"
+
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -293,19 +295,9 @@ TEST(NumericsExtremes, EveryRoutineAnswersOrRefusesClearly)
 // the smallest positive float.
 TEST(NumericsExtremes, FarTailsAgreeWithMpmath)
 {
-    std::ifstream in(TALVO_NUMERICS_DATA "/extremes.tsv");
-    ASSERT_TRUE(in.good());
-    std::string line;
     int rows = 0;
-    while (std::getline(in, line)) {
-        if (line.empty() || line[0] == '#')
-            continue;
-        std::vector<std::string> cells;
-        std::stringstream ss(line);
-        std::string cell;
-        while (std::getline(ss, cell, '\t'))
-            cells.push_back(cell);
-        ASSERT_GE(cells.size(), 5u) << line;
+    for (const std::vector<std::string> &cells : stats::test::ReadTsvRows(TALVO_NUMERICS_DATA "/extremes.tsv")) {
+        ASSERT_GE(cells.size(), 5u) << Join(cells);
         int digits = std::stoi(cells[0]);
         std::string key = cells[1];
         std::vector<std::string> args(cells.begin() + 2, cells.end() - 2);

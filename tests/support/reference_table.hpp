@@ -20,10 +20,11 @@ struct ReferenceCase {
     std::string value;
 };
 
-// Every line of a tab-separated table (lines starting with # are comments).
-inline std::vector<ReferenceCase> ReadReferenceTable(const std::string &path)
+// The rows of a tab-separated table, each as its cells (empty lines and
+// lines starting with # are comments).
+inline std::vector<std::vector<std::string>> ReadTsvRows(const std::string &path)
 {
-    std::vector<ReferenceCase> cases;
+    std::vector<std::vector<std::string>> rows;
     std::ifstream in(path);
     std::string line;
     while (std::getline(in, line)) {
@@ -34,6 +35,16 @@ inline std::vector<ReferenceCase> ReadReferenceTable(const std::string &path)
         std::string cell;
         while (std::getline(ss, cell, '\t'))
             cells.push_back(cell);
+        rows.push_back(cells);
+    }
+    return rows;
+}
+
+// Every row of a table of digits, function, arguments and value.
+inline std::vector<ReferenceCase> ReadReferenceTable(const std::string &path)
+{
+    std::vector<ReferenceCase> cases;
+    for (const std::vector<std::string> &cells : ReadTsvRows(path)) {
         if (cells.size() < 3)
             continue;
         ReferenceCase c;

@@ -121,8 +121,8 @@ void tail_bound(mag_ptr tail, mag_ptr sum_low, const fmpq *p, const fmpq *q, arb
         arb_add(r, r, lg0, prec);
         arb_addmul_si(r, lu, k, prec);
     };
-    log_term_arb(t, n);
-    arb_exp(t, t, prec);
+    // Every ratio after term n is at most u (p+q+n)/(p+1+n) when q >= 1 (it
+    // falls toward u), and at most u when q < 1 (it rises toward u).
     if (fmpq_cmp_si(q, 1) >= 0) {
         Arb num, den;
         arb_add_ui(num, pq, static_cast<ulong>(n), prec);
@@ -132,17 +132,7 @@ void tail_bound(mag_ptr tail, mag_ptr sum_low, const fmpq *p, const fmpq *q, arb
     } else {
         arb_set(rho, u);
     }
-    arb_sub_ui(rho, rho, 1, prec);
-    arb_neg(rho, rho);
-    if (!arb_is_positive(rho)) {
-        mag_inf(tail);
-    } else {
-        arb_div(t, t, rho, prec);
-        arb_get_mag(tail, t);
-    }
-    log_term_arb(t, static_cast<slong>(peak));
-    arb_exp(t, t, prec);
-    arb_get_mag_lower(sum_low, t);
+    geometric_tail(tail, sum_low, log_term_arb, n, static_cast<slong>(peak), rho, prec);
 }
 
 // I_u(p, q) by its series, to working precision wp.

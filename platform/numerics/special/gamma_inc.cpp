@@ -176,7 +176,7 @@ Plan plan_for(double a, double x, double lx, slong goal, bool a_integer)
 void lower_tail_bound(mag_ptr tail, mag_ptr sum_low, const fmpq *a, arb_srcptr x, slong n, double peak)
 {
     const slong prec = 64;
-    Arb a1, lx, t, u, rho;
+    Arb a1, lx, u, rho;
     arb_set_fmpq(a1, a, prec);
     arb_add_ui(a1, a1, 1, prec);
     arb_log(lx, x, prec);
@@ -190,21 +190,10 @@ void lower_tail_bound(mag_ptr tail, mag_ptr sum_low, const fmpq *a, arb_srcptr x
         arb_addmul_si(s, lx, k, prec);
         arb_set(r, s);
     };
-    log_term(t, n);
-    arb_exp(t, t, prec);
+    // Every ratio after term n, x / (a + 1 + k), is at most x / (a + 1 + n).
     arb_add_ui(rho, a1, static_cast<ulong>(n), prec);
     arb_div(rho, x, rho, prec);
-    arb_sub_ui(rho, rho, 1, prec);
-    arb_neg(rho, rho); // 1 - rho
-    if (!arb_is_positive(rho)) {
-        mag_inf(tail);
-    } else {
-        arb_div(t, t, rho, prec);
-        arb_get_mag(tail, t);
-    }
-    log_term(t, static_cast<slong>(peak));
-    arb_exp(t, t, prec);
-    arb_get_mag_lower(sum_low, t);
+    geometric_tail(tail, sum_low, log_term, n, static_cast<slong>(peak), rho, prec);
 }
 
 // Rigorous bound of the remainder of the upper series after N terms, in

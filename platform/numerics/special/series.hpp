@@ -31,6 +31,31 @@ inline double lgamma_abs(double x) { return std::lgamma(x); }
 // and small k the direct sum of logarithms keeps more digits.
 double log_rising(double x, double k);
 
+// The bounds a series of positive terms gives after its first n terms:
+// `tail` >= t_n + t_(n+1) + ... = t_n / (1 - rho) at most, when every ratio
+// t_(k+1) / t_k from k = n on is at most rho < 1 (infinite when rho < 1 is
+// not proven), and `sum_low` <= the whole sum, by its largest term t_peak.
+// log_term(r, k) sets r to ln t_k at precision prec.
+template <class LogTerm>
+void geometric_tail(mag_ptr tail, mag_ptr sum_low, LogTerm &&log_term, slong n, slong peak, arb_srcptr rho,
+                    slong prec)
+{
+    Arb t, gap;
+    log_term(t, n);
+    arb_exp(t, t, prec);
+    arb_sub_ui(gap, rho, 1, prec);
+    arb_neg(gap, gap); // 1 - rho
+    if (!arb_is_positive(gap)) {
+        mag_inf(tail);
+    } else {
+        arb_div(t, t, gap, prec);
+        arb_get_mag(tail, t);
+    }
+    log_term(t, peak);
+    arb_exp(t, t, prec);
+    arb_get_mag_lower(sum_low, t);
+}
+
 // The smallest n in [lo, hi] with f(n) true, for f false..false true..true on
 // that range; hi when none (the caller checks f(hi)).
 template <class F>
