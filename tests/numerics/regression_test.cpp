@@ -12,9 +12,9 @@
 //     (data/regression/), at 15, 30, 50 and 100 digits, each value within one
 //     unit in the last digit; exact cases of the Durbin-Watson bounds.
 #include "checks.hpp"
+#include "reference_table.hpp"
 
 #include <cmath>
-#include <fstream>
 #include <sstream>
 #include <vector>
 
@@ -71,14 +71,7 @@ std::vector<std::string> split(const std::string &s, char sep)
 
 std::vector<std::vector<std::string>> read_table(const std::string &name)
 {
-    std::ifstream in(std::string(TALVO_NUMERICS_DATA) + "/regression/" + name);
-    EXPECT_TRUE(in.good()) << name;
-    std::vector<std::vector<std::string>> rows;
-    std::string line;
-    while (std::getline(in, line))
-        if (!line.empty() && line[0] != '#')
-            rows.push_back(split(line, '\t'));
-    return rows;
+    return stats::test::ReadTsvRows(std::string(TALVO_NUMERICS_DATA) + "/regression/" + name);
 }
 
 // ---------------------------------------------------------------------------

@@ -6,11 +6,11 @@
 // Durbin-Watson) at Digits 30 against the exact computation of
 // scripts/reference/regression.py (data/longley_reference.tsv).
 #include "nist_strd.hpp"
+#include "reference_table.hpp"
 #include "solvers_support.hpp"
 #include "talvo_mp.h"
 
 #include <cmath>
-#include <fstream>
 #include <map>
 
 namespace {
@@ -189,14 +189,9 @@ TEST(RegressionWrappers, RankDeficientDesign)
 
 std::map<std::string, std::vector<std::string>> longley_reference()
 {
-    std::ifstream in(std::string(TALVO_TEST_DATA) + "/longley_reference.tsv");
     std::map<std::string, std::vector<std::string>> ref;
-    for (std::string line; std::getline(in, line);) {
-        if (line.empty() || line[0] == '#')
-            continue;
-        std::vector<std::string> w = words(line);
-        ref[w[0]].push_back(w[2]);
-    }
+    for (const std::vector<std::string> &cells : ReadTsvRows(std::string(TALVO_TEST_DATA) + "/longley_reference.tsv"))
+        ref[cells[0]].push_back(cells[2]);
     return ref;
 }
 
