@@ -62,10 +62,10 @@ public:
     {
     }
 
-    // Runs the fit; returns the number of singular values of R that count.
+    // The weighted design, its QR, the singular values of R and the rank.
     void run()
     {
-        Temp t(wp_), u(wp_);
+        Temp t(wp_);
         neff_ = 0;
         for (Integer i = 0; i < n_; ++i) {
             if (pr_.weighted) {
@@ -130,7 +130,7 @@ public:
     // Estimates, (pseudo-)inverse, leverages, residuals, rss.
     void solve()
     {
-        Temp t(wp_), u(wp_), w(wp_);
+        Temp t(wp_), w(wp_);
         Vector z(p_, wp_);
         if (rank_ == p_) {
             // b = R^-1 c_1
@@ -270,7 +270,7 @@ private:
     // r_i = y_i - x_i b from the data; rss = sum w_i r_i^2.
     void residuals()
     {
-        Temp t(wp_), u(wp_);
+        Temp t(wp_);
         mpfr_set_zero(rss_, 1);
         for (Integer i = 0; i < n_; ++i) {
             mpfr_set(res_[i], pr_.y[i].mpfr(), MPFR_RNDN);
