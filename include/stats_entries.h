@@ -348,3 +348,15 @@ STATS_DECLARE_ENTRY(STATS_TalvoMovingMedian_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoMovingMean_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoLinearFilter_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoShapiroWilk_MP);
+// Regression wrappers, in the argument-array convention of the solver
+// wrappers: args[0] is the number of arguments as a host integer, args[1..n]
+// the arguments; an output argument is a quoted name the wrapper assigns to.
+// The layouts are in docs/regression.md.
+#define STATS_DECLARE_ARRAY_ENTRY(name) STATS_ENTRY ALGEB name(TKernelVector kv, ALGEB *args)
+// Multiple linear regression fit: 24 arguments; returns the failure indicator.
+STATS_DECLARE_ARRAY_ENTRY(STATS_g02daf_MP);
+// Standardised residuals and influence statistics: 7 arguments; returns NULL.
+STATS_DECLARE_ARRAY_ENTRY(STATS_g02fac_MP);
+// Durbin-Watson statistic and bound probabilities: 7 arguments; returns the
+// failure indicator.
+STATS_DECLARE_ARRAY_ENTRY(STATS_g02fcc_MP);

@@ -283,3 +283,8 @@ TALVO_MP_API void TalvoMP_m01dsc(const Pointer vec, size_t n, ptrdiff_t stride,
 // NE_NOT_SORTED, NE_ALL_ELEMENTS_EQUAL (W is then undefined).
 TALVO_MP_API void TalvoMP_g01ddc(Integer n, const TalvoFloat x[], Nag_Boolean calc_wts, TalvoFloat a[],
                                  TalvoFloat *w, TalvoFloat *pw, NagError *fail);
+// Dense linear algebra and the regression routines
+// ---------------------------------------------------------------------------
+
+#include "talvo_mp_linalg.h"
+#include "talvo_mp_regression.h"
