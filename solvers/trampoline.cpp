@@ -65,9 +65,13 @@ void CallToFill(ALGEB proc, TalvoFloat *out, long count, const char *what)
     elements = static_cast<ALGEB *>(RTableDataBlock(kv, s.out_table));
     for (long k = 0; k < count; ++k) {
         ALGEB e = elements[k];
-        if (e == nullptr || !IsTalvoNumeric(kv, e)) {
+        if (e == nullptr || IsTalvoNULL(kv, e)) {
+            const std::string message = std::string(what) + " must fill its second argument with numbers, element %1 is not set";
+            TalvoRaiseError1(kv, message.c_str(), ToTalvoInteger(kv, M_INT(k + 1)));
+        }
+        if (!IsTalvoNumeric(kv, e)) {
             const std::string message = std::string(what) + " must fill its second argument with numbers, received: %1";
-            TalvoRaiseError1(kv, message.c_str(), e != nullptr ? e : ToTalvoNULL(kv));
+            TalvoRaiseError1(kv, message.c_str(), e);
         }
         out[k] = TalvoIsSoftwareFloatHandle(e) ? TalvoFloat::from_handle(e) : DAGtoFLOAT(e);
     }

@@ -44,7 +44,7 @@ struct TrampolineSlots {
 };
 
 // The slots of the open scope (all empty when none is open).
-STATS_API extern TrampolineSlots gTrampolineSlots;
+extern TrampolineSlots gTrampolineSlots;
 
 class TrampolineScope {
 public:
