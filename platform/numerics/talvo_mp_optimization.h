@@ -198,7 +198,7 @@ typedef void (*TalvoMP_e04fcf_lsqmon)(Integer *m, Integer *n, const TalvoFloat *
 // m >= n >= 1; iprint: lsqmon every iprint iterations (<= 0: never);
 // maxcal: at most that many calls of lsqfun (Jacobian differences
 // included); eta: not used by this method (kept for the list; must be in
-// [0, 1)); xtol: relative accuracy of x (eps^(3/4) below eps); stepmx:
+// [0, 1)); xtol: relative accuracy of x (eps^0.85 below eps); stepmx:
 // largest step relative to |x| + 1; x: start, on exit the minimiser;
 // fsumsq, fvec: the sum of squares and residuals there; fjac (ldfjac x n),
 // s (n), v (ldv x n): the finite-difference Jacobian at x, its singular

@@ -15,12 +15,17 @@
 //
 // The columns of J are scaled by their norms before the SVD (More's scaling
 // of the Levenberg-Marquardt method), so badly scaled variables are damped
-// alike.  The differences are forward ones, h_j = 10^(-D/2) (1 + |x_j|),
+// alike.  The differences are forward ones, h_j = 10^(-D/2) max(|x_j|, t_j) with t_j the typical size
+// of x_j (|x_j| at the start, or 1 for a zero start),
 // until an undamped step is shorter than 10^(-D/4) (1 + |x|), or no lower
-// point is found; from then on central ones,
-// h_j = 10^(-D/3) (1 + |x_j|), so the Jacobian (and with it the gradient
-// J' r that vanishes at the minimum) carries about 2D/3 digits, which puts
-// the computed minimiser within the accuracy the residuals allow.  It stops
+// point is found; from then on the five-point central formula,
+// h_j = 10^(-D/5) max(|x_j|, t_j), so the Jacobian (and with it the gradient
+// J' r that vanishes at the minimum) carries about 4D/5 digits: on an
+// ill-conditioned problem the error of J moves the computed minimiser by
+// that error times the condition, so it must be far below the D/2 digits
+// that would do for a well-conditioned one.  An undefined residual at a
+// trial point counts as no decrease (the step is shortened); at the start
+// point or in a difference it ends the solve with IFAIL 11.  It stops
 // when a step in the central phase is shorter than xtol (1 + |x|), or the
 // sum of squares is zero.
 #include "dense.hpp"
@@ -50,9 +55,9 @@ void TalvoMP_e04fcf_(Integer *m_, Integer *n_, TalvoMP_e04fcf_lsqfun lsqfun, Tal
     }
     const size_t M = size_t(m), N = size_t(n);
     const TalvoFloat e = eps();
-    const TalvoFloat xtol = tol_or(*xtol_, eps_pow(0.75));
+    const TalvoFloat xtol = tol_or(*xtol_, eps_pow(0.85));
     const TalvoFloat stepmx = *stepmx_ > zero ? *stepmx_ : TalvoFloat(100000.0);
-    const TalvoFloat h_forward = eps_pow(0.5), h_central = eps_pow(1.0 / 3.0);
+    const TalvoFloat h_forward = eps_pow(0.5), h_central = eps_pow(0.2);
     const TalvoFloat switch_step = eps_pow(0.25);
     const TalvoFloat two(2.0), three(3.0);
 
@@ -114,6 +119,11 @@ void TalvoMP_e04fcf_(Integer *m_, Integer *n_, TalvoMP_e04fcf_lsqfun lsqfun, Tal
         return finish(code_of(r0));
     if (!is_finite(fk))
         return finish(kUndefinedValue);
+    const TalvoFloat f0 = fk;
+    // The typical size of each variable: its start value, or 1 for a zero start.
+    Vec typical(N);
+    for (size_t j = 0; j < N; ++j)
+        typical[j] = xk[j] == zero ? one : fabs(xk[j]);
 
     bool central = false;
     TalvoFloat lambda = zero, nu = two;
@@ -123,7 +133,9 @@ void TalvoMP_e04fcf_(Integer *m_, Integer *n_, TalvoMP_e04fcf_lsqfun lsqfun, Tal
             return finish(0);
         // The Jacobian by differences.
         for (size_t j = 0; j < N; ++j) {
-            const TalvoFloat h = (central ? h_central : h_forward) * (one + fabs(xk[j]));
+            // Relative to |x_j|, but never below its typical size (a parameter
+            // of 1e-6 needs a step far below 1e-6; one passing near 0 does not).
+            const TalvoFloat h = (central ? h_central : h_forward) * fmax(fabs(xk[j]), typical[j]);
             xt = xk;
             xt[j] = xk[j] + h;
             TalvoFloat ss;
@@ -131,12 +143,25 @@ void TalvoMP_e04fcf_(Integer *m_, Integer *n_, TalvoMP_e04fcf_lsqfun lsqfun, Tal
             if (r != Eval::Ok)
                 return finish(code_of(r));
             if (central) {
+                // The five-point formula (8 (r(x+h) - r(x-h)) - (r(x+2h) - r(x-2h))) / 12h.
                 xt[j] = xk[j] - h;
                 r = eval(xt, rt2, ss);
                 if (r != Eval::Ok)
                     return finish(code_of(r));
                 for (size_t i = 0; i < M; ++i)
-                    to_mpfr(J(long(i), long(j)), (rt[i] - rt2[i]) / (two * h));
+                    rt[i] = TalvoFloat(8.0) * (rt[i] - rt2[i]);
+                xt[j] = xk[j] + two * h;
+                r = eval(xt, rt2, ss);
+                if (r != Eval::Ok)
+                    return finish(code_of(r));
+                for (size_t i = 0; i < M; ++i)
+                    rt[i] -= rt2[i];
+                xt[j] = xk[j] - two * h;
+                r = eval(xt, rt2, ss);
+                if (r != Eval::Ok)
+                    return finish(code_of(r));
+                for (size_t i = 0; i < M; ++i)
+                    to_mpfr(J(long(i), long(j)), (rt[i] + rt2[i]) / (TalvoFloat(12.0) * h));
             } else {
                 for (size_t i = 0; i < M; ++i)
                     to_mpfr(J(long(i), long(j)), (rt[i] - rk[i]) / h);
@@ -162,7 +187,7 @@ void TalvoMP_e04fcf_(Integer *m_, Integer *n_, TalvoMP_e04fcf_lsqfun lsqfun, Tal
             return finish(4);
         // The grade: singular values above the noise of the differences.
         const TalvoFloat s1 = from_mpfr(S[0]);
-        const TalvoFloat noise = s1 * (central ? eps_pow(0.6) : eps_pow(0.45));
+        const TalvoFloat noise = s1 * (central ? eps_pow(0.75) : eps_pow(0.45));
         grade = 0;
         while (grade < n && from_mpfr(S[grade]) > noise)
             ++grade;
@@ -172,6 +197,10 @@ void TalvoMP_e04fcf_(Integer *m_, Integer *n_, TalvoMP_e04fcf_lsqfun lsqfun, Tal
                 t += from_mpfr(U(long(k), i)) * rk[k];
             ur[size_t(i)] = t;
         }
+        // The reduction a full Gauss-Newton step would bring, by the linear model.
+        TalvoFloat predicted_gn = zero;
+        for (Integer i = 0; i < grade; ++i)
+            predicted_gn += ur[size_t(i)] * ur[size_t(i)];
         if (*iprint > 0 && lsqmon != nullptr && *niter % *iprint == 0) {
             Vec jac(M * N), sv(N);
             for (size_t j = 0; j < N; ++j) {
@@ -211,8 +240,10 @@ void TalvoMP_e04fcf_(Integer *m_, Integer *n_, TalvoMP_e04fcf_lsqfun lsqfun, Tal
                 xt[j] = xk[j] + p[j];
             TalvoFloat ft;
             Eval r = eval(xt, rt, ft);
-            if (r != Eval::Ok)
+            if (r == Eval::Stop || r == Eval::Limit)
                 return finish(code_of(r));
+            // An undefined residual at a trial point (an overflow far out)
+            // counts as no decrease: the step is shortened.
             const bool better = r == Eval::Ok && classify(ft) == Value::Finite && ft < fk;
             if (better) {
                 const TalvoFloat rho = predicted > zero ? (fk - ft) / predicted : one;
@@ -278,7 +309,8 @@ void TalvoMP_e04fcf_(Integer *m_, Integer *n_, TalvoMP_e04fcf_lsqfun lsqfun, Tal
         const TalvoFloat xn = one + norm2(xk);
         if (!central && lambda == zero && step_norm < switch_step * xn)
             central = true;
-        else if (central && step_norm <= xtol * xn)
+        else if (central && step_norm <= xtol * xn &&
+                 (predicted_gn <= e * fk || fk <= e * f0))
             return finish(0);
     }
 }
