@@ -513,8 +513,12 @@ ALGEB apply(ALGEB f, ALGEB args, ALGEB name_for_errors)
         default: break;
         }
     } catch (HostError &e) {
-        bool transparent = type_of(f) == T_BUILTIN &&
-                           (reinterpret_cast<BuiltinObject *>(f)->flags & BUILTIN_TRANSPARENT);
+        // An error raised in a builtin marked transparent, or in a procedure
+        // whose name begins with an underscore (a package's private helper),
+        // is reported as raised in the caller.
+        bool transparent = (type_of(f) == T_BUILTIN &&
+                            (reinterpret_cast<BuiltinObject *>(f)->flags & BUILTIN_TRANSPARENT)) ||
+                           (name_for_errors != nullptr && name_text(name_for_errors).starts_with("_"));
         if (e.where.empty() && name_for_errors != nullptr && !transparent)
             e.where = std::string(name_text(name_for_errors));
         throw;
