@@ -359,6 +359,10 @@ ALGEB eval_tableref(ALGEB e)
     ALGEB base_expr = op(e, 1);
     ALGEB base = eval(base_expr);
     ALGEB idx = eval_seq(op(e, 2));
+    // args[i] selects the i-th argument, also when there is only one (args is
+    // then that value itself, which may be a list or a table).
+    if (base_expr == g_args_name && g_frame != nullptr && !is_expseq(base))
+        base = make_expseq(&base, 1);
     if (is_list(base)) {
         if (seq_length(idx) != 1)
             raise("a list takes one subscript, got %1", idx);
