@@ -369,8 +369,11 @@ ALGEB eval_tableref(ALGEB e)
         return list_index(base, seq_elem(idx, 1));
     }
     if (is_expseq(base)) {
-        ALGEB wrapped = new_node(T_LIST, {base});
-        return eval_tableref(new_node(T_TABLEREF, {wrapped, idx}));
+        // The elements are values already: index them without evaluating
+        // them again (an unevaluated call among them stays unevaluated).
+        if (seq_length(idx) != 1)
+            raise("a sequence takes one subscript, got %1", idx);
+        return list_index(new_node(T_LIST, {base}), seq_elem(idx, 1));
     }
     if (is_rtable(base))
         return rtable::index(base, idx);
