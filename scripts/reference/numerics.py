@@ -1141,7 +1141,7 @@ def valid_row(name, vals):
     if name in ("g01eec", "g01eec_whole", "g01gec"):
         return 0 < vals[0] < one
     if name in ("noncentral_beta_upper", "noncentral_beta_pdf"):
-        return 0 <= vals[0] <= one
+        return 0 < vals[0] < one
     if name == "noncentral_chi_square_pdf":
         return vals[1] > 0
     return True
