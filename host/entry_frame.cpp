@@ -54,6 +54,12 @@ constexpr IrregularCount kIrregularCounts[] = {
     {"TalvoMedianDeviation", "TalvoAbsoluteDeviation expects 3 arguments, received: %1"},
     {"TalvoFivePointSummary", "expected two arguments, received: %1"},
     {"TalvoStatisticSummary", "expected 3 arguments, received: %1"},
+    // Sampling engines.
+    {"TalvoRandomSample", "expected 4 arguments, received: %1"},
+    {"TalvoAliasUrnSample", "expected 2 arguments, received: %1"},
+    {"TalvoBootstrapSample", "expected 4 arguments, received: %1"},
+    {"TalvoBootstrapStatistic", "expected 5 arguments, received: %1"},
+    {"TalvoBootstrapStatisticRV", "expected 4 arguments, received: %1"},
 };
 
 // Entries whose procedure message names another entry of their family: the

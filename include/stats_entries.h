@@ -285,6 +285,23 @@ STATS_DECLARE_ENTRY(STATS_TalvoErrorRandomVariate_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoErrorRandomSample_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoErrorDeviate_MP);
 
+// Sampling engines.  RandomSample(output, procedure or NULL, [[kind, spec],
+// ...], flag) fills the output array from generators: kind 1 the adaptive
+// rejection generator, spec [density, derivative, base points, maximum
+// pieces, flag]; any other kind a distribution by type code, spec
+// [typecode, [parameters]].  InverseDistributionSampleId(n, cdf, pdf, a, b,
+// tol[, flag]) inverts a CDF given as a procedure; InverseDistributionSample
+// takes a procedure of several such variables.  AliasUrnSample(n, weights)
+// draws 0-based cell indices; BootstrapSample(data, r, c, weights),
+// BootstrapStatistic(data, weights, statistic, m, R) and
+// BootstrapStatisticRV(sampler, statistic, n, R) resample.
+STATS_DECLARE_ENTRY(STATS_TalvoRandomSample_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoInverseDistributionSample_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoInverseDistributionSampleId_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoAliasUrnSample_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoBootstrapSample_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoBootstrapStatistic_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoBootstrapStatisticRV_MP);
 // ---------------------------------------------------------------------------
 // Extensions: entries beyond the defined interface, for the statistics
 // package's commands (distributions/extensions/, docs/distributions.md,

@@ -15,7 +15,7 @@ import re
 import subprocess
 import sys
 
-SUBSYSTEMS = ["include", "host", "rootfinding", "distributions", "descriptive"]
+SUBSYSTEMS = ["include", "host", "rootfinding", "distributions", "sampling", "descriptive"]
 
 # Symbols the linker defines in every shared object, and those that
 # sanitizer instrumentation adds; none of them is the library's own.

@@ -24,6 +24,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <type_traits>
 
 #define TALVO_FLOAT_API __attribute__((visibility("default")))
 
@@ -125,6 +126,12 @@ TALVO_FLOAT_API TalvoFloat operator/(double a, const TalvoFloat &b);
 TALVO_FLOAT_API TalvoFloat operator-(const TalvoFloat &a);
 // a * b with the integer b exact: one rounding.
 TALVO_FLOAT_API TalvoFloat operator*(const TalvoFloat &a, long b);
+// Without these, a double would convert to the long of the overload above
+// (a standard conversion beats the user-defined one to TalvoFloat): x * 0.5
+// would silently be x * 0.  A double operand must be made a TalvoFloat.
+template <class T>
+    requires std::is_floating_point_v<T>
+TalvoFloat operator*(const TalvoFloat &a, T b) = delete;
 
 // Comparisons: false whenever either side is undefined (except !=, true).
 TALVO_FLOAT_API bool operator==(const TalvoFloat &a, const TalvoFloat &b);
@@ -134,6 +141,9 @@ TALVO_FLOAT_API bool operator<=(const TalvoFloat &a, const TalvoFloat &b);
 TALVO_FLOAT_API bool operator>(const TalvoFloat &a, const TalvoFloat &b);
 TALVO_FLOAT_API bool operator>=(const TalvoFloat &a, const TalvoFloat &b);
 TALVO_FLOAT_API bool operator>(const TalvoFloat &a, long b);
+template <class T>
+    requires std::is_floating_point_v<T>
+bool operator>(const TalvoFloat &a, T b) = delete; // as for operator*
 
 TALVO_FLOAT_API TalvoFloat exp(const TalvoFloat &x);
 TALVO_FLOAT_API TalvoFloat log(const TalvoFloat &x);

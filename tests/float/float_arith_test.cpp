@@ -697,3 +697,15 @@ TEST(FloatFused, IntegerProductRoundsOnce)
     EXPECT_TRUE((TalvoFloat(1.0) * LONG_MAX) == TalvoFloat::from_handle(talvo_float_parse("9223372036854775807", 0)));
     EXPECT_TRUE(IsTalvoFloatUndefined(TalvoFloatUndefined() * 3L));
 }
+
+// A double operand of * or > must not silently become the long of the
+// integer overloads (x * 0.5 would be x * 0): those forms do not compile,
+// while integers and floats still do.
+template <class A, class B>
+concept Multipliable = requires(A a, B b) { a * b; };
+template <class A, class B>
+concept Greater = requires(A a, B b) { a > b; };
+static_assert(!Multipliable<TalvoFloat, double> && !Multipliable<TalvoFloat, float>);
+static_assert(Multipliable<TalvoFloat, long> && Multipliable<TalvoFloat, int> && Multipliable<TalvoFloat, TalvoFloat>);
+static_assert(Multipliable<double, TalvoFloat>);
+static_assert(!Greater<TalvoFloat, double> && Greater<TalvoFloat, long> && Greater<TalvoFloat, TalvoFloat>);
