@@ -60,6 +60,16 @@ constexpr IrregularCount kIrregularCounts[] = {
     {"TalvoBootstrapSample", "expected 4 arguments, received: %1"},
     {"TalvoBootstrapStatistic", "expected 5 arguments, received: %1"},
     {"TalvoBootstrapStatisticRV", "expected 4 arguments, received: %1"},
+    // Kernel density (only more arguments than these are refused by the last two).
+    {"TalvoKernelDensity", "expected 8 arguments, received: %1"},
+    {"TalvoKernelBounds", "expected 1 arguments, received: %1"},
+    {"TalvoKernelDensitySample", "expected 4 arguments, received: %1"},
+    // Data preparation (Winsorize shares Trim's message on purpose).
+    {"TalvoSort", "expected 3 arguments, received: %1"},
+    {"TalvoRankSort", "expected 3 arguments, received: %1"},
+    {"TalvoOrder", "expected 4 arguments, received: %1"},
+    {"TalvoLinearFilter", "expected 5 arguments, received: %1"},
+    {"TalvoWinsorize", "TalvoTrim expects 3 arguments, received: %1"},
 };
 
 // Entries whose procedure message names another entry of their family: the

@@ -302,6 +302,65 @@ STATS_DECLARE_ENTRY(STATS_TalvoAliasUrnSample_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoBootstrapSample_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoBootstrapStatistic_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoBootstrapStatisticRV_MP);
+// Kernel density (sampling/kernel_density.cpp).
+//   KernelDensity(data, weights, kernel, h, M, flag, a, b): the estimate at M
+//     evenly spaced points from a to b, as a float Array 1..M; kernel 0
+//     Gaussian, 1 triangular, 2 rectangular, 3 Epanechnikov, 4 biweight
+//     (unit variance, h their standard deviation); flag true drops undefined
+//     points silently.  "expected 8 arguments, received: %1"; "invalid
+//     kernel, received: %1".
+//   KernelBounds(data): the list [min, max].  "expected 1 arguments,
+//     received: %1" for more than one argument.
+//   KernelDensitySample(f, a, b, n): n draws from the density with values
+//     f at evenly spaced points from a to b.  "expected 4 arguments,
+//     received: %1" for more than four.
+STATS_DECLARE_ENTRY(STATS_TalvoKernelDensity_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoKernelBounds_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoKernelDensitySample_MP);
+// Data preparation (dataprep/; docs/dataprep.md).  Arrays are worked on
+// through their own data blocks, element by element of their data type.
+//   Sort(data, ascending, uniquify), RankSort(data, mode, order),
+//   Order(source, ranks, target, uniquify), Shuffle(data),
+//   Sharpen(x, y, h, sorted): reorder and rank (sort.cpp, shuffle.cpp,
+//   sharpen.cpp).
+//   SelectRemove(data, predicate, mode, extra...), SelectRemoveInRange(data,
+//   lower, upper, mode), SelectRemoveNonNumeric(data, infinities, undefined,
+//   mode), RemoveNULL(data), Trim(data, lo, hi), Winsorize(data, lo, hi):
+//   filter and cut (select_remove.cpp, trim.cpp).
+//   Moving(data, k, proc, extra...), MovingMedian(data, k, offset, weights,
+//   ignore, inplace), MovingMean(data, k, offset, weights, ignore, meantype,
+//   inplace), LinearFilter(data, coefficients, initial, recursive, ignore),
+//   ShapiroWilk(data, weights, flag) -> [W, p] (moving.cpp,
+//   linear_filter.cpp, shapiro_wilk.cpp).
+STATS_DECLARE_ENTRY(STATS_TalvoSort_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoRankSort_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoOrder_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoShuffle_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoSharpen_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoSelectRemove_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoSelectRemoveInRange_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoSelectRemoveNonNumeric_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoRemoveNULL_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoTrim_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoWinsorize_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoMoving_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoMovingMedian_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoMovingMean_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoLinearFilter_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoShapiroWilk_MP);
+// Regression wrappers, in the argument-array convention of the solver
+// wrappers: args[0] is the number of arguments as a host integer, args[1..n]
+// the arguments; an output argument is a quoted name the wrapper assigns to.
+// The layouts are in docs/regression.md.
+#define STATS_DECLARE_ARRAY_ENTRY(name) STATS_ENTRY ALGEB name(TKernelVector kv, ALGEB *args)
+// Multiple linear regression fit: 24 arguments; returns the failure indicator.
+STATS_DECLARE_ARRAY_ENTRY(STATS_g02daf_MP);
+// Standardised residuals and influence statistics: 7 arguments; returns NULL.
+STATS_DECLARE_ARRAY_ENTRY(STATS_g02fac_MP);
+// Durbin-Watson statistic and bound probabilities: 7 arguments; returns the
+// failure indicator.
+STATS_DECLARE_ARRAY_ENTRY(STATS_g02fcc_MP);
+
 // ---------------------------------------------------------------------------
 // Extensions: entries beyond the defined interface, for the statistics
 // package's commands (distributions/extensions/, docs/distributions.md,

@@ -29,7 +29,7 @@ SPECIAL_PREFIXES = ("vtable for ", "typeinfo name for ", "typeinfo for ", "VTT f
 def declared_names(top):
     names = set()
     entries = (top / "include" / "stats_entries.h").read_text()
-    names |= set(re.findall(r"^STATS_DECLARE_ENTRY\((\w+)\)", entries, re.M))
+    names |= set(re.findall(r"^STATS_DECLARE_(?:ARRAY_)?ENTRY\((\w+)\)", entries, re.M))
     for folder in SUBSYSTEMS:
         for header in sorted((top / folder).rglob("*.h*")):
             text = re.sub(r"//.*", "", header.read_text())

@@ -43,6 +43,8 @@
 
 #include "talvo_float.hpp"
 
+#include <string>
+
 #define TALVO_MP_API __attribute__((visibility("default")))
 
 // ---------------------------------------------------------------------------
@@ -232,3 +234,94 @@ TALVO_MP_API TalvoFloat TalvoMP_noncentral_beta_pdf(TalvoFloat x, TalvoFloat a, 
 TALVO_MP_API TalvoFloat TalvoMP_noncentral_f_pdf(TalvoFloat f, TalvoFloat df1, TalvoFloat df2, TalvoFloat lambda,
                                                  NagError *fail);
 TALVO_MP_API TalvoFloat TalvoMP_noncentral_t_pdf(TalvoFloat t, TalvoFloat df, TalvoFloat delta, NagError *fail);
+
+// ---------------------------------------------------------------------------
+// Fourier transforms of real and Hermitian sequences (fft/)
+// ---------------------------------------------------------------------------
+//
+// Fortran argument lists: the failure indicator IFAIL is in and out.  On
+// entry 1 asks for a quiet failure, 0 or -1 for the message on standard
+// error as well (0, a "hard" failure, returns too: a library does not stop
+// its host); on exit 0 means success.  A null ifail counts as 0 on entry.
+//
+// Both transforms compute z^_k = (1/sqrt(n)) sum_j z_j exp(-2 pi i jk/n),
+// k = 0 .. n-1, for every length n >= 1 (mixed radix; Rader's and
+// Bluestein's algorithms for large prime factors; O(n log n) operations).
+// A Hermitian sequence (z_{n-k} = conj(z_k)) is stored in x[0..n-1] as
+// Re z_k in x[k] for 0 <= k <= n/2 and Im z_k in x[n-k] for
+// 1 <= k <= (n-1)/2.  c06faf, then c06gbf, then c06fbf give back the data.
+// Results are floats of the current precision, each within half a unit in
+// its last place plus a small fraction (a few times 2^-12) of a unit in the
+// last place of the largest result (see docs/numerics.md).  work[0..n-1] is
+// not referenced.
+// IFAIL on exit: 3 for n < 1 (c06faf, c06fbf), 1 for n < 1 (c06gbf), -999
+// when the plan's arrays cannot be allocated.
+
+// x real -> its transform in Hermitian storage.
+TALVO_MP_API void TalvoMP_c06faf(TalvoFloat x[], Integer n, TalvoFloat work[], Integer *ifail);
+// x Hermitian (stored as above) -> its transform, which is real.
+TALVO_MP_API void TalvoMP_c06fbf(TalvoFloat x[], Integer n, TalvoFloat work[], Integer *ifail);
+// The conjugate of a Hermitian sequence: x[j] = -x[j] for n/2 < j < n.
+TALVO_MP_API void TalvoMP_c06gbf(TalvoFloat x[], Integer n, Integer *ifail);
+// How the transforms of length n >= 1 are made, for tests and benchmarks:
+// "2 x (P)" (even n: P is the plan of the complex transform of length n/2)
+// or P (odd n), where P lists the stage radices outermost first and a prime
+// stage names its convolution, e.g. "4*4*1009:rader(4*4*7*3*3)" or
+// "1019:bluestein(2*3*...)"; "" for n < 1.
+TALVO_MP_API std::string TalvoMP_fft_plan(Integer n);
+// Sorting and ranking (m01), and the Shapiro-Wilk test (g01ddc)
+// ---------------------------------------------------------------------------
+
+// Untyped pointers of the ranking routine: the objects it ranks and the
+// arguments of the caller's comparison function.
+typedef void *Pointer;
+typedef void *Nag_Pointer;
+
+// Fail codes of the sorting routines and the Shapiro-Wilk test (besides
+// NE_BAD_PARAM for an order that is neither ascending nor descending,
+// NE_INT_ARG_LT for too few values and NE_REAL_ARG_NAN / NE_REAL_ARG_INF for
+// an undefined or infinite value).
+enum {
+    NE_INT_ARG_GT = 17,      // an integer argument is above its upper bound
+    NE_INT_ARG_EQ = 18,      // an argument has a value it may not take (a zero stride)
+    NE_ALL_ELEMENTS_EQUAL = 19, // every value of the sample is the same
+    NE_NOT_SORTED = 20,      // the values are in neither ascending nor descending order
+    NE_NULL_ARGUMENT = 21    // a required function pointer is null
+};
+
+// Sorts vec[0..n-1] in place, ascending or descending.  Undefined values
+// order above every number (last in ascending order, first in
+// descending order).  Not stable.  Any n is accepted (0 and 1 change
+// nothing).  Method: Singleton's median-of-three quicksort with a final
+// insertion pass; see sorting.cpp.
+TALVO_MP_API void TalvoMP_m01cac(TalvoFloat vec[], size_t n, Nag_SortOrder order, NagError *fail);
+
+// Ranks n objects that lie `stride` bytes apart: object i is at
+// (char *)vec + i * stride (a negative stride makes vec the last object in
+// memory).  compare(a, b) returns a negative value, 0 or a positive value
+// when object a orders before, with or after object b.  ranks[i] receives
+// the 0-based rank of object i in the requested order; equal objects keep
+// the order they have in vec (the ranking is stable in both orders).
+// Failures: NE_BAD_PARAM (order), NE_INT_ARG_EQ (stride 0), NE_INT_ARG_GT
+// (|stride| * n beyond the address space), NE_NULL_ARGUMENT (no compare).
+TALVO_MP_API void TalvoMP_m01dsc(const Pointer vec, size_t n, ptrdiff_t stride,
+                                 Integer (*compare)(const Nag_Pointer a, const Nag_Pointer b), Nag_SortOrder order,
+                                 size_t ranks[], NagError *fail);
+
+// The Shapiro-Wilk W statistic of the sorted sample x[0..n-1] (ascending or
+// descending), 3 <= n <= 5000, and its significance level pw (the upper
+// tail probability of W), by Royston's algorithm AS R94.  With calc_wts
+// true the coefficients a[0..n-1] are computed and returned (antisymmetric:
+// a[n-1-i] = -a[i], a[n-1] > 0); with calc_wts false a must hold the
+// coefficients of an earlier call with the same n.  W and pw are the
+// algorithm's formulas evaluated exactly and rounded once to the current
+// precision.  Failures: NE_INT_ARG_LT (n < 3), NE_INT_ARG_GT (n > 5000),
+// NE_REAL_ARG_NAN / NE_REAL_ARG_INF (a value undefined or infinite),
+// NE_NOT_SORTED, NE_ALL_ELEMENTS_EQUAL (W is then undefined).
+TALVO_MP_API void TalvoMP_g01ddc(Integer n, const TalvoFloat x[], Nag_Boolean calc_wts, TalvoFloat a[],
+                                 TalvoFloat *w, TalvoFloat *pw, NagError *fail);
+// Dense linear algebra and the regression routines
+// ---------------------------------------------------------------------------
+
+#include "talvo_mp_linalg.h"
+#include "talvo_mp_regression.h"

@@ -1,0 +1,753 @@
+// real_transforms.cpp -- TalvoMP_c06faf, TalvoMP_c06fbf, TalvoMP_c06gbf: the
+// Fourier transform of a real sequence, of a Hermitian sequence, and the
+// conjugation of a Hermitian sequence, with the vendor's storage and scaling.
+//
+// Both transforms compute (1/sqrt(n)) sum_j z_j exp(-2 pi i jk / n).  A
+// Hermitian sequence (z_{n-k} = conj(z_k)) of length n is stored in n reals:
+// Re z_k in x[k] for 0 <= k <= n/2, Im z_k in x[n-k] for 1 <= k <= (n-1)/2.
+// c06faf followed by c06gbf and c06fbf gives back the data.
+//
+// Method.  For even n the real sequence is packed into n/2 complex numbers
+// (x_{2t} + i x_{2t+1}), transformed by a complex plan of length n/2, and
+// the two interleaved transforms are separated with one multiplication by
+// exp(-2 pi i k / n) per pair of outputs; the Hermitian transform runs the
+// same steps backwards.  For odd n the complex plan of length n transforms
+// the data with zero imaginary parts (or the whole Hermitian sequence);
+// except for a prime n where the cost model finds the following cheaper.
+//
+// Real data of prime length p (Rader 1968, made for real data).  With g a
+// primitive root, m = (p - 1)/2 and a_q = x_{g^q}, Rader's convolution
+// c_r = sum_q a_q b_{r-q} (b_q = exp(-2 pi i g^-q / p), q, r mod p - 1) gives
+// X_{g^-r} = x_0 + c_r.  Because g^m = -1, b_{q+m} = conj(b_q): the real
+// part of b has period m and the imaginary part changes sign, so for r < m
+//   c_r = P_r + i Q_r,  P = u (*) Re b  (cyclic, length m),
+//                       Q = v (*) Im b  (negacyclic, length m),
+// with u_q = a_q + a_{q+m}, v_q = a_q - a_{q+m}, and c_{r+m} = conj(c_r).
+// Both real convolutions are made at once as one complex cyclic convolution
+// of z = u + i v, zero-padded to a length N >= p - 2 that is a product of 2,
+// 3 and 5: one forward and one inverse transform of N points, whatever the
+// factors of p - 1.  The Hermitian transform of a prime length is the same
+// convolution read the other way: with z_{g^q} = alpha_q + i beta_q (q < m),
+// y_{g^-r} = z_0 + 2 (P(alpha) - Q(beta))_r and
+// y_{-g^-r} = z_0 + 2 (P(alpha) + Q(beta))_r.
+//
+// Precision.  Every operation is made at a working precision of the output
+// precision (that of the current "Digits") plus 12 guard bits, plus a few
+// more with log log n and with every Rader or Bluestein convolution the
+// plan nests.  The normwise error of a transform in that arithmetic is a few
+// times log2(n) units of the working precision, far below one unit of the
+// output precision; each result is then rounded once to the output
+// precision.  So each output is within half a unit in its last place plus a
+// small fraction of a unit in the last place of the largest output.
+//
+// A plan (tables and arrays) is kept for the last few lengths and precisions
+// used, so that a transform and its inverse (as the kernel density makes
+// them) share one.
+#include "../talvo_mp.h"
+#include "fft.hpp"
+
+#include <cmath>
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+#include <new>
+#include <string>
+#include <vector>
+
+namespace talvo::mp::fft {
+
+namespace {
+
+// How a real transform of length n is made.
+//   Even      packed into n/2 complex points;
+//   Odd       the complex plan of length n;
+//   OddPrime  the padded real Rader convolution (n prime);
+//   OddSplit  n = a b with b its largest prime factor: the a subsequences
+//             x_{j1 + a j2} (j2 < b) transformed as real data of length b,
+//             then the (b + 1)/2 columns k2 <= (b - 1)/2 combined by a
+//             complex plan of length a after the twiddles exp(-2 pi i j1 k2/n)
+//             (decimation in time; the other columns are their conjugates).
+enum class Shape { Even, Odd, OddPrime, OddSplit };
+
+// Primes below this are left to the complex plan (direct or Rader).
+constexpr size_t kSmallestRealRader = 11;
+
+// The zero-padded length of the real Rader convolution for the prime p.
+size_t real_rader_length(size_t p) { return cheapest_length(p - 2, 2 * p); }
+
+double real_rader_cost(size_t p)
+{
+    size_t nn = real_rader_length(p);
+    return 2 * plan_cost(nn) + 3 * 5.2 * double(nn) + 2.4 * double(p);
+}
+
+// The cost of a real transform of the prime p by the better of the two ways.
+double real_prime_cost(size_t p)
+{
+    double complex_cost = plan_cost(p);
+    return p < kSmallestRealRader ? complex_cost : std::min(complex_cost, real_rader_cost(p));
+}
+
+double split_cost(size_t a, size_t b)
+{
+    return double(a) * real_prime_cost(b) + double(b + 1) / 2 * (plan_cost(a) + 5.2 * double(a) + 2.4 * double(a));
+}
+
+Shape shape_of(size_t n)
+{
+    if (n % 2 == 0)
+        return Shape::Even;
+    if (n == 1)
+        return Shape::Odd;
+    std::vector<size_t> f = prime_factors(n);
+    if (f.size() == 1) {
+        if (n < kSmallestRealRader)
+            return Shape::Odd;
+        return real_rader_cost(n) < plan_cost(n) ? Shape::OddPrime : Shape::Odd;
+    }
+    size_t b = f.back();
+    if (b >= kSmallestRealRader && split_cost(n / b, b) < plan_cost(n))
+        return Shape::OddSplit;
+    return Shape::Odd;
+}
+
+// The length of the complex plan a real plan of length n uses.
+size_t inner_length(size_t n, Shape shape)
+{
+    switch (shape) {
+    case Shape::Even: return n / 2;
+    case Shape::Odd: return n;
+    case Shape::OddPrime: return real_rader_length(n);
+    case Shape::OddSplit: return n / prime_factors(n).back();
+    }
+    return n;
+}
+
+// Rader or Bluestein convolutions nested in the real plan of length n.
+long real_depth(size_t n)
+{
+    Shape shape = shape_of(n);
+    switch (shape) {
+    case Shape::Even:
+    case Shape::Odd: return plan_depth(inner_length(n, shape));
+    case Shape::OddPrime: return plan_depth(inner_length(n, shape)) + 1;
+    case Shape::OddSplit: return std::max<long>(plan_depth(inner_length(n, shape)), real_depth(prime_factors(n).back()));
+    }
+    return 0;
+}
+
+mpfr_prec_t working_precision(size_t n, mpfr_prec_t out_prec)
+{
+    double lg = std::log2(double(n) + 1.0);
+    long guard = 12 + static_cast<long>(std::ceil(std::log2(lg + 1.0))) + 3L * real_depth(n);
+    mpfr_prec_t wp = out_prec + guard;
+    // MPFR's fastest paths are for precisions that are not a whole number of
+    // limbs; one bit less of guard costs nothing.
+    if (wp % 64 == 0)
+        wp -= 1;
+    return wp;
+}
+
+// Type-erased input and output callables, so that a plan inside a plan
+// instantiates the transforms once (and not once per nesting level).
+struct InRef {
+    const void *ctx;
+    mpfr_srcptr (*fn)(const void *, size_t);
+    mpfr_srcptr operator()(size_t j) const { return fn(ctx, j); }
+    template <class F>
+    static InRef of(const F &f)
+    {
+        return {&f, [](const void *c, size_t j) -> mpfr_srcptr { return (*static_cast<const F *>(c))(j); }};
+    }
+};
+
+struct OutRef {
+    const void *ctx;
+    void (*fn)(const void *, size_t, mpfr_srcptr, mpfr_srcptr);
+    void operator()(size_t j, mpfr_srcptr v, mpfr_srcptr f) const { fn(ctx, j, v, f); }
+    template <class F>
+    static OutRef of(const F &f)
+    {
+        return {&f, [](const void *c, size_t j, mpfr_srcptr v, mpfr_srcptr g) { (*static_cast<const F *>(c))(j, v, g); }};
+    }
+};
+
+// A real transform of one length at one precision.  The data come through
+// `in(j)` (the j-th input as an MPFR number) and the results go out through
+// `out(j, v, f)` (the j-th output is v f): floats of the caller's array for
+// the routines, the arrays of an enclosing plan for a plan inside another.
+// A unitary plan carries the factor 1/sqrt(n); an inner plan none.
+class RealPlan {
+public:
+    RealPlan(size_t n, mpfr_prec_t wp, bool unitary = true)
+        : n_(n), h_(n / 2), wp_(wp), shape_(shape_of(n)), plan_(inner_length(n, shape_), wp), in_(plan_.size(), wp),
+          out_(plan_.size(), wp), temps_(8, wp)
+    {
+        if (shape_ == Shape::Even) {
+            tw_ = ComplexArray(n / 4 + 1, wp);
+            unit_roots(tw_.data(), n, n / 4 + 1, wp);
+        }
+        if (shape_ == Shape::OddPrime)
+            make_rader_kernel();
+        if (shape_ == Shape::OddSplit)
+            make_split();
+        // 1/sqrt(n) and 1/(2 sqrt(n)), or 1 and 1/2.
+        mpfr_set_ui(scale(), unitary ? static_cast<unsigned long>(n) : 1UL, MPFR_RNDN);
+        mpfr_rec_sqrt(scale(), scale(), MPFR_RNDN);
+        mpfr_div_2ui(half_scale(), scale(), 1, MPFR_RNDN);
+    }
+
+    size_t size() const { return n_; }
+    mpfr_prec_t precision() const { return wp_; }
+
+    // x (real) -> its transform in Hermitian storage, in place.
+    void forward(TalvoFloat *x, mpfr_prec_t out_prec)
+    {
+        forward_with([x](size_t j) -> mpfr_srcptr { return x[j].mpfr(); }, FloatSink{this, x, out_prec});
+    }
+
+    // x (Hermitian storage) -> the real transform, in place.
+    void backward(TalvoFloat *x, mpfr_prec_t out_prec)
+    {
+        backward_with([x](size_t j) -> mpfr_srcptr { return x[j].mpfr(); }, FloatSink{this, x, out_prec});
+    }
+
+    // Every input is read before the first output is written, so in and out
+    // may be the same array.
+    template <class In, class Out>
+    void forward_with(In in, Out out)
+    {
+        switch (shape_) {
+        case Shape::Even: forward_even(in, out); return;
+        case Shape::Odd: forward_odd(in, out); return;
+        case Shape::OddPrime: rader_forward(in, out); return;
+        case Shape::OddSplit: split_forward(in, out); return;
+        }
+    }
+
+    template <class In, class Out>
+    void backward_with(In in, Out out)
+    {
+        switch (shape_) {
+        case Shape::Even: backward_even(in, out); return;
+        case Shape::Odd: backward_odd(in, out); return;
+        case Shape::OddPrime: rader_backward(in, out); return;
+        case Shape::OddSplit: split_backward(in, out); return;
+        }
+    }
+
+private:
+    // The routines' sink: x[j] = v f, rounded once more to the output precision.
+    struct FloatSink {
+        RealPlan *plan;
+        TalvoFloat *x;
+        mpfr_prec_t out_prec;
+        void operator()(size_t j, mpfr_srcptr v, mpfr_srcptr f) const
+        {
+            mpfr_ptr r = plan->temps_.real(8);
+            mpfr_mul(r, v, f, MPFR_RNDN);
+            x[j] = TalvoFloat::from_handle(talvo_float_from_mpfr(r, out_prec));
+        }
+    };
+
+    mpfr_ptr scale() { return temps_.real(0); }
+    mpfr_ptr half_scale() { return temps_.real(1); }
+
+    // ---- odd n: the complex plan on the data with zero imaginary parts ----
+
+    template <class In, class Out>
+    void forward_odd(In in, Out out)
+    {
+        for (size_t j = 0; j < n_; ++j) {
+            mpfr_set(&in_[j].re, in(j), MPFR_RNDN);
+            mpfr_set_zero(&in_[j].im, 1);
+        }
+        plan_.forward(out_.data(), in_.data());
+        out(0, &out_[0].re, scale());
+        for (size_t k = 1; 2 * k < n_; ++k) {
+            out(k, &out_[k].re, scale());
+            out(n_ - k, &out_[k].im, scale());
+        }
+    }
+
+    template <class In, class Out>
+    void backward_odd(In in, Out out)
+    {
+        mpfr_set(&in_[0].re, in(0), MPFR_RNDN);
+        mpfr_set_zero(&in_[0].im, 1);
+        for (size_t k = 1; 2 * k < n_; ++k) {
+            mpfr_set(&in_[k].re, in(k), MPFR_RNDN);
+            mpfr_set(&in_[k].im, in(n_ - k), MPFR_RNDN);
+            mpfr_set(&in_[n_ - k].re, in(k), MPFR_RNDN);
+            mpfr_neg(&in_[n_ - k].im, &in_[k].im, MPFR_RNDN);
+        }
+        plan_.forward(out_.data(), in_.data());
+        for (size_t j = 0; j < n_; ++j)
+            out(j, &out_[j].re, scale());
+    }
+
+    // ---- even n: packed into n/2 complex points ----
+
+    template <class In, class Out>
+    void forward_even(In in, Out out)
+    {
+        for (size_t t = 0; t < h_; ++t) {
+            mpfr_set(&in_[t].re, in(2 * t), MPFR_RNDN);
+            mpfr_set(&in_[t].im, in(2 * t + 1), MPFR_RNDN);
+        }
+        plan_.forward(out_.data(), in_.data());
+        Complex *U = out_.data();
+        Complex &E = temps_[1], &T = temps_[2];
+        mpfr_ptr t1 = temps_.real(6), t2 = temps_.real(7), t3 = temps_.real(9);
+        // X_0 and X_{n/2} are real.
+        mpfr_add(t1, &U[0].re, &U[0].im, MPFR_RNDN);
+        mpfr_sub(t3, &U[0].re, &U[0].im, MPFR_RNDN);
+        out(0, t1, scale());
+        out(h_, t3, scale());
+        // With A = U_k, B = U_{h-k}: 2E = A + conj(B), 2O = -i (A - conj(B)),
+        // X_k = E + w^k O and X_{h-k} = conj(E - w^k O).
+        for (size_t k = 1; 2 * k <= h_; ++k) {
+            const Complex &A = U[k], &B = U[h_ - k];
+            mpfr_add(&E.re, &A.re, &B.re, MPFR_RNDN);
+            mpfr_sub(&E.im, &A.im, &B.im, MPFR_RNDN);
+            mpfr_add(&T.re, &A.im, &B.im, MPFR_RNDN);
+            mpfr_sub(&T.im, &B.re, &A.re, MPFR_RNDN);
+            cmul(T, T, tw_[k], t1, t2);
+            mpfr_add(t3, &E.re, &T.re, MPFR_RNDN);
+            out(k, t3, half_scale());
+            mpfr_add(t3, &E.im, &T.im, MPFR_RNDN);
+            out(n_ - k, t3, half_scale());
+            if (2 * k == h_)
+                continue;
+            mpfr_sub(t3, &E.re, &T.re, MPFR_RNDN);
+            out(h_ - k, t3, half_scale());
+            mpfr_sub(t3, &T.im, &E.im, MPFR_RNDN);
+            out(h_ + k, t3, half_scale());
+        }
+    }
+
+    template <class In, class Out>
+    void backward_even(In in, Out out)
+    {
+        // V_k = P + i w^k Q and V_{h-k} = conj(P - i w^k Q), with
+        // P = X_k + conj(X_{h-k}) and Q = X_k - conj(X_{h-k}); the transform
+        // of V holds y_{2t} + i y_{2t+1}.
+        Complex *V = in_.data();
+        Complex &Q = temps_[2];
+        mpfr_ptr t1 = temps_.real(6), t2 = temps_.real(7), p_re = temps_.real(10), p_im = temps_.real(11);
+        mpfr_add(&V[0].re, in(0), in(h_), MPFR_RNDN);
+        mpfr_sub(&V[0].im, in(0), in(h_), MPFR_RNDN);
+        for (size_t k = 1; 2 * k <= h_; ++k) {
+            mpfr_srcptr a_re = in(k), a_im = in(n_ - k);
+            mpfr_srcptr b_re = in(h_ - k), b_im = in(h_ + k);
+            mpfr_add(p_re, a_re, b_re, MPFR_RNDN);
+            mpfr_sub(p_im, a_im, b_im, MPFR_RNDN);
+            mpfr_sub(&Q.re, a_re, b_re, MPFR_RNDN);
+            mpfr_add(&Q.im, a_im, b_im, MPFR_RNDN);
+            cmul(Q, Q, tw_[k], t1, t2); // W = w^k Q; i W = (-W.im, W.re)
+            mpfr_sub(&V[k].re, p_re, &Q.im, MPFR_RNDN);
+            mpfr_add(&V[k].im, p_im, &Q.re, MPFR_RNDN);
+            if (2 * k == h_)
+                continue;
+            mpfr_add(&V[h_ - k].re, p_re, &Q.im, MPFR_RNDN);
+            mpfr_sub(&V[h_ - k].im, &Q.re, p_im, MPFR_RNDN);
+        }
+        plan_.forward(out_.data(), in_.data());
+        for (size_t t = 0; t < h_; ++t) {
+            out(2 * t, &out_[t].re, scale());
+            out(2 * t + 1, &out_[t].im, scale());
+        }
+    }
+
+    // ---- real data of prime length: the padded Rader convolution ----
+
+    // The kernels kR (cyclic) and kI (negacyclic) of length N, transformed
+    // together as kR + i kI and separated, give the multipliers
+    //   S_k = (KR_k + KI_k)/(2N),  D_k = (KR_k - KI_k)/(2N)
+    // of W^_k = Z^_k S_k + conj(Z^_{N-k}) D_k, the transform of
+    // P(u) + i Q(v) for z = u + i v.
+    void make_rader_kernel()
+    {
+        const size_t p = n_, m = (p - 1) / 2, N = plan_.size();
+        size_t g = primitive_root(p), ginv = power_mod(g, p - 2, p);
+        gq_.resize(p - 1);
+        gr_.resize(p - 1);
+        for (size_t q = 0, a = 1, b = 1; q < p - 1; ++q) {
+            gq_[q] = a;
+            gr_[q] = b;
+            a = a * g % p;
+            b = b * ginv % p;
+        }
+        ComplexArray roots(p, wp_);
+        unit_roots(roots.data(), p, p, wp_);
+        // b_q = roots[g^-q]: Re b in the real parts, Im b in the imaginary
+        // parts of in_ (kR + i kI).
+        for (size_t t = 0; t < N; ++t)
+            czero(in_[t]);
+        for (size_t t = 0; t < m; ++t) {
+            const Complex &b = roots[gr_[t]];
+            mpfr_set(&in_[t].re, &b.re, MPFR_RNDN);
+            mpfr_set(&in_[t].im, &b.im, MPFR_RNDN);
+        }
+        for (size_t t = 1; t < m; ++t) {
+            const Complex &b = roots[gr_[m - t]];
+            mpfr_set(&in_[N - t].re, &b.re, MPFR_RNDN);
+            mpfr_neg(&in_[N - t].im, &b.im, MPFR_RNDN);
+        }
+        plan_.forward(out_.data(), in_.data());
+        // Y = KR + i KI: with A = Y_k + conj(Y_{N-k}) = 2 KR_k and
+        // B = Y_k - conj(Y_{N-k}) = 2i KI_k, KR + KI = (A - i B)/2 and
+        // KR - KI = (A + i B)/2.
+        S_ = ComplexArray(N, wp_);
+        D_ = ComplexArray(N, wp_);
+        Complex &A = temps_[1], &B = temps_[2];
+        for (size_t k = 0; k < N; ++k) {
+            const Complex &Y = out_[k], &Yc = out_[(N - k) % N];
+            mpfr_add(&A.re, &Y.re, &Yc.re, MPFR_RNDN);
+            mpfr_sub(&A.im, &Y.im, &Yc.im, MPFR_RNDN);
+            mpfr_sub(&B.re, &Y.re, &Yc.re, MPFR_RNDN);
+            mpfr_add(&B.im, &Y.im, &Yc.im, MPFR_RNDN);
+            // -i B = (B.im, -B.re); i B = (-B.im, B.re)
+            mpfr_add(&S_[k].re, &A.re, &B.im, MPFR_RNDN);
+            mpfr_sub(&S_[k].im, &A.im, &B.re, MPFR_RNDN);
+            mpfr_sub(&D_[k].re, &A.re, &B.im, MPFR_RNDN);
+            mpfr_add(&D_[k].im, &A.im, &B.re, MPFR_RNDN);
+            // Both carry the factor 2 of A and B: divide by 4N.
+            for (mpfr_ptr v : {&S_[k].re, &S_[k].im, &D_[k].re, &D_[k].im})
+                mpfr_div_ui(v, v, static_cast<unsigned long>(4 * N), MPFR_RNDN);
+        }
+    }
+
+    // in_ holds z (the first m entries; the rest is zeroed here).  Leaves
+    // the conjugate of P + i Q (the convolution) in out_[0 .. m-1].
+    void rader_convolve()
+    {
+        const size_t N = plan_.size(), m = (n_ - 1) / 2;
+        for (size_t t = m; t < N; ++t)
+            czero(in_[t]);
+        plan_.forward(out_.data(), in_.data());
+        // in_ = conj(W^) for the inverse as a forward transform.
+        Complex &T = temps_[1];
+        mpfr_ptr t1 = temps_.real(6), t2 = temps_.real(7);
+        for (size_t k = 0; k < N; ++k) {
+            const Complex &Z = out_[k], &Zc = out_[(N - k) % N];
+            cmul(in_[k], Z, S_[k], t1, t2);
+            cset(T, Zc);
+            cconj(T);
+            cmul(T, T, D_[k], t1, t2);
+            cadd(in_[k], in_[k], T);
+            cconj(in_[k]);
+        }
+        plan_.forward(out_.data(), in_.data());
+    }
+
+    template <class In, class Out>
+    void rader_forward(In in, Out out)
+    {
+        const size_t p = n_, m = (p - 1) / 2;
+        mpfr_ptr x0 = temps_.real(12), sum = temps_.real(13), t1 = temps_.real(9);
+        mpfr_set(x0, in(0), MPFR_RNDN);
+        mpfr_set_zero(sum, 1);
+        for (size_t q = 0; q < m; ++q) {
+            mpfr_srcptr a = in(gq_[q]), b = in(gq_[q + m]);
+            mpfr_add(&in_[q].re, a, b, MPFR_RNDN);
+            mpfr_sub(&in_[q].im, a, b, MPFR_RNDN);
+            mpfr_add(sum, sum, &in_[q].re, MPFR_RNDN);
+        }
+        rader_convolve();
+        // X_0 = x_0 + sum of a; X_{g^-r} = x_0 + c_r, c_r = conj(out_[r]).
+        mpfr_add(t1, x0, sum, MPFR_RNDN);
+        out(0, t1, scale());
+        for (size_t r = 0; r < m; ++r) {
+            const Complex &c = out_[r];
+            size_t k = gr_[r];
+            mpfr_add(t1, x0, &c.re, MPFR_RNDN);
+            if (k <= m) {
+                out(k, t1, scale());
+                mpfr_neg(t1, &c.im, MPFR_RNDN);
+                out(p - k, t1, scale());
+            } else {
+                // X_{p-k} = conj(X_k).
+                out(p - k, t1, scale());
+                out(k, &c.im, scale());
+            }
+        }
+    }
+
+    template <class In, class Out>
+    void rader_backward(In in, Out out)
+    {
+        const size_t p = n_, m = (p - 1) / 2;
+        mpfr_ptr z0 = temps_.real(12), sum = temps_.real(13), t1 = temps_.real(9);
+        mpfr_set(z0, in(0), MPFR_RNDN);
+        mpfr_set_zero(sum, 1);
+        for (size_t q = 0; q < m; ++q) {
+            size_t k = gq_[q];
+            // z_k = (x[k], x[p-k]) for k <= m, conj(z_{p-k}) = (x[p-k], -x[k]) above.
+            if (k <= m) {
+                mpfr_set(&in_[q].re, in(k), MPFR_RNDN);
+                mpfr_set(&in_[q].im, in(p - k), MPFR_RNDN);
+            } else {
+                mpfr_set(&in_[q].re, in(p - k), MPFR_RNDN);
+                mpfr_neg(&in_[q].im, in(k), MPFR_RNDN);
+            }
+            mpfr_add(sum, sum, &in_[q].re, MPFR_RNDN);
+        }
+        rader_convolve();
+        // y_0 = z_0 + 2 sum Re z_k; with W_r = conj(out_[r]),
+        // y_{g^-r} = z_0 + 2 (Re W_r - Im W_r) and y_{p - g^-r} = z_0 + 2 (Re W_r + Im W_r).
+        mpfr_mul_2ui(sum, sum, 1, MPFR_RNDN);
+        mpfr_add(t1, z0, sum, MPFR_RNDN);
+        out(0, t1, scale());
+        for (size_t r = 0; r < m; ++r) {
+            const Complex &w = out_[r];
+            size_t k = gr_[r];
+            mpfr_add(t1, &w.re, &w.im, MPFR_RNDN);
+            mpfr_mul_2ui(t1, t1, 1, MPFR_RNDN);
+            mpfr_add(t1, z0, t1, MPFR_RNDN);
+            out(k, t1, scale());
+            mpfr_sub(t1, &w.re, &w.im, MPFR_RNDN);
+            mpfr_mul_2ui(t1, t1, 1, MPFR_RNDN);
+            mpfr_add(t1, z0, t1, MPFR_RNDN);
+            out(p - k, t1, scale());
+        }
+    }
+
+    // ---- odd n = a b with a large prime factor b ----
+
+    void make_split()
+    {
+        b_ = prime_factors(n_).back();
+        a_ = n_ / b_;
+        sub_ = std::make_unique<RealPlan>(b_, wp_, false);
+        // The half spectra of the a subsequences: columns k2 = 0 .. (b-1)/2.
+        cols_ = (b_ + 1) / 2;
+        spectra_ = ComplexArray(a_ * cols_, wp_);
+        // Twiddles exp(-2 pi i j1 k2 / n), j1 < a, k2 < cols.
+        split_tw_ = ComplexArray((a_ - 1) * (cols_ - 1) + 1, wp_);
+        unit_roots(split_tw_.data(), n_, split_tw_.size(), wp_);
+    }
+
+    template <class In, class Out>
+    void split_forward(In in, Out out)
+    {
+        // Every input is read (into the half spectra) before any output.
+        for (size_t j1 = 0; j1 < a_; ++j1) {
+            Complex *s = spectra_.data() + j1 * cols_;
+            auto sub_in = [&](size_t j2) -> mpfr_srcptr { return in(j1 + a_ * j2); };
+            auto sub_out = [&](size_t k, mpfr_srcptr v, mpfr_srcptr f) {
+                // Hermitian storage of length b: Re at k <= (b-1)/2, Im at b - k.
+                if (k < cols_)
+                    mpfr_mul(&s[k].re, v, f, MPFR_RNDN);
+                else
+                    mpfr_mul(&s[b_ - k].im, v, f, MPFR_RNDN);
+            };
+            sub_->forward_with(InRef::of(sub_in), OutRef::of(sub_out));
+            mpfr_set_zero(&s[0].im, 1);
+        }
+        mpfr_ptr t1 = temps_.real(6), t2 = temps_.real(7), neg = temps_.real(9);
+        for (size_t k2 = 0; k2 < cols_; ++k2) {
+            for (size_t j1 = 0; j1 < a_; ++j1) {
+                cset(in_[j1], spectra_[j1 * cols_ + k2]);
+                if (j1 > 0 && k2 > 0)
+                    cmul(in_[j1], in_[j1], split_tw_[j1 * k2], t1, t2);
+            }
+            plan_.forward(out_.data(), in_.data());
+            // out_[k1] = X_{k2 + b k1}; indices above n/2 are stored as the
+            // conjugate of X_{n - k}.
+            for (size_t k1 = 0; k1 < a_; ++k1) {
+                size_t k = k2 + b_ * k1;
+                const Complex &X = out_[k1];
+                if (2 * k < n_) {
+                    out(k, &X.re, scale());
+                    if (k > 0)
+                        out(n_ - k, &X.im, scale());
+                } else {
+                    out(n_ - k, &X.re, scale());
+                    mpfr_neg(neg, &X.im, MPFR_RNDN);
+                    out(k, neg, scale());
+                }
+            }
+        }
+    }
+
+    template <class In, class Out>
+    void split_backward(In in, Out out)
+    {
+        // T_{j1}[k2] = exp(-2 pi i j1 k2/n) sum_k1 z_{k2 + b k1} exp(-2 pi i j1 k1/a),
+        // and y_{j1 + a j2} is the (real) transform of T_{j1} over k2.
+        mpfr_ptr t1 = temps_.real(6), t2 = temps_.real(7);
+        for (size_t k2 = 0; k2 < cols_; ++k2) {
+            for (size_t k1 = 0; k1 < a_; ++k1) {
+                size_t k = k2 + b_ * k1;
+                if (k == 0) {
+                    mpfr_set(&in_[k1].re, in(0), MPFR_RNDN);
+                    mpfr_set_zero(&in_[k1].im, 1);
+                } else if (2 * k < n_) {
+                    mpfr_set(&in_[k1].re, in(k), MPFR_RNDN);
+                    mpfr_set(&in_[k1].im, in(n_ - k), MPFR_RNDN);
+                } else {
+                    mpfr_set(&in_[k1].re, in(n_ - k), MPFR_RNDN);
+                    mpfr_neg(&in_[k1].im, in(k), MPFR_RNDN);
+                }
+            }
+            plan_.forward(out_.data(), in_.data());
+            for (size_t j1 = 0; j1 < a_; ++j1) {
+                Complex &T = spectra_[j1 * cols_ + k2];
+                if (j1 > 0 && k2 > 0)
+                    cmul(T, out_[j1], split_tw_[j1 * k2], t1, t2);
+                else
+                    cset(T, out_[j1]);
+            }
+        }
+        // Every input has been read: the outputs may now be written.
+        mpfr_ptr r = temps_.real(14);
+        for (size_t j1 = 0; j1 < a_; ++j1) {
+            const Complex *s = spectra_.data() + j1 * cols_;
+            auto sub_in = [&](size_t k) -> mpfr_srcptr { return k < cols_ ? &s[k].re : &s[b_ - k].im; };
+            auto sub_out = [&](size_t j2, mpfr_srcptr v, mpfr_srcptr f) {
+                mpfr_mul(r, v, f, MPFR_RNDN);
+                out(j1 + a_ * j2, r, scale());
+            };
+            sub_->backward_with(InRef::of(sub_in), OutRef::of(sub_out));
+        }
+    }
+
+    size_t n_, h_;
+    mpfr_prec_t wp_;
+    Shape shape_;
+    ComplexPlan plan_;
+    ComplexArray tw_; // even n: exp(-2 pi i k / n), k = 0 .. n/4
+    ComplexArray in_, out_;
+    // temps_: reals 0 and 1 the scale factors, complex 1 and 2 the pair
+    // values, reals 6 and 7 the multiplication's scratch, 8 the routines'
+    // output, 9 an output value, 10 and 11 the backward transform's P, 12 and
+    // 13 a prime transform's x_0 and sum, 14 a split plan's output.
+    ComplexArray temps_;
+    // Prime length: g^q and g^-q modulo p, and the convolution's multipliers.
+    std::vector<size_t> gq_, gr_;
+    ComplexArray S_, D_;
+    // Split length n = a b: the plan of length b, the half spectra and twiddles.
+    size_t a_ = 0, b_ = 0, cols_ = 0;
+    std::unique_ptr<RealPlan> sub_;
+    ComplexArray spectra_, split_tw_;
+};
+
+// The plans of the last few transforms.  Plans of more than kCachedLength
+// points are made for one call and dropped.
+constexpr size_t kCachedPlans = 4;
+constexpr size_t kCachedLength = size_t(1) << 20;
+
+std::vector<std::shared_ptr<RealPlan>> &plan_cache()
+{
+    static std::vector<std::shared_ptr<RealPlan>> cache;
+    return cache;
+}
+
+std::shared_ptr<RealPlan> real_plan(size_t n, mpfr_prec_t out_prec)
+{
+    mpfr_prec_t wp = working_precision(n, out_prec);
+    auto &cache = plan_cache();
+    for (size_t i = 0; i < cache.size(); ++i) {
+        if (cache[i]->size() == n && cache[i]->precision() == wp) {
+            std::shared_ptr<RealPlan> p = cache[i];
+            cache.erase(cache.begin() + long(i));
+            cache.insert(cache.begin(), p);
+            return p;
+        }
+    }
+    auto p = std::make_shared<RealPlan>(n, wp);
+    if (n <= kCachedLength) {
+        cache.insert(cache.begin(), p);
+        if (cache.size() > kCachedPlans)
+            cache.pop_back();
+    }
+    return p;
+}
+
+// The IFAIL convention: on entry 0 (hard) or -1 (noisy) prints the message
+// on a failure, 1 (soft) does not; on exit IFAIL holds the failure code.  A
+// library cannot stop its host, so a hard failure returns like a soft one.
+void fail(const char *routine, Integer code, Integer *ifail, const std::string &message)
+{
+    Integer mode = ifail != nullptr ? *ifail : 0;
+    if (mode != 1)
+        std::fprintf(stderr, "%s: %s\n", routine, message.c_str());
+    if (ifail != nullptr)
+        *ifail = code;
+}
+
+std::string too_small(Integer n)
+{
+    return "n = " + std::to_string(n) + " is out of range: n must be >= 1.";
+}
+
+enum class Direction { Forward, Backward };
+
+void transform(const char *routine, TalvoFloat x[], Integer n, Integer *ifail, Direction d)
+{
+    if (n < 1) {
+        fail(routine, 3, ifail, too_small(n));
+        return;
+    }
+    try {
+        std::shared_ptr<RealPlan> plan = real_plan(static_cast<size_t>(n), talvo_float_precision());
+        if (d == Direction::Forward)
+            plan->forward(x, talvo_float_precision());
+        else
+            plan->backward(x, talvo_float_precision());
+    } catch (const std::bad_alloc &) {
+        fail(routine, -999, ifail, "not enough memory for a transform of " + std::to_string(n) + " points.");
+        return;
+    }
+    if (ifail != nullptr)
+        *ifail = 0;
+}
+
+} // namespace
+
+} // namespace talvo::mp::fft
+
+using talvo::mp::fft::Direction;
+
+void TalvoMP_c06faf(TalvoFloat x[], Integer n, TalvoFloat work[], Integer *ifail)
+{
+    (void)work;
+    talvo::mp::fft::transform("TalvoMP_c06faf", x, n, ifail, Direction::Forward);
+}
+
+void TalvoMP_c06fbf(TalvoFloat x[], Integer n, TalvoFloat work[], Integer *ifail)
+{
+    (void)work;
+    talvo::mp::fft::transform("TalvoMP_c06fbf", x, n, ifail, Direction::Backward);
+}
+
+std::string TalvoMP_fft_plan(Integer n)
+{
+    using namespace talvo::mp::fft;
+    if (n < 1)
+        return "";
+    size_t m = static_cast<size_t>(n);
+    switch (shape_of(m)) {
+    case Shape::Even: return "2 x (" + describe_plan(m / 2) + ")";
+    case Shape::OddPrime: return std::to_string(m) + ":real-rader(" + describe_plan(real_rader_length(m)) + ")";
+    case Shape::OddSplit: {
+        size_t b = prime_factors(m).back();
+        return describe_plan(m / b) + " x (" + TalvoMP_fft_plan(Integer(b)) + ")";
+    }
+    case Shape::Odd: break;
+    }
+    return describe_plan(m);
+}
+
+void TalvoMP_c06gbf(TalvoFloat x[], Integer n, Integer *ifail)
+{
+    if (n < 1) {
+        talvo::mp::fft::fail("TalvoMP_c06gbf", 1, ifail, talvo::mp::fft::too_small(n));
+        return;
+    }
+    for (Integer j = n / 2 + 1; j < n; ++j)
+        x[j] = -x[j];
+    if (ifail != nullptr)
+        *ifail = 0;
+}
