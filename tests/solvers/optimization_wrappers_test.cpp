@@ -280,6 +280,17 @@ TEST(OptimizationWrappers, BoundedNewton)
     EXPECT_EQ(show(eval("x[1]")), "0.5");
     EXPECT_EQ(show(eval("[ist[1], ist[2]]")), "[-1, 0]");
     EXPECT_EQ(show(eval("evalb(abs(fk - 0.25) < 1e-48)")), "true");
+    // The monitor, every iteration (iprint 1): the point, value, gradient
+    // and state lists, the projected gradient norm, the condition estimate,
+    // positive definiteness and the counts.
+    eval("mcount := 0: mon := proc(xc, f, g, st, gp, cond, pd, it, nf) global mcount; mcount := mcount + 1; "
+         "if nops(g) <> 2 or nops(st) <> 2 or not type(pd, boolean) or nf < it or cond < 1 then "
+         "error \"bad monitor arguments\" end if; NULL end proc: x := Array(1..2, [-1.2, 1])");
+    args = Wrappers()[6].args;
+    args[3] = "mon";
+    args[4] = "1";
+    EXPECT_EQ(array_result(sw_e04kdf, Join(args)), "0");
+    EXPECT_EQ(show(eval("evalb(mcount > 5 and mcount = kit + 1)")), "true");
 }
 
 // ---------------------------------------------------------------------------
