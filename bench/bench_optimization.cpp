@@ -161,9 +161,12 @@ int main(int argc, char **argv)
             Run r = std::string(m[0]) == "e04cca" ? Cca(p, 1e-8) : std::string(m[0]) == "e04dga" ? Dga(p) : Lsq(p);
             auto s = scipy[m[1]].find(number);
             const bool have = s != scipy[m[1]].end();
-            std::printf("%-27s %-20s %8ld %8s %12.4e %12s%s\n", "", p.name, r.calls,
-                        have ? std::to_string(s->second.first).c_str() : "-", r.f,
-                        have ? std::to_string(s->second.second).c_str() : "-",
+            char theirs_calls[32] = "-", theirs_f[32] = "-";
+            if (have) {
+                std::snprintf(theirs_calls, sizeof theirs_calls, "%ld", s->second.first);
+                std::snprintf(theirs_f, sizeof theirs_f, "%.4e", s->second.second);
+            }
+            std::printf("%-27s %-20s %8ld %8s %12.4e %12s%s\n", "", p.name, r.calls, theirs_calls, r.f, theirs_f,
                         r.ifail != 0 ? ("  (ifail " + std::to_string(r.ifail) + ")").c_str() : "");
             if (have) {
                 ++compared;
