@@ -372,6 +372,7 @@ TEST(MghGradientMethods, QuasiNewtonAndNewtonAtDigits30)
     for (int number : {1, 5, 6, 8, 12, 14, 15}) {
         const mgh::Problem &p = Find(number);
         SaveArrays save;
+        EXPECT_EQ(save.option("Iteration Limit 1000"), 0); // Wood takes a few hundred
         DgaResult q = RunDga(p, Start(p), save);
         EXPECT_EQ(q.ifail, 0) << p.name;
         ExpectMinimum(p, q.f, 30, q.x);
