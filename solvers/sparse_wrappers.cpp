@@ -15,7 +15,8 @@
 #include "stats_entries.h"
 #include "wrapper_frame.hpp"
 
-#include <string>
+#include <cstdio>
+#include <vector>
 
 using namespace stats::wrappers;
 
@@ -60,8 +61,11 @@ Integer InInteger(const Frame &f, int i)
             return 0;
         a = TalvoNameValue(f.kv(), a);
     }
-    if (!IsTalvoInteger(f.kv(), a))
-        TalvoRaiseError(f.kv(), ("args[" + std::to_string(i) + "] must be an integer").c_str());
+    if (!IsTalvoInteger(f.kv(), a)) {
+        char text[40];
+        std::snprintf(text, sizeof text, "args[%d] must be an integer", i);
+        TalvoRaiseError(f.kv(), text);
+    }
     return Integer(TalvoToT_INT(f.kv(), a));
 }
 void OutInteger(const Frame &f, int i, long v)

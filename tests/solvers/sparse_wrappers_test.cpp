@@ -93,7 +93,6 @@ TEST(SparseWrappers, IncompleteLuFactorSolveAndBlackBox)
     EXPECT_EQ(array_result(sw_f11dcf, join(kDcf)), "0");
     EXPECT_EQ(show(ev("evalb(max(abs(x[1] - (1)), abs(x[2] - (2)), abs(x[3] - (3))) < 1e-20)")), "true");
     EXPECT_EQ(show(ev("[type(itn, posint), evalb(rnorm < 1e-24), ifail]")), "[true, true, 0]");
-    // the iteration limit
     // the iteration limit: a tolerance below what Digits 30 reaches, and a
     // solution that is not exact in binary
     ev("x := Array(1..3, [0, 0, 0], datatype = sfloat): b := Array(1..3, [1, 1, 1], datatype = sfloat)");
