@@ -3,9 +3,13 @@
 //
 // It loads the statistics library (libstatsmp.so beside the program, or the
 // libraries named with --lib), starts it once before the first statement and
-// shuts it down at exit.
+// shuts it down at exit.  Then it reads the statistics package (the commands
+// people use: Normal, CDF, Mean, Plot, help, ...) from
+// share/talvo/package/statistics.tv beside the program's folder, unless told
+// not to.
 #include "api.hpp"
 #include "errors.hpp"
+#include "eval.hpp"
 #include "host.hpp"
 #include "parse.hpp"
 
@@ -35,7 +39,9 @@ const char *const kUsage =
     "  -e STATEMENTS   run these statements (may be repeated)\n"
     "  --lib PATH      load this library instead of libstatsmp.so beside the\n"
     "                  program (may be repeated)\n"
-    "  --no-lib        load no library\n"
+    "  --no-lib        load no library (and so no statistics package)\n"
+    "  --no-package    do not read the statistics package at start (it can be\n"
+    "                  read later with: read \"PATH/package/statistics.tv\")\n"
     "  --memory-ceiling SIZE\n"
     "                  the most memory the host's heap may take, in bytes or\n"
     "                  with a unit: 200M, 1.5G (powers of 1024); an allocation\n"
@@ -74,7 +80,7 @@ bool read_file(const std::string &path, std::string *out)
 int prompt(bool quiet)
 {
     if (!quiet)
-        std::printf("talvo reference host; end statements with ';' or ':', quit with Ctrl-D\n");
+        std::printf("talvo reference host; end statements with ';' or ':', ?topic for help, quit with Ctrl-D\n");
     using_history();
     std::string pending;
     for (;;) {
@@ -100,6 +106,22 @@ int prompt(bool quiet)
     return 0;
 }
 
+// The statistics package that the program reads at start: beside the
+// program's folder, in share/talvo/package/ (the build tree and an installed
+// tree have the same shape).
+std::string package_file() { return program_folder() + "/../share/talvo/package/statistics.tv"; }
+
+// Reads the package; a failure is reported and the program goes on without it.
+void load_package(const std::string &path)
+{
+    try {
+        talvo::call_by_name("read", talvo::make_string(path));
+    } catch (talvo::HostError &e) {
+        std::fprintf(stderr, "talvo: the statistics package %s could not be read: %s\n", path.c_str(),
+                     talvo::error_text(e).c_str());
+    }
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -108,7 +130,7 @@ int main(int argc, char **argv)
 
     std::vector<std::string> statements, libs;
     std::string script;
-    bool no_lib = false, quiet = false;
+    bool no_lib = false, no_package = false, quiet = false;
     for (int i = 1; i < argc; ++i) {
         std::string a = argv[i];
         if (a == "-h" || a == "--help") {
@@ -129,6 +151,8 @@ int main(int argc, char **argv)
             talvo::set_memory_ceiling(bytes);
         } else if (a == "--no-lib") {
             no_lib = true;
+        } else if (a == "--no-package") {
+            no_package = true;
         } else if (a == "-q") {
             quiet = true;
         } else if (!a.empty() && a[0] == '-' && a != "-") {
@@ -157,6 +181,10 @@ int main(int argc, char **argv)
         std::fprintf(stderr, "%s\n", talvo::error_text(e).c_str());
         return 1;
     }
+    // The package's commands call the statistics library's entries: without
+    // a library there is no package.
+    if (!no_lib && !no_package && access(package_file().c_str(), R_OK) == 0)
+        load_package(package_file());
 
     int status = 0;
     if (!statements.empty() || !script.empty()) {

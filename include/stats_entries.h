@@ -360,6 +360,88 @@ STATS_DECLARE_ARRAY_ENTRY(STATS_g02fac_MP);
 // Durbin-Watson statistic and bound probabilities: 7 arguments; returns the
 // failure indicator.
 STATS_DECLARE_ARRAY_ENTRY(STATS_g02fcc_MP);
+
+// ---------------------------------------------------------------------------
+// Extensions: entries beyond the defined interface, for the statistics
+// package's commands (distributions/extensions/, docs/distributions.md,
+// "Extensions").  x first, then the law's parameters in the order of its
+// defined entries.  UpperProbability is P(X > x), never computed as 1 minus
+// the distribution function; Density the density; PointProbability
+// P(X = x) of a discrete law; LowerProbability P(X <= x) for the laws that
+// have no defined Probability entry.  Parameters are not checked.
+// ---------------------------------------------------------------------------
+// Closed forms.
+STATS_DECLARE_ENTRY(STATS_TalvoWeibullUpperProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoWeibullDensity_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoUniformUpperProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoUniformDensity_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoTriangularUpperProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoTriangularDensity_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoRayleighUpperProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoRayleighDensity_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoPowerUpperProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoPowerDensity_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoParetoUpperProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoParetoDensity_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoExponentialUpperProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoExponentialDensity_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoLogisticUpperProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoLogisticDensity_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoLaplaceUpperProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoLaplaceDensity_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoGumbelUpperProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoGumbelDensity_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoCauchyUpperProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoCauchyDensity_MP);
+// Laws computed by the numerics routines.
+STATS_DECLARE_ENTRY(STATS_TalvoNormalUpperProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoNormalDensity_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoLogNormalUpperProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoLogNormalDensity_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoStudentTUpperProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoStudentTDensity_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoChiSquareUpperProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoChiSquareDensity_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoFRatioUpperProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoFRatioDensity_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoGammaUpperProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoGammaDensity_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoBetaUpperProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoBetaDensity_MP);
+// Laws with variates only among the defined entries: Maxwell (a), Moyal (mu,
+// sigma), Error (a, b, c), InverseGaussian (mu, lambda).
+STATS_DECLARE_ENTRY(STATS_TalvoMaxwellLowerProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoMaxwellUpperProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoMaxwellDensity_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoMoyalLowerProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoMoyalUpperProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoMoyalDensity_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoErrorLowerProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoErrorUpperProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoErrorDensity_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoInverseGaussianLowerProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoInverseGaussianUpperProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoInverseGaussianDensity_MP);
+// Non-central laws (tolerance and iteration limit as their Probability entries).
+STATS_DECLARE_ENTRY(STATS_TalvoNonCentralStudentTUpperProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoNonCentralStudentTDensity_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoNonCentralChiSquareUpperProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoNonCentralChiSquareDensity_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoNonCentralFRatioUpperProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoNonCentralFRatioDensity_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoNonCentralBetaUpperProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoNonCentralBetaDensity_MP);
+// Discrete laws: P(X > floor(x)) and P(X = x).
+STATS_DECLARE_ENTRY(STATS_TalvoBinomialUpperProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoBinomialPointProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoPoissonUpperProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoPoissonPointProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoHypergeometricUpperProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoHypergeometricPointProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoNegativeBinomialUpperProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoNegativeBinomialPointProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoGeometricUpperProbability_MP);
+STATS_DECLARE_ENTRY(STATS_TalvoGeometricPointProbability_MP);
 // Sparse linear systems (solvers/sparse_wrappers.cpp; layouts in
 // docs/solvers.md, "Sparse linear systems").  Each returns the routine's
 // failure indicator.

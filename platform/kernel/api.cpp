@@ -13,6 +13,7 @@
 #include "random.hpp"
 #include "rtable.hpp"
 #include "talvo_float.hpp"
+#include "text.hpp"
 
 #include <dlfcn.h>
 #include <elf.h>
@@ -616,27 +617,6 @@ void read_exported_entries(const std::string &path, std::vector<std::string> *ou
     }
 }
 
-// Edit distance with adjacent transpositions (the optimal string alignment
-// form of the Damerau-Levenshtein distance), case-sensitive.
-size_t edit_distance(std::string_view a, std::string_view b)
-{
-    std::vector<size_t> before(b.size() + 1), previous(b.size() + 1), current(b.size() + 1);
-    for (size_t j = 0; j <= b.size(); ++j)
-        previous[j] = j;
-    for (size_t i = 1; i <= a.size(); ++i) {
-        current[0] = i;
-        for (size_t j = 1; j <= b.size(); ++j) {
-            size_t cost = a[i - 1] == b[j - 1] ? 0 : 1;
-            current[j] = std::min({previous[j] + 1, current[j - 1] + 1, previous[j - 1] + cost});
-            if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1])
-                current[j] = std::min(current[j], before[j - 2] + 1);
-        }
-        before.swap(previous);
-        previous.swap(current);
-    }
-    return previous[b.size()];
-}
-
 } // namespace
 
 std::vector<std::string> nearest_entries(std::string_view name, size_t most)
@@ -646,21 +626,7 @@ std::vector<std::string> nearest_entries(std::string_view name, size_t most)
         read_exported_entries(l.path, &names);
     std::sort(names.begin(), names.end());
     names.erase(std::unique(names.begin(), names.end()), names.end());
-    // Close enough to be a slip of the keyboard: a few edits, more for long names.
-    const size_t limit = std::max<size_t>(3, name.size() / 5);
-    std::vector<std::pair<size_t, std::string>> near;
-    for (std::string &n : names) {
-        size_t d = edit_distance(name, n);
-        if (d <= limit)
-            near.emplace_back(d, std::move(n));
-    }
-    std::stable_sort(near.begin(), near.end(), [](const auto &x, const auto &y) { return x.first < y.first; });
-    // Only the closest and those one edit further: a name four edits away is
-    // noise beside one a single slip away.
-    std::vector<std::string> out;
-    for (size_t i = 0; i < near.size() && i < most && near[i].first <= near[0].first + 1; ++i)
-        out.push_back(std::move(near[i].second));
-    return out;
+    return nearest_names(name, names, most);
 }
 
 void raise_missing_entry(ALGEB name)

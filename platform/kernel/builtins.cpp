@@ -569,7 +569,70 @@ ALGEB b_length(ALGEB args)
     return make_integer(intptr_t(print(x).size()));
 }
 
+// e with every operand equal to `from` replaced by `to`, rebuilt where
+// something changed (the result is not yet evaluated).
+ALGEB replace(ALGEB e, ALGEB from, ALGEB to)
+{
+    if (equal(e, from))
+        return to;
+    switch (type_of(e)) {
+    case T_EXPSEQ:
+    case T_LIST:
+    case T_RANGE:
+    case T_EQUATION:
+    case T_LESSTHAN:
+    case T_LESSEQ:
+    case T_NOTEQ:
+    case T_SUM:
+    case T_PROD:
+    case T_POWER:
+    case T_AND:
+    case T_OR:
+    case T_NOT:
+    case T_FUNCTION:
+    case T_TABLEREF: {
+        size_t n = nops(e);
+        std::vector<ALGEB> ops(n);
+        bool changed = false;
+        for (size_t i = 1; i <= n; ++i) {
+            ops[i - 1] = replace(op(e, i), from, to);
+            changed = changed || ops[i - 1] != op(e, i);
+        }
+        if (!changed)
+            return e;
+        if (type_of(e) == T_EXPSEQ)
+            return make_expseq(ops.data(), n);
+        ALGEB r = new_node(type_of(e), n);
+        for (size_t i = 1; i <= n; ++i)
+            set_op(r, i, ops[i - 1]);
+        return r;
+    }
+    default: return e;
+    }
+}
+
+// subs(x = a, expr), subs(x = a, y = b, expr): expr with x replaced by a
+// (then y by b, ...), evaluated again, so numbers fold and functions of
+// numbers are computed.
+ALGEB b_subs(ALGEB args)
+{
+    size_t n = count_of(args);
+    if (n < 2)
+        raise("subs expects at least 2 arguments, but received %1", make_integer(intptr_t(n)));
+    ALGEB e = arg(args, n);
+    for (size_t i = 1; i < n; ++i) {
+        ALGEB eq = arg(args, i);
+        if (!is_equation(eq))
+            raise("subs expects equations old = new before the expression, got %1", eq);
+        e = replace(e, op(eq, 1), op(eq, 2));
+    }
+    return eval(e);
+}
+
 } // namespace
+
+void define_text_builtins(); // strings.cpp
+void define_file_builtins(); // files.cpp
 
 [[noreturn]] void error_from_arguments(ALGEB args)
 {
@@ -612,6 +675,9 @@ void define_builtins()
     define_builtin("length", b_length);
     define_builtin("eval", b_eval);
     define_builtin("copy", b_copy);
+    define_builtin("subs", b_subs);
+    define_text_builtins();
+    define_file_builtins();
 
     // Constants.  I is the imaginary unit; Pi, infinity and undefined are
     // symbolic and evalf makes them floats.

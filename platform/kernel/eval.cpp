@@ -359,14 +359,21 @@ ALGEB eval_tableref(ALGEB e)
     ALGEB base_expr = op(e, 1);
     ALGEB base = eval(base_expr);
     ALGEB idx = eval_seq(op(e, 2));
+    // args[i] selects the i-th argument, also when there is only one (args is
+    // then that value itself, which may be a list or a table).
+    if (base_expr == g_args_name && g_frame != nullptr && !is_expseq(base))
+        base = make_expseq(&base, 1);
     if (is_list(base)) {
         if (seq_length(idx) != 1)
             raise("a list takes one subscript, got %1", idx);
         return list_index(base, seq_elem(idx, 1));
     }
     if (is_expseq(base)) {
-        ALGEB wrapped = new_node(T_LIST, {base});
-        return eval_tableref(new_node(T_TABLEREF, {wrapped, idx}));
+        // The elements are values already: index them without evaluating
+        // them again (an unevaluated call among them stays unevaluated).
+        if (seq_length(idx) != 1)
+            raise("a sequence takes one subscript, got %1", idx);
+        return list_index(new_node(T_LIST, {base}), seq_elem(idx, 1));
     }
     if (is_rtable(base))
         return rtable::index(base, idx);
@@ -513,8 +520,12 @@ ALGEB apply(ALGEB f, ALGEB args, ALGEB name_for_errors)
         default: break;
         }
     } catch (HostError &e) {
-        bool transparent = type_of(f) == T_BUILTIN &&
-                           (reinterpret_cast<BuiltinObject *>(f)->flags & BUILTIN_TRANSPARENT);
+        // An error raised in a builtin marked transparent, or in a procedure
+        // whose name begins with an underscore (a package's private helper),
+        // is reported as raised in the caller.
+        bool transparent = (type_of(f) == T_BUILTIN &&
+                            (reinterpret_cast<BuiltinObject *>(f)->flags & BUILTIN_TRANSPARENT)) ||
+                           (name_for_errors != nullptr && name_text(name_for_errors).starts_with("_"));
         if (e.where.empty() && name_for_errors != nullptr && !transparent)
             e.where = std::string(name_text(name_for_errors));
         throw;

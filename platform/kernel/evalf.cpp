@@ -187,6 +187,70 @@ ALGEB b_ln(ALGEB args)
     return unevaluated("ln", x);
 }
 
+// GAMMA(x): exact (n - 1)! at a positive integer n, a float at a real float,
+// otherwise an unevaluated call (GAMMA(1/2), which evalf makes a float).  A
+// non-positive integer is a pole.
+ALGEB b_gamma(ALGEB args)
+{
+    ALGEB x = one_argument(args, "GAMMA");
+    if (is_integer(x)) {
+        if (num::sign(x) <= 0)
+            raise("numeric exception: GAMMA has a pole at %1", x);
+        int64_t n;
+        if (!integer_to_int64(x, &n) || n > 100000)
+            return unevaluated("GAMMA", x);
+        mpz_t f;
+        mpz_init(f);
+        mpz_fac_ui(f, static_cast<unsigned long>(n - 1));
+        ALGEB r = num::from_mpz(f);
+        mpz_clear(f);
+        return r;
+    }
+    if (is_float(x))
+        return real_float(mpfr_gamma, x);
+    return unevaluated("GAMMA", x);
+}
+
+// lnGAMMA(x): ln |GAMMA(x)| at a real float; exact 0 at 1 and 2.
+ALGEB b_lngamma(ALGEB args)
+{
+    ALGEB x = one_argument(args, "lnGAMMA");
+    if (x == make_immediate(1) || x == make_immediate(2))
+        return make_integer(0);
+    if (is_integer(x) && num::sign(x) <= 0)
+        raise("numeric exception: lnGAMMA has a pole at %1", x);
+    if (is_float(x)) {
+        mpfr_prec_t prec = talvo_float_precision();
+        MpfrTemp a(prec + 16);
+        num::to_mpfr(x, a.v);
+        ALGEB r = talvo_float_new(prec);
+        int sign = 0;
+        mpfr_lgamma(talvo_float_mpfr(r), &sign, a.v, MPFR_RNDN);
+        return r;
+    }
+    return unevaluated("lnGAMMA", x);
+}
+
+ALGEB b_erf(ALGEB args)
+{
+    ALGEB x = one_argument(args, "erf");
+    if (num::is_exact_zero(x))
+        return make_integer(0);
+    if (is_float(x))
+        return real_float(mpfr_erf, x);
+    return unevaluated("erf", x);
+}
+
+ALGEB b_erfc(ALGEB args)
+{
+    ALGEB x = one_argument(args, "erfc");
+    if (num::is_exact_zero(x))
+        return make_integer(1);
+    if (is_float(x))
+        return real_float(mpfr_erfc, x);
+    return unevaluated("erfc", x);
+}
+
 ALGEB trig(ALGEB args, const char *fname, RealFn fn, char which, bool zero_is_one)
 {
     ALGEB x = one_argument(args, fname);
@@ -272,6 +336,11 @@ ALGEB evalf_value(ALGEB x)
         }
         if (s == "undefined")
             return talvo_float_new(prec); // NaN
+        if (s == "gamma") { // Euler's constant
+            ALGEB r = talvo_float_new(prec);
+            mpfr_const_euler(talvo_float_mpfr(r), MPFR_RNDN);
+            return r;
+        }
         return x;
     }
     case T_SUM:
@@ -378,6 +447,10 @@ void define_elementary_functions()
     define_builtin("abs", b_abs);
     define_builtin("floor", b_floor);
     define_builtin("ceil", b_ceil);
+    define_builtin("GAMMA", b_gamma);
+    define_builtin("lnGAMMA", b_lngamma);
+    define_builtin("erf", b_erf);
+    define_builtin("erfc", b_erfc);
     define_builtin("evalf", b_evalf, BUILTIN_HOLD);
 }
 

@@ -24,20 +24,6 @@ void show_error(const HostError &e)
     std::fflush(stderr);
 }
 
-// What a statement ending in ';' shows: its value, and for an assignment the
-// name and the value assigned.
-std::string shown(ALGEB stmt, ALGEB value)
-{
-    if (type_of(stmt) == T_ASSIGN) {
-        ALGEB lhs = op(stmt, 1);
-        ALGEB v = eval(lhs);
-        return print(lhs) + " := " + print(v);
-    }
-    if (is_expseq(value) && nops(value) == 0)
-        return std::string();
-    return print(value);
-}
-
 } // namespace
 
 void host_init()
@@ -51,6 +37,18 @@ void host_init()
 }
 
 std::string error_text(const HostError &e) { return "Error, " + describe(e); }
+
+std::string statement_display(ALGEB stmt, ALGEB value)
+{
+    if (type_of(stmt) == T_ASSIGN) {
+        ALGEB lhs = op(stmt, 1);
+        ALGEB v = eval(lhs);
+        return print(lhs) + " := " + print(v);
+    }
+    if (is_expseq(value) && nops(value) == 0)
+        return std::string();
+    return print(value);
+}
 
 bool run_text(std::string_view text, RunMode mode)
 {
@@ -69,7 +67,7 @@ bool run_text(std::string_view text, RunMode mode)
             gc_statement_start();
             ALGEB value = eval(st.stmt);
             if (st.print) {
-                std::string s = shown(st.stmt, value);
+                std::string s = statement_display(st.stmt, value);
                 if (!s.empty()) {
                     std::fputs(s.c_str(), stdout);
                     std::fputc('\n', stdout);

@@ -27,4 +27,8 @@ bool run_text(std::string_view text, RunMode mode);
 // The printed form of a host error: "Error, (in NAME) message".
 std::string error_text(const HostError &e);
 
+// What a statement ending in ';' shows: its value, "name := value" for an
+// assignment, nothing for NULL.
+std::string statement_display(ALGEB stmt, ALGEB value);
+
 } // namespace talvo

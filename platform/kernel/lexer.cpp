@@ -75,6 +75,7 @@ const char *spelling(Tok kind)
     case Tok::Quote: return "'";
     case Tok::DoubleColon: return "::";
     case Tok::Dot: return ".";
+    case Tok::Question: return "?";
     default: break;
     }
     for (const Keyword &k : kKeywords)
@@ -271,6 +272,7 @@ Token Lexer::next()
     case '[': return single(Tok::LBracket);
     case ']': return single(Tok::RBracket);
     case '\'': return single(Tok::Quote);
+    case '?': return single(Tok::Question);
     default: break;
     }
     done_ = true;

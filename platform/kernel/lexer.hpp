@@ -44,6 +44,7 @@ enum class Tok : unsigned char {
     Quote,        // '
     DoubleColon,  // ::
     Dot,          // .
+    Question,     // ?   (help: ?name at the start of a statement)
     // keywords
     KwProc, KwLocal, KwGlobal, KwEnd, KwIf, KwThen, KwElif, KwElse, KwFi,
     KwFor, KwFrom, KwBy, KwTo, KwWhile, KwDo, KwOd, KwIn, KwBreak, KwNext,

@@ -691,6 +691,12 @@ struct Parser::Impl {
         case Tok::KwNext: take(); return new_node(T_NEXT, 0);
         default: break;
         }
+        // read "file": the statement form of the read builtin.
+        if (at(Tok::Name) && peek().text == "read" && peek(1).kind == Tok::String) {
+            take();
+            ALGEB path = make_string(take().text);
+            return make_function(intern("read"), as_seq(path));
+        }
         Token start = peek();
         ALGEB lhs = parse_sequence();
         if (!accept(Tok::Assign))
@@ -790,6 +796,29 @@ struct Parser::Impl {
 
     // ---- top level -------------------------------------------------------
 
+    // ?topic: a call help("topic") (help() for a lone ?).  The topic is the
+    // next word on the same line, whatever kind of token it is (?if,
+    // ?Normal, ?"CDF"); a terminator after it is optional, so the form works
+    // at the prompt without one.
+    ALGEB parse_help()
+    {
+        int line = take().line;
+        ALGEB call_args = null_seq();
+        const Token &t = peek();
+        if (t.line == line && t.kind != Tok::End && t.kind != Tok::Semicolon && t.kind != Tok::Colon &&
+            t.kind != Tok::Error) {
+            Token topic = take();
+            std::string text = topic.kind == Tok::Name || topic.kind == Tok::String || topic.kind == Tok::Integer ||
+                                       topic.kind == Tok::Float
+                                   ? topic.text
+                                   : std::string(lex::spelling(topic.kind));
+            call_args = as_seq(make_string(text));
+        }
+        if (!accept(Tok::Semicolon))
+            accept(Tok::Colon);
+        return make_function(intern("help"), call_args);
+    }
+
     bool next(ParsedStatement *out)
     {
         if (failed)
@@ -800,6 +829,10 @@ struct Parser::Impl {
             if (at(Tok::End))
                 return false;
             int line = peek().line, column = peek().column;
+            if (at(Tok::Question)) {
+                *out = ParsedStatement{parse_help(), false, line, column};
+                return true;
+            }
             ALGEB stmt = parse_statement();
             bool print = true;
             if (accept(Tok::Colon))
@@ -828,6 +861,8 @@ bool input_complete(std::string_view text)
         long brackets = 0, blocks = 0;
         bool open_quote = false, statement_ended = false;
         Token t = lexer.next();
+        if (t.kind == Tok::Question)
+            return true; // ?topic needs no terminator
         for (;;) {
             if (t.kind == Tok::End)
                 break;

@@ -199,6 +199,43 @@ TALVO_MP_API void TalvoMP_g01aac(Integer n, const TalvoFloat x[], const TalvoFlo
                                  TalvoFloat *xmin, TalvoFloat *xmax, TalvoFloat *wsum, NagError *fail);
 
 // ---------------------------------------------------------------------------
+// Extensions: densities and upper tails that the routines above lack, for the
+// statistics library's extension entries.  Same conventions: the current
+// "Digits", one unit in the last digit, argument checks first, the NagError
+// record (these routines are named in its messages).
+// ---------------------------------------------------------------------------
+
+// Densities of the central laws (the beta density is an output of g01eec):
+// the standard normal; Student's t with df > 0; chi-square at x >= 0, df > 0;
+// gamma at g >= 0 with shape a > 0 and scale b > 0; F at f >= 0, df1, df2 > 0.
+// At the lower end of the support (x = 0) a density may be infinite.
+TALVO_MP_API TalvoFloat TalvoMP_normal_pdf(TalvoFloat x, NagError *fail);
+TALVO_MP_API TalvoFloat TalvoMP_student_t_pdf(TalvoFloat t, TalvoFloat df, NagError *fail);
+TALVO_MP_API TalvoFloat TalvoMP_chi_square_pdf(TalvoFloat x, TalvoFloat df, NagError *fail);
+TALVO_MP_API TalvoFloat TalvoMP_gamma_pdf(TalvoFloat g, TalvoFloat a, TalvoFloat b, NagError *fail);
+TALVO_MP_API TalvoFloat TalvoMP_f_pdf(TalvoFloat f, TalvoFloat df1, TalvoFloat df2, NagError *fail);
+
+// Upper tails P(X > x) of the non-central chi-square, beta and F laws, with the
+// arguments, tol and max_iter of g01gcc, g01gec and g01gdc.
+TALVO_MP_API TalvoFloat TalvoMP_noncentral_chi_square_upper(TalvoFloat x, TalvoFloat df, TalvoFloat lambda,
+                                                            TalvoFloat tol, Integer max_iter, NagError *fail);
+TALVO_MP_API TalvoFloat TalvoMP_noncentral_beta_upper(TalvoFloat x, TalvoFloat a, TalvoFloat b, TalvoFloat lambda,
+                                                      TalvoFloat tol, Integer max_iter, NagError *fail);
+TALVO_MP_API TalvoFloat TalvoMP_noncentral_f_upper(TalvoFloat f, TalvoFloat df1, TalvoFloat df2, TalvoFloat lambda,
+                                                   TalvoFloat tol, Integer max_iter, NagError *fail);
+
+// Densities of the non-central laws: chi-square (df > 0, lambda >= 0), beta
+// (0 <= x <= 1, a, b > 0, lambda >= 0), F (f >= 0, df1, df2 > 0, lambda >= 0)
+// and t (df > 0, any delta).
+TALVO_MP_API TalvoFloat TalvoMP_noncentral_chi_square_pdf(TalvoFloat x, TalvoFloat df, TalvoFloat lambda,
+                                                          NagError *fail);
+TALVO_MP_API TalvoFloat TalvoMP_noncentral_beta_pdf(TalvoFloat x, TalvoFloat a, TalvoFloat b, TalvoFloat lambda,
+                                                    NagError *fail);
+TALVO_MP_API TalvoFloat TalvoMP_noncentral_f_pdf(TalvoFloat f, TalvoFloat df1, TalvoFloat df2, TalvoFloat lambda,
+                                                 NagError *fail);
+TALVO_MP_API TalvoFloat TalvoMP_noncentral_t_pdf(TalvoFloat t, TalvoFloat df, TalvoFloat delta, NagError *fail);
+
+// ---------------------------------------------------------------------------
 // Fourier transforms of real and Hermitian sequences (fft/)
 // ---------------------------------------------------------------------------
 //

@@ -906,6 +906,167 @@ def compute_g01blc(n, l, m, k):
     return list(hypergeometric(n, l, m, k))
 
 
+# --- extensions: densities and non-central upper tails ------------------------
+
+def grid_normal_pdf():
+    return [(x,) for x in ["0", "0.5", "-1.5", "3", "-10", "38", "1e-20", "-1e5"]]
+
+
+def grid_student_t_pdf():
+    return [("0", "1"), ("1.5", "3"), ("-2", "0.5"), ("100", "5"), ("1e10", "2.5"), ("0.3", "1e6"), ("-7", "30")]
+
+
+def grid_chi_square_pdf():
+    return [("3", "5"), ("0.001", "1"), ("200", "5"), ("1e-10", "2"), ("50", "100"), ("1e4", "0.5"), ("0", "2"),
+            ("0", "7")]
+
+
+def grid_gamma_pdf():
+    return [("3", "2.5", "2"), ("0.001", "0.5", "1"), ("500", "3", "2"), ("1e-30", "1.5", "3"), ("10", "1", "1"),
+            ("0", "1", "4"), ("1e5", "2000", "50")]
+
+
+def grid_f_pdf():
+    return [("1.5", "3", "7"), ("0.01", "1", "1"), ("1e6", "5", "7"), ("2", "2", "2"), ("0.5", "100", "200"),
+            ("0", "2", "5"), ("0", "4", "5")]
+
+
+def grid_noncentral_chi_square_upper():
+    return [r for r in grid_g01gcc()]
+
+
+def grid_noncentral_beta_upper():
+    return [r for r in grid_g01gec()]
+
+
+def grid_noncentral_f_upper():
+    return [r for r in grid_g01gdc()]
+
+
+def grid_noncentral_chi_square_pdf():
+    return [("3", "5", "2"), ("0.5", "0.5", "20"), ("60", "10", "100"), ("400", "10", "100"),
+            ("10100", "100", "10000"), ("0.001", "4", "1"), ("150", "5", "2"), ("0", "2", "3")]
+
+
+def grid_noncentral_beta_pdf():
+    return [("0.3", "2.5", "3.5", "4"), ("0.01", "0.5", "0.5", "1"), ("0.6", "10", "20", "60"),
+            ("0.85", "200", "50", "100"), ("1e-20", "2", "3", "1"), ("0.999", "2", "30", "0.5")]
+
+
+def grid_noncentral_f_pdf():
+    return [("2.5", "5", "7", "3"), ("1", "1", "1", "10"), ("3", "20", "200", "50"), ("1e5", "5", "7", "3")]
+
+
+def grid_noncentral_t_pdf():
+    return [("1.5", "5", "1"), ("-1.5", "5", "1"), ("3", "10", "-2"), ("-1", "10", "5"), ("15", "30", "20"),
+            ("0", "4", "2"), ("50", "5", "1")]
+
+
+def log_gamma_density(a, x):
+    """ln of x^(a-1) e^-x / Gamma(a)."""
+    return (a - 1) * mpmath.log(x) - x - mpmath.loggamma(a)
+
+
+def density_at_zero(e, c):
+    """The value at 0 of a density behaving like c x^e there."""
+    if e < 0:
+        return mpmath.inf
+    if e > 0:
+        return mpf(0)
+    return mpf(c)
+
+
+def compute_normal_pdf(x):
+    return [mpmath.exp(-x * x / 2) / mpmath.sqrt(2 * mpmath.pi)]
+
+
+def compute_student_t_pdf(t, df):
+    return [mpmath.exp(mpmath.loggamma((df + 1) / 2) - mpmath.loggamma(df / 2) - mpmath.log(df * mpmath.pi) / 2
+                       - (df + 1) / 2 * mpmath.log1p(t * t / df))]
+
+
+def compute_chi_square_pdf(x, df):
+    if x == 0:
+        return [density_at_zero(df / 2 - 1, mpf(1) / 2)]
+    return [mpmath.exp(log_gamma_density(df / 2, x / 2)) / 2]
+
+
+def compute_gamma_pdf(g, a, b):
+    if g == 0:
+        return [density_at_zero(a - 1, 1 / b)]
+    return [mpmath.exp(log_gamma_density(a, g / b)) / b]
+
+
+def compute_f_pdf(f, d1, d2):
+    if f == 0:
+        return [density_at_zero(d1 / 2 - 1, 1)]
+    return [mpmath.exp(d1 / 2 * mpmath.log(d1) + d2 / 2 * mpmath.log(d2) + (d1 / 2 - 1) * mpmath.log(f)
+                       - (d1 + d2) / 2 * mpmath.log(d1 * f + d2) - mpmath.log(mpmath.beta(d1 / 2, d2 / 2)))]
+
+
+def compute_noncentral_chi_square_upper(x, df, lam):
+    """P(X > x): the mixture of the upper incomplete gamma functions."""
+    if x == 0:
+        return [mpf(1) if df > 0 else -mpmath.expm1(-lam / 2)]
+    if lam == 0:
+        return [gamma_q(df / 2, x / 2)]
+    return [poisson_mixture(lam / 2, lambda j: mpf(0) if df / 2 + j == 0 else gamma_q(df / 2 + j, x / 2))]
+
+
+def compute_noncentral_beta_upper(x, a, b, lam):
+    with mp.workprec(mp.prec + 4000):
+        y = 1 - x
+    if lam == 0:
+        return [ibetac(a, b, x, y)]
+    return [poisson_mixture(lam / 2, lambda j: ibetac(a + j, b, x, y))]
+
+
+def compute_noncentral_f_upper(f, d1, d2, lam):
+    x = d1 * f / (d1 * f + d2)
+    y = d2 / (d1 * f + d2)
+    if lam == 0:
+        return [ibetac(d1 / 2, d2 / 2, x, y)]
+    return [poisson_mixture(lam / 2, lambda j: ibetac(d1 / 2 + j, d2 / 2, x, y))]
+
+
+# The non-central densities as term-by-term Poisson mixtures of central
+# densities (the library sums them in closed form, through 0F1 and 1F1).
+
+def compute_noncentral_chi_square_pdf(x, df, lam):
+    if x == 0:
+        return [density_at_zero(df / 2 - 1, mpmath.exp(-lam / 2) / 2)]
+    return [poisson_mixture(lam / 2, lambda j: mpmath.exp(log_gamma_density(df / 2 + j, x / 2)) / 2)]
+
+
+def beta_log_density(x, y, a, b):
+    return (a - 1) * mpmath.log(x) + (b - 1) * mpmath.log(y) - mpmath.log(mpmath.beta(a, b))
+
+
+def compute_noncentral_beta_pdf(x, a, b, lam):
+    with mp.workprec(mp.prec + 4000):
+        y = 1 - x
+    return [poisson_mixture(lam / 2, lambda j: mpmath.exp(beta_log_density(x, y, a + j, b)))]
+
+
+def compute_noncentral_f_pdf(f, d1, d2, lam):
+    x = d1 * f / (d1 * f + d2)
+    y = d2 / (d1 * f + d2)
+    jac = d1 * d2 / (d1 * f + d2) ** 2
+    return [poisson_mixture(lam / 2, lambda j: mpmath.exp(beta_log_density(x, y, d1 / 2 + j, d2 / 2))) * jac]
+
+
+def compute_noncentral_t_pdf(t, df, delta):
+    """The density from its definition, T = (Z + delta) / sqrt(V / df):
+    f(t) = int_0^inf phi(t s - delta) s chi2_df(v) dv with s = sqrt(v / df),
+    integrated numerically over pieces of the chi-square's scale."""
+    def g(v):
+        s = mpmath.sqrt(v / df)
+        z = t * s - delta
+        return mpmath.exp(-z * z / 2 + log_gamma_density(df / 2, v / 2)) * s / (2 * mpmath.sqrt(2 * mpmath.pi))
+    pts = [mpf(0)] + [df * mpf(2) ** k for k in range(-6, 8)]
+    return [mpmath.quad(g, pts) + mpmath.quad(g, [pts[-1], mpmath.inf])]
+
+
 # The family of each routine: its table is tests/numerics/data/<family>/<name>.tsv,
 # beside the family's test tests/numerics/<family>_test.cpp and source
 # platform/numerics/<family>.cpp (the non-central F is computed as the
@@ -920,6 +1081,12 @@ FAMILY = {
     "g01gbc": "noncentral_student_t", "g01gcc": "noncentral_chi_square",
     "g01gdc": "noncentral_beta", "g01gec": "noncentral_beta",
     "g01bjc": "binomial", "g01bkc": "poisson", "g01blc": "hypergeometric",
+    "normal_pdf": "density", "student_t_pdf": "density", "chi_square_pdf": "density", "gamma_pdf": "density",
+    "f_pdf": "density",
+    "noncentral_chi_square_upper": "noncentral_upper", "noncentral_beta_upper": "noncentral_upper",
+    "noncentral_f_upper": "noncentral_upper",
+    "noncentral_chi_square_pdf": "noncentral_density", "noncentral_beta_pdf": "noncentral_density",
+    "noncentral_f_pdf": "noncentral_density", "noncentral_t_pdf": "noncentral_density",
 }
 
 ROUTINES = {
@@ -945,6 +1112,21 @@ ROUTINES = {
     "g01bjc": ("IRI", "n p k", "plek pgtk peqk", grid_g01bjc, compute_g01bjc),
     "g01bkc": ("RI", "rlamda k", "plek pgtk peqk", grid_g01bkc, compute_g01bkc),
     "g01blc": ("IIII", "n l m k", "plek pgtk peqk", grid_g01blc, compute_g01blc),
+    "normal_pdf": ("R", "x", "value", grid_normal_pdf, compute_normal_pdf),
+    "student_t_pdf": ("RR", "t df", "value", grid_student_t_pdf, compute_student_t_pdf),
+    "chi_square_pdf": ("RR", "x df", "value", grid_chi_square_pdf, compute_chi_square_pdf),
+    "gamma_pdf": ("RRR", "g a b", "value", grid_gamma_pdf, compute_gamma_pdf),
+    "f_pdf": ("RRR", "f df1 df2", "value", grid_f_pdf, compute_f_pdf),
+    "noncentral_chi_square_upper": ("RRR", "x df lambda", "value", grid_noncentral_chi_square_upper,
+                                    compute_noncentral_chi_square_upper),
+    "noncentral_beta_upper": ("RRRR", "x a b lambda", "value", grid_noncentral_beta_upper,
+                              compute_noncentral_beta_upper),
+    "noncentral_f_upper": ("RRRR", "f df1 df2 lambda", "value", grid_noncentral_f_upper, compute_noncentral_f_upper),
+    "noncentral_chi_square_pdf": ("RRR", "x df lambda", "value", grid_noncentral_chi_square_pdf,
+                                  compute_noncentral_chi_square_pdf),
+    "noncentral_beta_pdf": ("RRRR", "x a b lambda", "value", grid_noncentral_beta_pdf, compute_noncentral_beta_pdf),
+    "noncentral_f_pdf": ("RRRR", "f df1 df2 lambda", "value", grid_noncentral_f_pdf, compute_noncentral_f_pdf),
+    "noncentral_t_pdf": ("RRR", "t df delta", "value", grid_noncentral_t_pdf, compute_noncentral_t_pdf),
 }
 
 
@@ -958,12 +1140,18 @@ def valid_row(name, vals):
         return 0 < vals[0] < one
     if name in ("g01eec", "g01eec_whole", "g01gec"):
         return 0 < vals[0] < one
+    if name in ("noncentral_beta_upper", "noncentral_beta_pdf"):
+        return 0 < vals[0] < one
+    if name == "noncentral_chi_square_pdf":
+        return vals[1] > 0
     return True
 
 
 def format_value(v, digits):
     if v == 0:
         return "0"
+    if mpmath.isinf(v):
+        return "inf"
     return mpmath.nstr(v, digits, min_fixed=1, max_fixed=0, strip_zeros=False)
 
 

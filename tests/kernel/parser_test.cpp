@@ -505,6 +505,26 @@ TEST(Parser, TryStatements)
     EXPECT_EQ(error_of("try x catch y end"), "syntax error at line 1, column 13: unexpected 'y'");
 }
 
+// ?topic calls help with the topic as a string (help() alone); the word on
+// the same line is the topic whatever kind of token it is, and a terminator
+// is optional.  read "file" is the read builtin's statement form.
+TEST(Parser, HelpAndReadStatements)
+{
+    EXPECT_EQ(parse1("?Normal"), "(call help (seq \"Normal\"))");
+    EXPECT_EQ(parse1("?Normal;"), "(call help (seq \"Normal\"))");
+    EXPECT_EQ(parse1("? if"), "(call help (seq \"if\"))");
+    EXPECT_EQ(parse1("?"), "(call help (seq))");
+    auto st = parse_all("?Quantile\nx := 1;");
+    ASSERT_EQ(st.size(), 2u);
+    EXPECT_FALSE(st[0].print);
+    EXPECT_EQ(sx(st[0].stmt), "(call help (seq \"Quantile\"))");
+    auto lone = parse_all("?\nx;");
+    ASSERT_EQ(lone.size(), 2u);
+    EXPECT_EQ(sx(lone[0].stmt), "(call help (seq))");
+    EXPECT_EQ(parse1("read \"a.tv\""), "(call read (seq \"a.tv\"))");
+    EXPECT_EQ(error_of("x := ?y"), "syntax error at line 1, column 6: unexpected '?'");
+}
+
 // ---------------------------------------------------------------------------
 // Top level: terminators, print flags and positions
 // ---------------------------------------------------------------------------
@@ -667,6 +687,8 @@ TEST(InputComplete, CompleteTexts)
     EXPECT_TRUE(input_complete("f := proc(x::integer) local a; a := x; end;"));
     EXPECT_TRUE(input_complete("s := \"a;b\";"));
     EXPECT_TRUE(input_complete("x := 'a + b';"));
+    EXPECT_TRUE(input_complete("?Normal"));
+    EXPECT_TRUE(input_complete("?"));
 }
 
 TEST(InputComplete, IncompleteTexts)

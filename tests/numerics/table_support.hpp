@@ -94,6 +94,31 @@ inline const std::map<std::string, TableRoutine> &table_routines()
              TalvoMP_g01bkc(r[0], i[0], &o[0], &o[1], &o[2], f); }}},
         {"g01blc", {"hypergeometric", "IIII", 3, [](auto &i, auto &, TalvoFloat *o, NagError *f) {
              TalvoMP_g01blc(i[0], i[1], i[2], i[3], &o[0], &o[1], &o[2], f); }}},
+        // Extensions: densities and non-central upper tails.
+        {"normal_pdf", {"density", "R", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
+             o[0] = TalvoMP_normal_pdf(r[0], f); }}},
+        {"student_t_pdf", {"density", "RR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
+             o[0] = TalvoMP_student_t_pdf(r[0], r[1], f); }}},
+        {"chi_square_pdf", {"density", "RR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
+             o[0] = TalvoMP_chi_square_pdf(r[0], r[1], f); }}},
+        {"gamma_pdf", {"density", "RRR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
+             o[0] = TalvoMP_gamma_pdf(r[0], r[1], r[2], f); }}},
+        {"f_pdf", {"density", "RRR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
+             o[0] = TalvoMP_f_pdf(r[0], r[1], r[2], f); }}},
+        {"noncentral_chi_square_upper", {"noncentral_upper", "RRR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
+             o[0] = TalvoMP_noncentral_chi_square_upper(r[0], r[1], r[2], TalvoFloat(), 1000000, f); }}},
+        {"noncentral_beta_upper", {"noncentral_upper", "RRRR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
+             o[0] = TalvoMP_noncentral_beta_upper(r[0], r[1], r[2], r[3], TalvoFloat(), 1000000, f); }}},
+        {"noncentral_f_upper", {"noncentral_upper", "RRRR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
+             o[0] = TalvoMP_noncentral_f_upper(r[0], r[1], r[2], r[3], TalvoFloat(), 1000000, f); }}},
+        {"noncentral_chi_square_pdf", {"noncentral_density", "RRR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
+             o[0] = TalvoMP_noncentral_chi_square_pdf(r[0], r[1], r[2], f); }}},
+        {"noncentral_beta_pdf", {"noncentral_density", "RRRR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
+             o[0] = TalvoMP_noncentral_beta_pdf(r[0], r[1], r[2], r[3], f); }}},
+        {"noncentral_f_pdf", {"noncentral_density", "RRRR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
+             o[0] = TalvoMP_noncentral_f_pdf(r[0], r[1], r[2], r[3], f); }}},
+        {"noncentral_t_pdf", {"noncentral_density", "RRR", 1, [](auto &, auto &r, TalvoFloat *o, NagError *f) {
+             o[0] = TalvoMP_noncentral_t_pdf(r[0], r[1], r[2], f); }}},
     };
     return routines;
 }
@@ -129,6 +154,16 @@ inline const std::map<std::string, std::vector<long>> &tabulated()
         {"g01bjc", table_precisions()},                                 // binomial
         {"g01bkc", table_precisions()},                                 // Poisson
         {"g01blc", table_precisions()},                                 // hypergeometric
+        {"normal_pdf", table_precisions()}, {"student_t_pdf", table_precisions()},      // densities
+        {"chi_square_pdf", table_precisions()}, {"gamma_pdf", table_precisions()},
+        {"f_pdf", table_precisions()},
+        {"noncentral_chi_square_upper", table_precisions()},                            // non-central
+        {"noncentral_beta_upper", table_precisions()},                                  // upper tails
+        {"noncentral_f_upper", table_precisions()},
+        {"noncentral_chi_square_pdf", table_precisions()},                              // non-central
+        {"noncentral_beta_pdf", table_precisions()},                                    // densities
+        {"noncentral_f_pdf", table_precisions()},
+        {"noncentral_t_pdf", table_precisions()},
     };
     return listed;
 }

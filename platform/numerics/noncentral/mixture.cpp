@@ -33,6 +33,15 @@ struct Estimate {
     double log_ladder(double j) const
     {
         double sa = a + j;
+        if (kind == MixtureComponent::GammaUpper) {
+            // Q(sa, x): near 1 up to x ~ sa, then the leading term of the
+            // asymptotic series x^(sa-1) e^-x / Gamma(sa).
+            if (sa <= 0)
+                return kNegInf;
+            if (x <= sa + 1)
+                return 0.0;
+            return std::min(0.0, (sa - 1) * std::log(x) - x - std::lgamma(sa) - std::log1p(-(sa - 1) / x));
+        }
         if (kind == MixtureComponent::GammaLower) {
             if (sa <= 0)
                 return 0.0;
@@ -131,6 +140,12 @@ Status ladder_at(arb_ptr g, const MixtureComponent &c, slong j, slong trunc, slo
             return Status::Ok;
         }
         return gamma_pq(g, nullptr, aj, c.gamma_point, trunc, wp);
+    case MixtureComponent::GammaUpper:
+        if (fmpq_is_zero(aj)) {
+            arb_zero(g); // Q(0, x) = 0: the point mass at 0 lies below x
+            return Status::Ok;
+        }
+        return gamma_pq(nullptr, g, aj, c.gamma_point, trunc, wp);
     case MixtureComponent::BetaLower:
         return beta_inc(g, nullptr, aj, c.b, c.beta_point, trunc, wp);
     default:
@@ -144,10 +159,10 @@ Status ladder_at(arb_ptr g, const MixtureComponent &c, slong j, slong trunc, slo
 void ladder_step_at(arb_ptr d, const MixtureComponent &c, slong j, arb_srcptr x, arb_srcptr y, slong wp)
 {
     Fmpq s;
-    bool falling = c.kind != MixtureComponent::BetaUpper;
+    bool falling = !c.rising();
     fmpq_add_si(s, c.a, falling ? j - 1 : j);
-    if (c.kind == MixtureComponent::GammaLower)
-        gamma_term(d, s, x, wp);
+    if (c.is_gamma())
+        gamma_term(d, s, x, wp); // P(s,x) - P(s+1,x) = Q(s+1,x) - Q(s,x)
     else
         beta_term(d, s, c.b, x, y, wp);
 }
@@ -185,7 +200,7 @@ void weight_tail(mag_ptr out, const MixtureComponent &c, slong j, bool above)
 
 Status mixture_sum(arb_ptr S, MixtureComponent *c, int nc, slong trunc, slong wp, Integer max_iter, Integer *needed)
 {
-    const bool falling = c[0].kind != MixtureComponent::BetaUpper;
+    const bool falling = !c[0].rising();
     std::vector<Estimate> est;
     for (int i = 0; i < nc; ++i) {
         Estimate e;
@@ -193,9 +208,9 @@ Status mixture_sum(arb_ptr S, MixtureComponent *c, int nc, slong trunc, slong wp
         e.s = fmpq_to_double(c[i].s);
         e.kind = c[i].kind;
         e.a = fmpq_to_double(c[i].a);
-        e.b = (c[i].kind == MixtureComponent::GammaLower) ? 0.0 : fmpq_to_double(c[i].b);
+        e.b = c[i].is_gamma() ? 0.0 : fmpq_to_double(c[i].b);
         Arb px, py;
-        if (c[i].kind == MixtureComponent::GammaLower) {
+        if (c[i].is_gamma()) {
             c[i].gamma_point(px, 64);
         } else {
             c[i].beta_point(px, py, 64);
@@ -265,7 +280,7 @@ Status mixture_sum(arb_ptr S, MixtureComponent *c, int nc, slong trunc, slong wp
         Arb inv_x, inv_z, t, sum, px, py;
         arb_inv(inv_z, c[0].z, p);
         // The point, shared by the components, at the working precision.
-        if (c[0].kind == MixtureComponent::GammaLower)
+        if (c[0].is_gamma())
             c[0].gamma_point(px, p);
         else
             c[0].beta_point(px, py, p);
@@ -371,11 +386,14 @@ Status mixture_sum(arb_ptr S, MixtureComponent *c, int nc, slong trunc, slong wp
                     arb_mul(w[i], w[i], inv_z, p);
                     arb_sub_ui(js[i], js[i], 1, p);
                 } else {
-                    // d(j+1) = d(j) x (a+j+b) / (a+j+1)
-                    Arb bb;
-                    arb_set_fmpq(bb, c[i].b, p);
-                    arb_add(bb, bb, aj[i], p);
-                    arb_mul(d[i], d[i], bb, p);
+                    // d(j+1) = d(j) x (a+j+b) / (a+j+1)  (beta)
+                    //        = d(j) x / (a+j+1)          (gamma)
+                    if (!c[i].is_gamma()) {
+                        Arb bb;
+                        arb_set_fmpq(bb, c[i].b, p);
+                        arb_add(bb, bb, aj[i], p);
+                        arb_mul(d[i], d[i], bb, p);
+                    }
                     arb_mul(d[i], d[i], px, p);
                     arb_add_ui(aj[i], aj[i], 1, p);
                     arb_div(d[i], d[i], aj[i], p);

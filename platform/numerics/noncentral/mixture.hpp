@@ -6,8 +6,10 @@
 // with Poisson-type weights w(j) = sign e^-z z^(j+s) / Gamma(j+s+1)
 // (s = 0 or 1/2) and G a monotone ladder of central distribution functions:
 //     P(a + j, x)           gamma, falling in j   (non-central chi-square)
+//     Q(a + j, x)           gamma, rising in j    (its upper tail)
 //     I_x(a + j, b)         beta, falling in j    (non-central beta, F, t)
-//     1 - I_x(a + j, b)     beta, rising in j     (non-central t below 0)
+//     1 - I_x(a + j, b)     beta, rising in j     (non-central t below 0,
+//                                                  the beta and F upper tails)
 // Neighbouring rungs differ by one term of the lower series,
 //     P(s, x) - P(s+1, x) = x^s e^-x / Gamma(s+1),
 //     I_x(s, b) - I_x(s+1, b) = x^s y^b / (s B(s, b)),
@@ -39,7 +41,9 @@ struct MixtureComponent {
     Fmpq s;      // 0 or 1/2
     int sign = 1;
     // The ladder G(j).
-    enum Kind { GammaLower, BetaLower, BetaUpper } kind = GammaLower;
+    enum Kind { GammaLower, BetaLower, BetaUpper, GammaUpper } kind = GammaLower;
+    bool is_gamma() const { return kind == GammaLower || kind == GammaUpper; }
+    bool rising() const { return kind == BetaUpper || kind == GammaUpper; }
     Fmpq a;      // G(j) is at a + j
     Fmpq b;      // beta: the second parameter
     GammaPoint gamma_point; // gamma: the point x
