@@ -1034,12 +1034,21 @@ void step(const char *routine, AnySolver &a, Krylov<K> &kr, Integer *irevcm, typ
     set_ifail(ifail, 0, routine, "");
 }
 
+const TalvoFloat &length_of(const TalvoFloat *w) { return w[1]; }
+const TalvoFloat &length_of(const TalvoComplex *w) { return w[0].im; }
+
+// The solver filed under work's handle, when work still holds the n it was
+// set up with (a caller's tables are sized by that n).
 template <class W>
 AnySolver *lookup(const W work[], Integer lwork)
 {
     if (work == nullptr || lwork < 2)
         return nullptr;
-    return find_solver(serial_of(stamp(work)));
+    AnySolver *a = find_solver(serial_of(stamp(work)));
+    if (a == nullptr)
+        return nullptr;
+    const long n = a->real ? a->real->setup().n : a->complex->setup().n;
+    return serial_of(length_of(work)) == n ? a : nullptr;
 }
 
 template <class K>
