@@ -495,10 +495,13 @@ Request Krylov<K>::run()
                 set_zero(S.w[1]);
                 K::mul(rho, omega, rho, t);
                 K::neg(rho, rho);
+                S.i = 0; // set when the BiCG part cannot go on (a breakdown, or the exact solution)
                 for (S.j = 0; S.j < s_.m; ++S.j) {
                     dot(rho1, S.w[0], S.rh[S.j], t, acc);
-                    if (K::is_zero(rho) || !K::is_finite(rho1))
-                        KRYLOV_FINISH(kBreakdown);
+                    if (K::is_zero(rho) || K::is_zero(rho1) || !K::is_finite(rho1)) {
+                        S.i = 1;
+                        break;
+                    }
                     K::div(beta, rho1, rho, t);
                     K::mul(beta, beta, alpha, t);
                     K::set(rho, rho1);
@@ -508,8 +511,10 @@ Request Krylov<K>::run()
                     KRYLOV_PRECON(S.uh[S.j], z_);
                     KRYLOV_MATVEC(z_, S.uh[S.j + 1]);
                     dot(sigma, S.w[0], S.uh[S.j + 1], t, acc);
-                    if (K::is_zero(sigma) || !K::is_finite(sigma))
-                        KRYLOV_FINISH(kBreakdown);
+                    if (K::is_zero(sigma) || !K::is_finite(sigma)) {
+                        S.i = 1;
+                        break;
+                    }
                     K::div(alpha, rho, sigma, t);
                     for (long i = 0; i <= S.j; ++i)
                         axmy(S.rh[i], alpha, S.uh[i + 1], t);
@@ -518,7 +523,7 @@ Request Krylov<K>::run()
                     axpy(S.w[1], alpha, S.uh[0], t);
                     ++itn_;
                 }
-                {
+                if (S.i == 0) {
                     const long l = s_.m, l1 = s_.m + 1;
                     auto T = [&](long i, long j) { return S.tau[i + j * l1]; };
                     for (long j = 1; j <= l; ++j) {
@@ -570,7 +575,7 @@ Request Krylov<K>::run()
                     K::add(x_[k], x_[k], z_[k]);
                 if (test(S.rh[0], x_))
                     KRYLOV_FINISH(kConverged);
-                if (!mpfr_number_p(stplhs_))
+                if (!mpfr_number_p(stplhs_) || S.i != 0)
                     KRYLOV_FINISH(kBreakdown);
                 KRYLOV_MONITOR();
                 if (itn_ >= s_.maxitn)
