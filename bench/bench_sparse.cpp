@@ -124,10 +124,11 @@ std::map<std::string, long> scipy_counts(const char *script)
     FILE *pipe = popen(cmd.c_str(), "r");
     if (!pipe)
         return out;
-    char key[128];
+    char line[256], key[128];
     long v;
-    while (std::fscanf(pipe, "%127s %ld", key, &v) == 2)
-        out[key] = v;
+    while (std::fgets(line, sizeof line, pipe))
+        if (line[0] != '#' && std::sscanf(line, "%127s %ld", key, &v) == 2)
+            out[key] = v;
     pclose(pipe);
     return out;
 }
