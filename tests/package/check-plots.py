@@ -10,7 +10,9 @@ picture:
   are drawn (dark pixels where each belongs);
 - Plot: the curve's highest point lies above the mode of the law (within
   4 pixels of the mode's column);
-- Histogram: the tallest bar is the bin holding the most values;
+- Histogram: the tallest bar is the bin holding the most values; with
+  density = true the kernel density curve is drawn over the bars, its peak
+  above the centre of data that are symmetric about it;
 - QQPlot: data that are the law's own quantiles lie on the diagonal.
 
 The page layout is the package's (package/plots.tv): 640 x 420, the plotting
@@ -26,6 +28,7 @@ import zlib
 LEFT, RIGHT, TOP, BOTTOM = 70, 620, 40, 365
 CURVE = (0x1F, 0x5F, 0xBF)
 BAR = (0x8F, 0xB3, 0xE0)
+DENSITY = (0xC0, 0x30, 0x30)
 
 SCRIPT = r'''
 Plot(Normal(1, 0.5), range = -1..3, file = "normal.svg");
@@ -33,6 +36,7 @@ Plot(Gamma(2, 2), range = 0..12, file = "gamma.svg");
 Plot(Weibull(2, 3), range = 0..4, file = "weibull.svg", title = "Weibull <2, 3> & more");
 Plot(Poisson(3.5), range = 0..12, file = "poisson.svg");
 Histogram([1, 2, 2, 3, 3, 3, 4, 4, 5], bins = 5, file = "histogram.svg");
+Histogram([0, 1, 1.5, 2, 2.5, 2.5, 2.5, 3, 3.5, 4, 5], bins = 5, density = true, file = "density.svg");
 QQPlot([seq(Quantile(Normal(0, 1), (i - 1/2)/20), i = 1..20)], Normal(0, 1), file = "qq.svg");
 '''
 
@@ -142,7 +146,7 @@ def main():
                            timeout=600)
         c.expect(p.returncode == 0, "the plots are drawn (talvo printed: %s)" % (p.stdout + p.stderr).strip().replace("\n", " "))
         pictures = {}
-        for name in ("normal", "gamma", "weibull", "poisson", "histogram", "qq"):
+        for name in ("normal", "gamma", "weibull", "poisson", "histogram", "density", "qq"):
             svg = os.path.join(scratch, name + ".svg")
             if not os.path.exists(svg):
                 c.expect(False, "%s.svg was written" % name)
@@ -185,6 +189,15 @@ def main():
         c.expect(t is not None and lo_col <= t[0] <= hi_col,
                  "histogram: the tallest bar is at x = %s, inside the middle bin's columns %.0f .. %.0f"
                  % (t and round(t[0], 1), lo_col, hi_col))
+    if "density" in pictures:
+        _, _, pixel = pictures["density"]
+        curve = count(pixel, xs, ys, lambda p: near(p, DENSITY))
+        c.expect(curve > 300, "density: the kernel density curve is drawn (%d pixels)" % curve)
+        c.expect(top_of(pixel, BAR, xs, ys) is not None, "density: the bars are drawn")
+        t = top_of(pixel, DENSITY, xs, ys)
+        want = LEFT + 2.5 / 5 * (RIGHT - LEFT)  # data symmetric about 2.5, range [0, 5]
+        c.expect(t is not None and abs(t[0] - want) <= 4,
+                 "density: the curve's peak is at x = %s, the data's centre column is %.1f" % (t and round(t[0], 1), want))
     if "qq" in pictures:
         _, _, pixel = pictures["qq"]
         points = [(x, y) for x in xs for y in range(TOP, BOTTOM) if near(pixel(x, y), CURVE)]
