@@ -451,3 +451,23 @@ STATS_DECLARE_ENTRY(STATS_TalvoNegativeBinomialUpperProbability_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoNegativeBinomialPointProbability_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoGeometricUpperProbability_MP);
 STATS_DECLARE_ENTRY(STATS_TalvoGeometricPointProbability_MP);
+// Sparse linear systems (solvers/sparse_wrappers.cpp; layouts in
+// docs/solvers.md, "Sparse linear systems").  Each returns the routine's
+// failure indicator.
+STATS_DECLARE_ARRAY_ENTRY(sw_f11bdf);
+STATS_DECLARE_ARRAY_ENTRY(sw_f11bef);
+STATS_DECLARE_ARRAY_ENTRY(sw_f11bff);
+STATS_DECLARE_ARRAY_ENTRY(sw_f11daf);
+STATS_DECLARE_ARRAY_ENTRY(sw_f11dbf);
+STATS_DECLARE_ARRAY_ENTRY(sw_f11dcf);
+STATS_DECLARE_ARRAY_ENTRY(sw_f11ddf);
+STATS_DECLARE_ARRAY_ENTRY(sw_f11def);
+STATS_DECLARE_ARRAY_ENTRY(sw_f11dnf);
+STATS_DECLARE_ARRAY_ENTRY(sw_f11dpf);
+STATS_DECLARE_ARRAY_ENTRY(sw_f11dqf);
+STATS_DECLARE_ARRAY_ENTRY(sw_f11dsf);
+STATS_DECLARE_ARRAY_ENTRY(sw_f11xaf);
+STATS_DECLARE_ARRAY_ENTRY(sw_f11zaf);
+STATS_DECLARE_ARRAY_ENTRY(sw_f11znf);
+STATS_DECLARE_ARRAY_ENTRY(sw_f11zpf);
+STATS_DECLARE_ARRAY_ENTRY(sw_f11grstf);

@@ -1,0 +1,599 @@
+// ilu.cpp -- incomplete LU (f11daf, f11dnf) and incomplete Cholesky
+// (f11jnf) factorisations, and the solves with their factors (f11dbf,
+// f11dpf, f11jpf).
+//
+// The factorisation is right-looking Gaussian elimination on a sparse
+// working copy of A (Saad, Iterative Methods for Sparse Linear Systems, 2nd
+// ed., sec. 10.3-10.4): at step k a pivot (p, q) is chosen among the rows
+// and columns not yet eliminated, row p divided by the pivot becomes row k
+// of U, and each remaining row i with an entry in column q loses l = a_iq /
+// a_pq times row p.  An update that falls on an existing entry is always
+// made; one that would create fill is kept when
+//   - lfill >= 0: its level, lev(i,q) + lev(p,c) + 1 with original entries
+//     at level 0, is at most lfill (ILU(k) of Meijerink and van der Vorst);
+//   - lfill < 0: its size is at least dtol times the 2-norm of row i of A.
+// A fill entry that is dropped is, with modified ILU (Gustafsson 1978),
+// added to the pivot of its row, so that M and A have the same row sums.
+// Pivots: 'N' the diagonal in the natural order; 'U' the caller's order;
+// 'P' the largest entry of row k (partial pivoting by columns); 'C' the
+// largest entry left (complete pivoting); 'M' the diagonal of the row with
+// fewest entries (symmetric Markowitz).  A pivot whose size is at most
+// eps times the 1-norm of its row of A (eps the working precision's) is
+// replaced by that 1-norm (1 for a zero row) and counted in npivm; for the
+// incomplete Cholesky factor a pivot whose real part is not positive is
+// replaced the same way.  The working copy keeps each row in an ordered
+// map and each column's rows in a set, so a step costs O(fill log n).
+#include "common.hpp"
+
+#include <algorithm>
+#include <map>
+#include <set>
+
+namespace talvo::sparse {
+
+namespace {
+
+// Values of the working copy: a pool that only grows.
+template <class K>
+class Pool {
+public:
+    explicit Pool(mpfr_prec_t prec) : prec_(prec) {}
+    long add()
+    {
+        if (used_ % kChunk == 0)
+            chunks_.emplace_back(kChunk, prec_);
+        return used_++;
+    }
+    mpfr_ptr operator[](long i) { return chunks_[size_t(i / kChunk)][i % kChunk]; }
+
+private:
+    static constexpr long kChunk = 1024;
+    mpfr_prec_t prec_;
+    long used_ = 0;
+    std::vector<Vec<K>> chunks_;
+};
+
+struct Entry {
+    long v;   // pool index
+    long lev; // level of fill
+};
+
+} // namespace
+
+template <class K>
+int ilu_factor(const Cs<K> &a, const IluOptions &o, const long *user_p, const long *user_q, IluFactor<K> &f,
+               long &npivm)
+{
+    const long n = a.n;
+    const mpfr_prec_t prec = a.a.precision();
+    Tmp t(prec);
+    Pool<K> pool(prec);
+    std::vector<std::map<long, Entry>> rows{static_cast<size_t>(n)};
+    std::vector<std::set<long>> colrows{static_cast<size_t>(n)};
+    std::vector<char> row_done(static_cast<size_t>(n), 0), col_done(static_cast<size_t>(n), 0);
+    Vec<K> rowdrop(n, prec);
+    Vec<RealKind> norm1(n, prec), thr(n, prec);
+    Real eps(prec), s(prec), s2(prec);
+    mpfr_set_ui_2exp(eps, 1, 1 - prec, MPFR_RNDN);
+    Real dscale(prec);
+    mpfr_set_d(dscale, o.dscale, MPFR_RNDN);
+
+    if (o.pstrat == 'U') {
+        std::vector<char> sp(static_cast<size_t>(n), 0), sq(static_cast<size_t>(n), 0);
+        for (long k = 0; k < n; ++k) {
+            if (user_p[k] < 0 || user_p[k] >= n || user_q[k] < 0 || user_q[k] >= n || sp[size_t(user_p[k])] ||
+                sq[size_t(user_q[k])])
+                return kIluBadPivotOrder;
+            sp[size_t(user_p[k])] = sq[size_t(user_q[k])] = 1;
+        }
+    }
+
+    for (long k = 0; k < a.nnz(); ++k) {
+        const long i = a.row[size_t(k)], j = a.col[size_t(k)];
+        const long v = pool.add();
+        K::set(pool[v], a.a[k]);
+        if (i == j && o.dscale != 0) {
+            K::scale(pool.operator[](v), a.a[k], dscale);
+            K::add(pool[v], pool[v], a.a[k]);
+        }
+        rows[size_t(i)][j] = Entry{v, 0};
+        colrows[size_t(j)].insert(i);
+        K::abs(s, a.a[k], t);
+        mpfr_add(norm1[i], norm1[i], s, MPFR_RNDN);
+        mpfr_sqr(s, s, MPFR_RNDN);
+        mpfr_add(thr[i], thr[i], s, MPFR_RNDN);
+    }
+    mpfr_set_d(s2, o.dtol, MPFR_RNDN);
+    for (long i = 0; i < n; ++i) {
+        mpfr_sqrt(thr[i], thr[i], MPFR_RNDN);
+        mpfr_mul(thr[i], thr[i], s2, MPFR_RNDN);
+        if (mpfr_zero_p(norm1[i]))
+            mpfr_set_ui(norm1[i], 1, MPFR_RNDN);
+    }
+
+    struct Stored {
+        long row, col; // original row index of the factor row / original column (U) or step (L)
+        long v;
+    };
+    std::vector<Stored> lpart, upart;
+    const size_t un = static_cast<size_t>(n);
+    std::vector<long> pp(un), qq(un), pos_row(un), pos_col(un);
+    Vec<K> rdiag(n, prec);
+    Vec<K> l(1, prec), upd(1, prec), pv(1, prec);
+    npivm = 0;
+
+    for (long k = 0; k < n; ++k) {
+        long p = -1, q = -1;
+        switch (o.pstrat) {
+        case 'U':
+            p = user_p[k];
+            q = user_q[k];
+            break;
+        case 'P': {
+            p = k;
+            for (auto &[c, e] : rows[size_t(p)])
+                if (!col_done[size_t(c)] && (q < 0 || K::cmpabs(pool[e.v], pool[rows[size_t(p)][q].v], t) > 0))
+                    q = c;
+            if (q < 0)
+                for (long c = 0; c < n && q < 0; ++c)
+                    if (!col_done[size_t(c)])
+                        q = c;
+            break;
+        }
+        case 'C': {
+            mpfr_srcptr best = nullptr;
+            for (long i = 0; i < n; ++i) {
+                if (row_done[size_t(i)])
+                    continue;
+                for (auto &[c, e] : rows[size_t(i)])
+                    if (best == nullptr || K::cmpabs(pool[e.v], best, t) > 0) {
+                        best = pool[e.v];
+                        p = i;
+                        q = c;
+                    }
+            }
+            if (p < 0) { // the rest is structurally zero
+                for (long i = 0; i < n && p < 0; ++i)
+                    if (!row_done[size_t(i)])
+                        p = i;
+                for (long c = 0; c < n && q < 0; ++c)
+                    if (!col_done[size_t(c)])
+                        q = c;
+            }
+            break;
+        }
+        case 'M': {
+            size_t fewest = 0;
+            for (long i = 0; i < n; ++i)
+                if (!row_done[size_t(i)] && (p < 0 || rows[size_t(i)].size() < fewest)) {
+                    p = i;
+                    fewest = rows[size_t(i)].size();
+                }
+            q = p;
+            break;
+        }
+        default:
+            p = q = k;
+        }
+        pp[size_t(k)] = p;
+        qq[size_t(k)] = q;
+        pos_row[size_t(p)] = k;
+        pos_col[size_t(q)] = k;
+        row_done[size_t(p)] = col_done[size_t(q)] = 1;
+
+        auto &rp = rows[size_t(p)];
+        auto pit = rp.find(q);
+        if (pit != rp.end())
+            K::set(pv[0], pool[pit->second.v]);
+        else
+            K::zero(pv[0]);
+        if (o.milu)
+            K::add(pv[0], pv[0], rowdrop[p]);
+        K::abs(s, pv[0], t);
+        mpfr_mul(s2, eps, norm1[p], MPFR_RNDN);
+        const bool tiny = mpfr_cmp(s, s2) <= 0;
+        const bool not_positive = o.hermitian && mpfr_cmp(pv[0], s2) <= 0;
+        if (tiny || not_positive) {
+            K::set_real(pv[0], norm1[p]);
+            ++npivm;
+        }
+        K::inv(rdiag[k], pv[0], t);
+        if (pit != rp.end())
+            rp.erase(pit);
+
+        // row p / pivot -> row k of U
+        for (auto &[c, e] : rp) {
+            colrows[size_t(c)].erase(p);
+            if (!o.hermitian) {
+                const long v = pool.add();
+                K::mul(pool[v], pool[e.v], rdiag[k], t);
+                upart.push_back({p, c, v});
+            }
+        }
+        colrows[size_t(q)].erase(p);
+
+        // eliminate column q from the rows left
+        const std::vector<long> targets(colrows[size_t(q)].begin(), colrows[size_t(q)].end());
+        for (long i : targets) {
+            auto &ri = rows[size_t(i)];
+            auto it = ri.find(q);
+            const long lev_iq = it->second.lev;
+            K::mul(l[0], pool[it->second.v], rdiag[k], t);
+            const long lv = pool.add();
+            K::set(pool[lv], l[0]);
+            lpart.push_back({i, k, lv});
+            ri.erase(it);
+            for (auto &[c, e] : rp) {
+                K::mul(upd[0], l[0], pool[e.v], t);
+                auto ic = ri.find(c);
+                if (ic != ri.end()) {
+                    K::sub(pool[ic->second.v], pool[ic->second.v], upd[0]);
+                    ic->second.lev = std::min(ic->second.lev, lev_iq + e.lev + 1);
+                    continue;
+                }
+                const long lev = lev_iq + e.lev + 1;
+                bool keep;
+                if (o.lfill >= 0) {
+                    keep = lev <= o.lfill;
+                } else {
+                    K::abs(s, upd[0], t);
+                    keep = mpfr_cmp(s, thr[i]) >= 0;
+                }
+                if (keep) {
+                    const long v = pool.add();
+                    K::neg(pool[v], upd[0]);
+                    ri[c] = Entry{v, lev};
+                    colrows[size_t(c)].insert(i);
+                } else if (o.milu) {
+                    K::sub(rowdrop[i], rowdrop[i], upd[0]);
+                }
+            }
+        }
+        colrows[size_t(q)].clear();
+        rp.clear();
+    }
+
+    // Assemble the factor by pivot rows, columns as pivot positions.
+    f.n = n;
+    f.hermitian = o.hermitian;
+    f.p = pp;
+    f.q = o.hermitian ? pp : qq;
+    std::vector<std::vector<std::pair<long, long>>> frow(un); // (column, pool index); -1 - k: diagonal
+    for (auto &e : lpart)
+        frow[size_t(pos_row[size_t(e.row)])].push_back({e.col, e.v});
+    for (auto &e : upart)
+        frow[size_t(pos_row[size_t(e.row)])].push_back({pos_col[size_t(e.col)], e.v});
+    long total = 0;
+    for (long k = 0; k < n; ++k) {
+        frow[size_t(k)].push_back({k, -1});
+        std::sort(frow[size_t(k)].begin(), frow[size_t(k)].end());
+        total += long(frow[size_t(k)].size());
+    }
+    f.start.assign(size_t(n + 1), 0);
+    f.diag.assign(size_t(n), 0);
+    f.col.assign(size_t(total), 0);
+    f.c = Vec<K>(total, prec);
+    long at = 0;
+    for (long k = 0; k < n; ++k) {
+        f.start[size_t(k)] = at;
+        for (auto &[c, v] : frow[size_t(k)]) {
+            f.col[size_t(at)] = c;
+            if (v < 0) {
+                f.diag[size_t(k)] = at;
+                K::set(f.c[at], rdiag[k]);
+            } else {
+                K::set(f.c[at], pool[v]);
+            }
+            ++at;
+        }
+    }
+    f.start[size_t(n)] = at;
+    return kIluOk;
+}
+
+template <class K>
+void ilu_solve(const IluFactor<K> &f, char trans, const Vec<K> &y, Vec<K> &x, Tmp &t)
+{
+    const long n = f.n;
+    Vec<K> z(n, y.precision());
+    Vec<K> c(1, y.precision());
+    if (f.hermitian) {
+        for (long k = 0; k < n; ++k)
+            K::set(z[k], y[f.p[size_t(k)]]);
+        for (long k = 0; k < n; ++k)
+            for (long e = f.start[size_t(k)]; e < f.diag[size_t(k)]; ++e)
+                K::mulsub(z[k], f.c[e], z[f.col[size_t(e)]], t);
+        for (long k = 0; k < n; ++k)
+            K::mul(z[k], z[k], f.c[f.diag[size_t(k)]], t);
+        for (long k = n - 1; k >= 0; --k)
+            for (long e = f.start[size_t(k)]; e < f.diag[size_t(k)]; ++e) {
+                K::conj(c[0], f.c[e]);
+                K::mulsub(z[f.col[size_t(e)]], c[0], z[k], t);
+            }
+        for (long k = 0; k < n; ++k)
+            K::set(x[f.p[size_t(k)]], z[k]);
+        return;
+    }
+    if (trans == 'N') {
+        for (long k = 0; k < n; ++k)
+            K::set(z[k], y[f.p[size_t(k)]]);
+        for (long k = 0; k < n; ++k)
+            for (long e = f.start[size_t(k)]; e < f.diag[size_t(k)]; ++e)
+                K::mulsub(z[k], f.c[e], z[f.col[size_t(e)]], t);
+        for (long k = 0; k < n; ++k)
+            K::mul(z[k], z[k], f.c[f.diag[size_t(k)]], t);
+        for (long k = n - 1; k >= 0; --k)
+            for (long e = f.diag[size_t(k)] + 1; e < f.start[size_t(k + 1)]; ++e)
+                K::mulsub(z[k], f.c[e], z[f.col[size_t(e)]], t);
+        for (long k = 0; k < n; ++k)
+            K::set(x[f.q[size_t(k)]], z[k]);
+        return;
+    }
+    const bool cj = trans == 'C';
+    for (long k = 0; k < n; ++k)
+        K::set(z[k], y[f.q[size_t(k)]]);
+    for (long k = 0; k < n; ++k)
+        for (long e = f.diag[size_t(k)] + 1; e < f.start[size_t(k + 1)]; ++e) {
+            if (cj)
+                K::conj(c[0], f.c[e]);
+            else
+                K::set(c[0], f.c[e]);
+            K::mulsub(z[f.col[size_t(e)]], c[0], z[k], t);
+        }
+    for (long k = 0; k < n; ++k) {
+        if (cj)
+            K::conj(c[0], f.c[f.diag[size_t(k)]]);
+        else
+            K::set(c[0], f.c[f.diag[size_t(k)]]);
+        K::mul(z[k], z[k], c[0], t);
+    }
+    for (long k = n - 1; k >= 0; --k)
+        for (long e = f.start[size_t(k)]; e < f.diag[size_t(k)]; ++e) {
+            if (cj)
+                K::conj(c[0], f.c[e]);
+            else
+                K::set(c[0], f.c[e]);
+            K::mulsub(z[f.col[size_t(e)]], c[0], z[k], t);
+        }
+    for (long k = 0; k < n; ++k)
+        K::set(x[f.p[size_t(k)]], z[k]);
+}
+
+template TALVO_SPARSE_API int ilu_factor(const Cs<RealKind> &, const IluOptions &, const long *, const long *,
+                                         IluFactor<RealKind> &, long &);
+template TALVO_SPARSE_API int ilu_factor(const Cs<ComplexKind> &, const IluOptions &, const long *, const long *,
+                                         IluFactor<ComplexKind> &, long &);
+template TALVO_SPARSE_API void ilu_solve(const IluFactor<RealKind> &, char, const Vec<RealKind> &,
+                                         Vec<RealKind> &, Tmp &);
+template TALVO_SPARSE_API void ilu_solve(const IluFactor<ComplexKind> &, char, const Vec<ComplexKind> &,
+                                         Vec<ComplexKind> &, Tmp &);
+
+// Reads a factor stored after A in host arrays (1-based positions); returns
+// false when check finds it inconsistent.
+template <class K>
+bool read_factor(Integer n, const typename Host<K>::T a[], Integer la, const Integer irow[], const Integer icol[],
+                 const Integer ipivp[], const Integer ipivq[], const Integer istr[], const Integer idiag[],
+                 bool check, bool hermitian, mpfr_prec_t prec, IluFactor<K> &f)
+{
+    const Integer first = istr[0], last = istr[n];
+    if (check) {
+        if (first < 1 || last < first || last - 1 > la)
+            return false;
+        std::vector<char> sp(static_cast<size_t>(n), 0), sq(static_cast<size_t>(n), 0);
+        for (Integer k = 0; k < n; ++k) {
+            const Integer pk = ipivp[k], qk = hermitian ? ipivp[k] : ipivq[k];
+            if (pk < 1 || pk > n || qk < 1 || qk > n || sp[size_t(pk - 1)] || (!hermitian && sq[size_t(qk - 1)]))
+                return false;
+            sp[size_t(pk - 1)] = 1;
+            if (!hermitian)
+                sq[size_t(qk - 1)] = 1;
+            if (istr[k + 1] <= istr[k])
+                return false;
+            const Integer d = hermitian ? istr[k + 1] - 1 : idiag[k];
+            if (d < istr[k] || d >= istr[k + 1] || icol[d - 1] != k + 1)
+                return false;
+            for (Integer e = istr[k]; e < istr[k + 1]; ++e) {
+                if (irow[e - 1] != k + 1 || icol[e - 1] < 1 || icol[e - 1] > n ||
+                    (e > istr[k] && icol[e - 1] <= icol[e - 2]) || (hermitian && icol[e - 1] > k + 1))
+                    return false;
+            }
+        }
+    }
+    const long total = last - first;
+    f.n = n;
+    f.hermitian = hermitian;
+    f.p.resize(size_t(n));
+    f.q.resize(size_t(n));
+    f.start.resize(size_t(n + 1));
+    f.diag.resize(size_t(n));
+    f.col.resize(size_t(total));
+    f.c = Vec<K>(total, prec);
+    for (Integer k = 0; k < n; ++k) {
+        f.p[size_t(k)] = ipivp[k] - 1;
+        f.q[size_t(k)] = (hermitian ? ipivp[k] : ipivq[k]) - 1;
+        f.start[size_t(k)] = istr[k] - first;
+        f.diag[size_t(k)] = (hermitian ? istr[k + 1] - 1 : idiag[k]) - first;
+    }
+    f.start[size_t(n)] = total;
+    for (long e = 0; e < total; ++e) {
+        f.col[size_t(e)] = icol[first - 1 + e] - 1;
+        Host<K>::get(f.c[e], a[first - 1 + e]);
+    }
+    return true;
+}
+
+template bool read_factor(Integer, const TalvoFloat[], Integer, const Integer[], const Integer[], const Integer[],
+                          const Integer[], const Integer[], const Integer[], bool, bool, mpfr_prec_t,
+                          IluFactor<RealKind> &);
+template bool read_factor(Integer, const TalvoComplex[], Integer, const Integer[], const Integer[], const Integer[],
+                          const Integer[], const Integer[], const Integer[], bool, bool, mpfr_prec_t,
+                          IluFactor<ComplexKind> &);
+
+namespace {
+
+template <class K>
+void factorise(const char *routine, Integer n, Integer nnz, typename Host<K>::T a[], Integer la, Integer irow[],
+               Integer icol[], Integer lfill, TalvoFloat dtol, char pstrat, char milu, Integer ipivp[],
+               Integer ipivq[], Integer istr[], Integer idiag[], Integer *nnzc, Integer *npivm, Integer liwork,
+               Integer *ifail, bool hermitian, TalvoFloat dscale)
+{
+    const bool dtol_bad = lfill < 0 && !(mpfr_sgn(dtol.mpfr()) >= 0);
+    const char *pivots = hermitian ? "NMU" : "NUPC";
+    if (n < 1 || nnz < 1 || nnz > n * n || la < 2 * nnz || dtol_bad || !one_of(pstrat, pivots) ||
+        !one_of(milu, "MN") || liwork < 7 * n + 2 || (hermitian && !(mpfr_sgn(dscale.mpfr()) >= 0))) {
+        set_ifail(ifail, 1, routine, "an argument is out of range or not one of its letters");
+        return;
+    }
+    if (const int code = check_storage(n, nnz, irow, icol, hermitian); code != 0) {
+        set_ifail(ifail, 2, routine, "the matrix's entries are out of range, out of order or duplicated");
+        return;
+    }
+    const mpfr_prec_t prec = working_precision();
+    Cs<K> m = read_matrix<K>(n, nnz, a, irow, icol, prec);
+    if (hermitian) { // the full matrix from its lower triangle
+        Cs<K> full;
+        full.n = n;
+        std::vector<std::pair<std::pair<long, long>, std::pair<long, bool>>> ent;
+        for (long k = 0; k < m.nnz(); ++k) {
+            ent.push_back({{m.row[size_t(k)], m.col[size_t(k)]}, {k, false}});
+            if (m.row[size_t(k)] != m.col[size_t(k)])
+                ent.push_back({{m.col[size_t(k)], m.row[size_t(k)]}, {k, true}});
+        }
+        std::sort(ent.begin(), ent.end());
+        full.a = Vec<K>(long(ent.size()), prec);
+        for (size_t e = 0; e < ent.size(); ++e) {
+            full.row.push_back(ent[e].first.first);
+            full.col.push_back(ent[e].first.second);
+            if (ent[e].second.second)
+                K::conj(full.a[long(e)], m.a[ent[e].second.first]);
+            else
+                K::set(full.a[long(e)], m.a[ent[e].second.first]);
+        }
+        index_rows(full);
+        m = std::move(full);
+    }
+    IluOptions o;
+    o.lfill = lfill;
+    o.dtol = lfill < 0 ? dtol.to_double() : 0;
+    o.pstrat = pstrat;
+    o.milu = milu == 'M';
+    o.hermitian = hermitian;
+    o.dscale = hermitian ? dscale.to_double() : 0;
+    std::vector<long> up(static_cast<size_t>(n)), uq(static_cast<size_t>(n));
+    if (pstrat == 'U')
+        for (Integer k = 0; k < n; ++k) {
+            up[size_t(k)] = ipivp[k] - 1;
+            uq[size_t(k)] = hermitian ? ipivp[k] - 1 : ipivq[k] - 1;
+        }
+    IluFactor<K> f;
+    long modified = 0;
+    if (ilu_factor(m, o, up.data(), uq.data(), f, modified) != kIluOk) {
+        set_ifail(ifail, 4, routine, "the pivot order given is not a permutation");
+        return;
+    }
+    const Integer size = Integer(f.col.size());
+    *nnzc = size;
+    *npivm = modified;
+    if (nnz + size > la) {
+        set_ifail(ifail, 3, routine, "la is too small for the factor: nnzc holds the size it needs");
+        return;
+    }
+    for (Integer k = 0; k < n; ++k) {
+        ipivp[k] = f.p[size_t(k)] + 1;
+        if (!hermitian)
+            ipivq[k] = f.q[size_t(k)] + 1;
+        istr[k] = nnz + f.start[size_t(k)] + 1;
+        if (!hermitian)
+            idiag[k] = nnz + f.diag[size_t(k)] + 1;
+        for (long e = f.start[size_t(k)]; e < f.start[size_t(k + 1)]; ++e) {
+            irow[nnz + e] = k + 1;
+            icol[nnz + e] = f.col[size_t(e)] + 1;
+            Host<K>::put(a[nnz + e], f.c[e]);
+        }
+    }
+    istr[n] = nnz + size + 1;
+    set_ifail(ifail, 0, routine, "");
+}
+
+template <class K>
+void factor_solve(const char *routine, char trans, Integer n, const typename Host<K>::T a[], Integer la,
+                  const Integer irow[], const Integer icol[], const Integer ipivp[], const Integer ipivq[],
+                  const Integer istr[], const Integer idiag[], const char *check, const typename Host<K>::T y[],
+                  typename Host<K>::T x[], Integer *ifail, bool hermitian)
+{
+    const char c = letter(check);
+    const char *transes = K::complex ? "NTC" : "NT";
+    if ((!hermitian && !one_of(trans, transes)) || !one_of(c, "CN") || n < 1 || la < 1) {
+        set_ifail(ifail, 1, routine, "trans or check is not one of its letters, n < 1 or la < 1");
+        return;
+    }
+    const mpfr_prec_t prec = working_precision();
+    IluFactor<K> f;
+    if (!read_factor<K>(n, a, la, irow, icol, ipivp, ipivq, istr, idiag, c == 'C', hermitian, prec, f)) {
+        set_ifail(ifail, 2, routine, "the factor's storage is inconsistent");
+        return;
+    }
+    Vec<K> vy(n, prec), vx(n, prec);
+    from_host(vy, y);
+    Tmp t(prec);
+    ilu_solve(f, trans, vy, vx, t);
+    to_host(x, vx);
+    set_ifail(ifail, 0, routine, "");
+}
+
+} // namespace
+} // namespace talvo::sparse
+
+using namespace talvo::sparse;
+
+void TalvoMP_f11daf_(Integer n, Integer nnz, TalvoFloat a[], Integer la, Integer irow[], Integer icol[],
+                     Integer lfill, TalvoFloat dtol, const char *pstrat, const char *milu, Integer ipivp[],
+                     Integer ipivq[], Integer istr[], Integer idiag[], Integer *nnzc, Integer *npivm, Integer *,
+                     Integer liwork, Integer *ifail)
+{
+    factorise<RealKind>("f11daf", n, nnz, a, la, irow, icol, lfill, dtol, letter(pstrat), letter(milu), ipivp, ipivq,
+                        istr, idiag, nnzc, npivm, liwork, ifail, false, TalvoFloat());
+}
+
+void TalvoMP_f11dnf_(Integer n, Integer nnz, TalvoComplex a[], Integer la, Integer irow[], Integer icol[],
+                     Integer lfill, TalvoFloat dtol, const char *pstrat, const char *milu, Integer ipivp[],
+                     Integer ipivq[], Integer istr[], Integer idiag[], Integer *nnzc, Integer *npivm, Integer *,
+                     Integer liwork, Integer *ifail)
+{
+    factorise<ComplexKind>("f11dnf", n, nnz, a, la, irow, icol, lfill, dtol, letter(pstrat), letter(milu), ipivp,
+                           ipivq, istr, idiag, nnzc, npivm, liwork, ifail, false, TalvoFloat());
+}
+
+void TalvoMP_f11jnf_(Integer n, Integer nnz, TalvoComplex a[], Integer la, Integer irow[], Integer icol[],
+                     Integer lfill, TalvoFloat dtol, const char *mic, TalvoFloat dscale, const char *pstrat,
+                     Integer ipiv[], Integer istr[], Integer *nnzc, Integer *npivm, Integer *, Integer liwork,
+                     Integer *ifail)
+{
+    factorise<ComplexKind>("f11jnf", n, nnz, a, la, irow, icol, lfill, dtol, letter(pstrat), letter(mic), ipiv,
+                           nullptr, istr, nullptr, nnzc, npivm, liwork, ifail, true, dscale);
+}
+
+void TalvoMP_f11dbf_(const char *trans, Integer n, const TalvoFloat a[], Integer la, const Integer irow[],
+                     const Integer icol[], const Integer ipivp[], const Integer ipivq[], const Integer istr[],
+                     const Integer idiag[], const char *check, const TalvoFloat y[], TalvoFloat x[], Integer *ifail)
+{
+    factor_solve<RealKind>("f11dbf", letter(trans), n, a, la, irow, icol, ipivp, ipivq, istr, idiag, check, y, x,
+                           ifail, false);
+}
+
+void TalvoMP_f11dpf_(const char *trans, Integer n, const TalvoComplex a[], Integer la, const Integer irow[],
+                     const Integer icol[], const Integer ipivp[], const Integer ipivq[], const Integer istr[],
+                     const Integer idiag[], const char *check, const TalvoComplex y[], TalvoComplex x[],
+                     Integer *ifail)
+{
+    factor_solve<ComplexKind>("f11dpf", letter(trans), n, a, la, irow, icol, ipivp, ipivq, istr, idiag, check, y, x,
+                              ifail, false);
+}
+
+void TalvoMP_f11jpf_(Integer n, const TalvoComplex a[], Integer la, const Integer irow[], const Integer icol[],
+                     const Integer ipiv[], const Integer istr[], const char *check, const TalvoComplex y[],
+                     TalvoComplex x[], Integer *ifail)
+{
+    factor_solve<ComplexKind>("f11jpf", 'N', n, a, la, irow, icol, ipiv, ipiv, istr, nullptr, check, y, x, ifail,
+                              true);
+}
