@@ -360,6 +360,15 @@ STATS_DECLARE_ARRAY_ENTRY(STATS_g02fac_MP);
 // Durbin-Watson statistic and bound probabilities: 7 arguments; returns the
 // failure indicator.
 STATS_DECLARE_ARRAY_ENTRY(STATS_g02fcc_MP);
+// Optimisation wrappers (layouts in docs/solvers.md); each returns the
+// routine's failure indicator.
+STATS_DECLARE_ARRAY_ENTRY(sw_e04aba); // one variable on an interval: 13 arguments
+STATS_DECLARE_ARRAY_ENTRY(sw_e04cca); // Nelder-Mead simplex: 23 arguments
+STATS_DECLARE_ARRAY_ENTRY(sw_e04dga); // limited-memory quasi-Newton: 18 arguments
+STATS_DECLARE_ARRAY_ENTRY(sw_e04dka); // an option of sw_e04dga: 9 arguments
+STATS_DECLARE_ARRAY_ENTRY(sw_e04fcf); // nonlinear least squares: 28 arguments
+STATS_DECLARE_ARRAY_ENTRY(sw_e04kdf); // bound-constrained modified Newton: 32 arguments
+STATS_DECLARE_ARRAY_ENTRY(sw_e04wbf); // save arrays at their defaults: 7 arguments
 
 // ---------------------------------------------------------------------------
 // Extensions: entries beyond the defined interface, for the statistics

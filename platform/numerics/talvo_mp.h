@@ -325,4 +325,5 @@ TALVO_MP_API void TalvoMP_g01ddc(Integer n, const TalvoFloat x[], Nag_Boolean ca
 
 #include "talvo_mp_linalg.h"
 #include "talvo_mp_regression.h"
+#include "talvo_mp_optimization.h"
 #include "talvo_mp_sparse.h"

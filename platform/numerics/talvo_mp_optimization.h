@@ -1,0 +1,217 @@
+// talvo_mp_optimization.h -- minimisers of libtalvomp (the e04 chapter).
+//
+// The routines keep the published argument lists of the double-precision
+// routines (every argument by address, as a Fortran caller passes it, and a
+// hidden length after each character argument), with TalvoFloat in place of
+// REAL and Integer in place of INTEGER and LOGICAL.  User routines are plain
+// function pointers with the published argument lists.
+//
+// Precision.  Every routine works at the current "Digits" D: its floats are
+// TalvoFloats of the current precision, and every tolerance that a
+// double-precision code ties to machine epsilon is derived from
+// eps = 10^-D instead (a default of sqrt(machine epsilon) becomes
+// 10^(-D/2), and so on).  A tolerance argument below eps means "the default".
+//
+// IFAIL.  The last argument receives the failure indicator on exit (0:
+// success; the routine's codes below).  The value on entry is not read: a
+// failure never stops the program, the caller reads the code.  Two codes are
+// common to every routine that calls a user routine:
+//   -1  the user routine asked to stop (a negative IFLAG or MODE);
+//   11  a user routine returned an undefined value (or an infinite value at
+//       the start point, where no finite value is known yet).
+// An infinite value at a trial point is taken as "much larger": the step is
+// shortened.  Errors a user routine throws (C++ exceptions, host errors)
+// pass through the routine unchanged; it holds no state outside the call.
+//
+// Methods (docs/numerics.md, "Optimisation"):
+//   e04aba  Brent's method: golden section and safeguarded parabolic
+//           interpolation on a bracket (Brent 1973, ch. 5);
+//   e04cca  the Nelder-Mead simplex (Nelder and Mead 1965), stopped on the
+//           standard deviation of the vertex values;
+//   e04dga  limited-memory BFGS (Nocedal 1980) with a line search meeting
+//           the strong Wolfe conditions (More and Thuente 1994 style
+//           bracketing and zoom, Nocedal and Wright alg. 3.5/3.6), options
+//           set by e04dka in the save arrays that e04wbf initialises;
+//   e04kdf  projected modified Newton (Gill and Murray 1974; Bertsekas 1982
+//           for the projection arc) on simple bounds, Hessian by forward
+//           differences of the gradient, modified Cholesky factorisation;
+//   e04fcf  Gauss-Newton on the singular value decomposition of a
+//           finite-difference Jacobian, damped Levenberg-Marquardt fashion
+//           when the Gauss-Newton step does not reduce the sum of squares.
+#pragma once
+
+#include "talvo_float.hpp"
+
+#define TALVO_MP_OPT_API __attribute__((visibility("default")))
+
+typedef long Integer;
+
+// ---------------------------------------------------------------------------
+// e04aba: minimum of a function of one variable on [a, b], values only
+// ---------------------------------------------------------------------------
+
+// funct(xc, fc, iuser, ruser): *fc = F(*xc).
+typedef void (*TalvoMP_e04aba_funct)(const TalvoFloat *xc, TalvoFloat *fc, Integer *iuser, TalvoFloat *ruser);
+
+// e1, e2: relative and absolute accuracy of x (defaults 10^(-D/2) and
+// 10^(-D/2) when below eps); a, b: the interval, on exit the final bracket;
+// maxcal: at most that many evaluations (>= 3), on exit the number used;
+// x, f: the minimiser and its value.
+// IFAIL: 1 a + e2 >= b or maxcal < 3; 2 maxcal reached (x, f the best point).
+TALVO_MP_OPT_API void TalvoMP_e04aba_(TalvoMP_e04aba_funct funct, TalvoFloat *e1, TalvoFloat *e2, TalvoFloat *a,
+                                      TalvoFloat *b, Integer *maxcal, TalvoFloat *x, TalvoFloat *f, Integer *iuser,
+                                      TalvoFloat *ruser, Integer *ifail);
+
+// ---------------------------------------------------------------------------
+// e04cca: unconstrained minimum by the Nelder-Mead simplex, values only
+// ---------------------------------------------------------------------------
+
+// funct(n, xc, fc, iuser, ruser): *fc = F(xc).
+typedef void (*TalvoMP_e04cca_funct)(Integer *n, const TalvoFloat *xc, TalvoFloat *fc, Integer *iuser,
+                                     TalvoFloat *ruser);
+// monit(fmin, fmax, sim, n, is, ncall, iuser, ruser): called once per
+// iteration with the lowest and highest vertex values and the simplex (row
+// k of the is x n column-major array sim is vertex k).
+typedef void (*TalvoMP_e04cca_monit)(TalvoFloat *fmin, TalvoFloat *fmax, const TalvoFloat *sim, Integer *n,
+                                     Integer *is, Integer *ncall, Integer *iuser, TalvoFloat *ruser);
+
+// x (n): start, on exit the best vertex; f its value; tol: the iteration
+// stops when the standard deviation of the n + 1 vertex values is below tol
+// (below eps: eps^(3/4)); iw = n + 1; w1..w4 (n), w5 (n + 1), w6 (iw x n):
+// workspace (w5 holds the vertex values and w6 the simplex on exit); monit
+// may be null.
+// IFAIL: 1 n < 1, iw != n + 1 or maxcal < 1; 2 maxcal evaluations made.
+TALVO_MP_OPT_API void TalvoMP_e04cca_(Integer *n, TalvoFloat *x, TalvoFloat *f, TalvoFloat *tol, Integer *iw,
+                                      TalvoFloat *w1, TalvoFloat *w2, TalvoFloat *w3, TalvoFloat *w4, TalvoFloat *w5,
+                                      TalvoFloat *w6, TalvoMP_e04cca_funct funct, TalvoMP_e04cca_monit monit,
+                                      Integer *maxcal, Integer *iuser, TalvoFloat *ruser, Integer *ifail);
+
+// ---------------------------------------------------------------------------
+// Save arrays and options (e04wbf, e04dka)
+// ---------------------------------------------------------------------------
+
+// Sizes the save arrays must have at least.
+enum { kTalvoOptLwsav = 120, kTalvoOptIwsav = 610, kTalvoOptRwsav = 475 };
+
+// Initialises the save arrays for routine rname ("E04DGA", "E04MFA",
+// "E04NCA", "E04NFA", "E04UCA", "E04USA", any case): every option at its
+// default.  cwsav/lcwsav are accepted and not used (may be null / 0).
+// IFAIL: 1 rname not one of those; 2 an array shorter than its size above.
+TALVO_MP_OPT_API void TalvoMP_e04wbf_(const char *rname, char *cwsav, Integer *lcwsav, Integer *lwsav,
+                                      Integer *llwsav, Integer *iwsav, Integer *liwsav, TalvoFloat *rwsav,
+                                      Integer *lrwsav, Integer *ifail, int rname_length, int cwsav_length);
+
+// Sets one option of e04dga from the string str (at most 72 characters):
+// "Defaults", "Nolist", "List", "Iteration(s) Limit i", "Iters i",
+// "Itns i", "Optimality Tolerance r", "Function Precision r", "Linesearch
+// Tolerance r", "Line Search Tolerance r", "Maximum Step Length r",
+// "Estimated Optimal Function Value r", "Print Level i", "Verify Level i",
+// "Verify [Yes|No|Objective Gradients]", "Start Objective Check At Variable
+// i", "Stop Objective Check At Variable i"; items separated by blanks or
+// "=", case ignored, text after '*' ignored, a keyword may be shortened to
+// its first letters where no other keyword starts the same way (Iteration,
+// Iterations).  Settings persist in the arrays until changed or reset.
+// The default iteration limit is max(50, 5n) times ceil(D / 15); the
+// default optimality tolerance is 10^-D; the line search tolerance 0.9; the
+// maximum step length 1e20.  "Function Precision", "Print Level" and
+// "Estimated Optimal Function Value" are accepted and kept but not used by
+// this method (it prints nothing, and needs no estimate).
+// inform: 0 accepted; 1 the arrays were not initialised for e04dga; 2 not
+// a keyword; 3 the value is missing or not a number; 4 the value is out of
+// range.
+TALVO_MP_OPT_API void TalvoMP_e04dka_(const char *str, Integer *lwsav, Integer *iwsav, TalvoFloat *rwsav,
+                                      Integer *inform, int str_length);
+
+// ---------------------------------------------------------------------------
+// e04dga: unconstrained minimum, limited-memory quasi-Newton, gradients
+// ---------------------------------------------------------------------------
+
+// objfun(mode, n, x, objf, objgrd, nstate, iuser, ruser): mode 0 the value,
+// 1 the gradient, 2 both; nstate 1 on the first call; a negative mode set
+// by the routine stops the solve (IFAIL -1).
+typedef void (*TalvoMP_e04dga_objfun)(Integer *mode, Integer *n, const TalvoFloat *x, TalvoFloat *objf,
+                                      TalvoFloat *objgrd, Integer *nstate, Integer *iuser, TalvoFloat *ruser);
+
+// iwork (n + 1), work (13 n): workspace.  lwsav/iwsav/rwsav: initialised
+// by e04wbf("E04DGA"), options by e04dka.
+// IFAIL: 3 iteration limit; 4 a step hit the maximum step length without a
+// lower point; 6 the current point cannot be improved on (the optimality
+// conditions hold only approximately); 7 a gradient check failed
+// (Verify Level > 0); 8 the gradient at the start point is zero to the
+// working precision (x0 returned); 9 n < 1 or arrays not initialised.
+TALVO_MP_OPT_API void TalvoMP_e04dga_(Integer *n, TalvoMP_e04dga_objfun objfun, Integer *iter, TalvoFloat *objf,
+                                      TalvoFloat *objgrd, TalvoFloat *x, Integer *iwork, TalvoFloat *work,
+                                      Integer *iuser, TalvoFloat *ruser, Integer *lwsav, Integer *iwsav,
+                                      TalvoFloat *rwsav, Integer *ifail);
+
+// ---------------------------------------------------------------------------
+// e04kdf: minimum on simple bounds, modified Newton, first derivatives
+// ---------------------------------------------------------------------------
+
+// funct(iflag, n, xc, fc, gc, iw, liw, w, lw): iflag 1 the gradient only,
+// 2 value and gradient; a negative iflag set by the routine stops (-1).
+typedef void (*TalvoMP_e04kdf_funct)(Integer *iflag, Integer *n, const TalvoFloat *xc, TalvoFloat *fc,
+                                     TalvoFloat *gc, Integer *iw, Integer *liw, TalvoFloat *w, Integer *lw);
+// monit(n, xc, fc, gc, istate, gpjnrm, cond, posdef, niter, nf, iw, liw, w, lw).
+typedef void (*TalvoMP_e04kdf_monit)(Integer *n, const TalvoFloat *xc, TalvoFloat *fc, const TalvoFloat *gc,
+                                     const Integer *istate, TalvoFloat *gpjnrm, TalvoFloat *cond, Integer *posdef,
+                                     Integer *niter, Integer *nf, Integer *iw, Integer *liw, TalvoFloat *w,
+                                     Integer *lw);
+
+// iprint: monit every iprint iterations (<= 0: never; monit may then be
+// null); maxcal: at most that many calls of funct; eta: line search
+// accuracy in [0, 1) (0.9 by default when out of range); xtol: accuracy of
+// x (eps^(3/4) below eps); delta: relative difference interval for the
+// Hessian (10^(-D/2) below eps); stepmx: largest step; ibound: 0 bounds
+// bl/bu, 1 none, 2 x >= 0, 3 every x_j in [bl(1), bu(1)]; x: start, on exit
+// the minimiser; hesl (lh >= max(n(n-1)/2, 1)), hesd (n): the factors
+// L D L^T of the projected Hessian (free variables first); istate (n):
+// 0 free, -1 at its upper bound, -2 at its lower bound, -3 fixed (bl = bu);
+// f, g: value and gradient at x; iw (liw >= 3), w (lw >= 7n + n(n-1)/2):
+// workspace passed to funct and monit; on exit iw(1) holds the number of
+// iterations, iw(2) the number of calls of funct, iw(3) 1 when the last
+// Hessian needed no modification (0 otherwise), w(1) the norm of the
+// projected gradient and w(2) the condition estimate max D / min D.
+// IFAIL: 1 invalid input; 2 maxcal reached; 3 the conditions for a minimum
+// hold only approximately (no lower point found near x).
+TALVO_MP_OPT_API void TalvoMP_e04kdf_(Integer *n, TalvoMP_e04kdf_funct funct, TalvoMP_e04kdf_monit monit,
+                                      Integer *iprint, Integer *maxcal, TalvoFloat *eta, TalvoFloat *xtol,
+                                      TalvoFloat *delta, TalvoFloat *stepmx, Integer *ibound, TalvoFloat *bl,
+                                      TalvoFloat *bu, TalvoFloat *x, TalvoFloat *hesl, Integer *lh, TalvoFloat *hesd,
+                                      Integer *istate, TalvoFloat *f, TalvoFloat *g, Integer *iw, Integer *liw,
+                                      TalvoFloat *w, Integer *lw, Integer *ifail);
+
+// ---------------------------------------------------------------------------
+// e04fcf: unconstrained nonlinear least squares, no derivatives
+// ---------------------------------------------------------------------------
+
+// lsqfun(iflag, m, n, xc, fvec, iw, liw, w, lw): the m residuals at xc; a
+// negative iflag set by the routine stops (-1).
+typedef void (*TalvoMP_e04fcf_lsqfun)(Integer *iflag, Integer *m, Integer *n, const TalvoFloat *xc,
+                                      TalvoFloat *fvec, Integer *iw, Integer *liw, TalvoFloat *w, Integer *lw);
+// lsqmon(m, n, xc, fvec, fjac, ldfjac, s, igrade, niter, nf, iw, liw, w, lw).
+typedef void (*TalvoMP_e04fcf_lsqmon)(Integer *m, Integer *n, const TalvoFloat *xc, const TalvoFloat *fvec,
+                                      const TalvoFloat *fjac, Integer *ldfjac, const TalvoFloat *s, Integer *igrade,
+                                      Integer *niter, Integer *nf, Integer *iw, Integer *liw, TalvoFloat *w,
+                                      Integer *lw);
+
+// m >= n >= 1; iprint: lsqmon every iprint iterations (<= 0: never);
+// maxcal: at most that many calls of lsqfun (Jacobian differences
+// included); eta: not used by this method (kept for the list; must be in
+// [0, 1)); xtol: relative accuracy of x (eps^0.85 below eps); stepmx:
+// largest step relative to |x| + 1; x: start, on exit the minimiser;
+// fsumsq, fvec: the sum of squares and residuals there; fjac (ldfjac x n),
+// s (n), v (ldv x n): the finite-difference Jacobian at x, its singular
+// values and right singular vectors; niter, nf: iterations and calls made;
+// iw (liw >= 1), w (lw >= 1): passed to lsqfun and lsqmon; on exit iw(1)
+// holds the grade of the last Jacobian (the number of singular values
+// used).
+// IFAIL: 1 invalid input; 2 maxcal reached; 3 the conditions for a minimum
+// hold only approximately (no lower point found); 4 the singular value
+// decomposition did not converge.
+TALVO_MP_OPT_API void TalvoMP_e04fcf_(Integer *m, Integer *n, TalvoMP_e04fcf_lsqfun lsqfun,
+                                      TalvoMP_e04fcf_lsqmon lsqmon, Integer *iprint, Integer *maxcal, TalvoFloat *eta,
+                                      TalvoFloat *xtol, TalvoFloat *stepmx, TalvoFloat *x, TalvoFloat *fsumsq,
+                                      TalvoFloat *fvec, TalvoFloat *fjac, Integer *ldfjac, TalvoFloat *s,
+                                      TalvoFloat *v, Integer *ldv, Integer *niter, Integer *nf, Integer *iw,
+                                      Integer *liw, TalvoFloat *w, Integer *lw, Integer *ifail);

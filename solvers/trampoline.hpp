@@ -1,0 +1,73 @@
+// trampoline.hpp -- the callback trampolines: numerics routines call plain
+// functions; these turn such calls into calls of host procedures.
+//
+// A wrapper opens a TrampolineScope for the duration of its routine call.
+// The scope fills the process-wide slots the trampolines read (the kernel
+// vector, the user's procedures and the host tables the procedures see) and
+// empties them again on every way out, including a host error raised inside
+// a user procedure, which passes through the routine and the wrapper to the
+// host unchanged.  Only one scope may be open: a user procedure that calls
+// an optimisation wrapper again is refused with a host error (the inner call
+// would otherwise overwrite the slots of the outer one).
+//
+// What a user procedure receives:
+//   value procedure    f(x)          x: the host table the wrapper was given
+//                                    as x's work array, holding the point;
+//                                    returns a number;
+//   gradient procedure g(x, grad)    fills the host table grad (n numbers);
+//   residual procedure r(x, fvec)    fills fvec (m numbers);
+//   monitoring procedures: per wrapper (docs/solvers.md).
+// A result that is not a number raises "NAME must return a number, received:
+// %1"; an undefined or infinite number is passed on to the routine, which
+// reports it with its failure indicator.
+#pragma once
+
+#include "stats_api.h"
+#include "talvo_mp.h"
+
+namespace stats::solvers {
+
+struct TrampolineSlots {
+    bool open = false;
+    TKernelVector kv = nullptr;
+    const char *wrapper = nullptr;
+    ALGEB value = nullptr;    // f(x)
+    ALGEB gradient = nullptr; // g(x, grad), or the residual procedure r(x, fvec)
+    ALGEB monitor = nullptr;
+    ALGEB x_table = nullptr; // the table the procedures receive as x
+    TalvoFloat *x_work = nullptr;
+    long n = 0;
+    ALGEB out_table = nullptr; // the table a filling procedure writes (grad, fvec)
+    TalvoFloat *out_work = nullptr;
+    long out_n = 0;
+    long calls = 0; // calls of the value (or residual) procedure
+};
+
+// The slots of the open scope (all empty when none is open).
+extern TrampolineSlots gTrampolineSlots;
+
+class TrampolineScope {
+public:
+    // Refuses (host error) when a scope is already open.
+    TrampolineScope(TKernelVector kv, const char *wrapper);
+    ~TrampolineScope();
+    TrampolineScope(const TrampolineScope &) = delete;
+    TrampolineScope &operator=(const TrampolineScope &) = delete;
+
+    TrampolineSlots &slots() { return gTrampolineSlots; }
+};
+
+// x (n numbers) into the x work table.
+void CopyPoint(const TalvoFloat *x, long n);
+// proc(arg) as a float; a non-number raises "<what> must return a number, received: %1".
+TalvoFloat CallForValue(ALGEB proc, ALGEB arg, const char *what);
+// proc(x_table, out_table), then the out_n numbers of out_table into out.
+void CallToFill(ALGEB proc, TalvoFloat *out, long count, const char *what);
+
+// The objective trampoline of the routines with a MODE argument (e04dga,
+// and the SQP routines): mode 0 or 2 the value procedure, 1 or 2 the
+// gradient procedure.
+void ObjectiveTrampoline(Integer *mode, Integer *n, const TalvoFloat *x, TalvoFloat *objf, TalvoFloat *objgrd,
+                         Integer *nstate, Integer *iuser, TalvoFloat *ruser);
+
+} // namespace stats::solvers
