@@ -215,3 +215,124 @@ TALVO_MP_OPT_API void TalvoMP_e04fcf_(Integer *m, Integer *n, TalvoMP_e04fcf_lsq
                                       TalvoFloat *fvec, TalvoFloat *fjac, Integer *ldfjac, TalvoFloat *s,
                                       TalvoFloat *v, Integer *ldv, Integer *niter, Integer *nf, Integer *iw,
                                       Integer *liw, TalvoFloat *w, Integer *lw, Integer *ifail);
+
+// ---------------------------------------------------------------------------
+// Linear and quadratic programming (one active-set engine:
+// optimization/active_set.hpp), the option setters of the save-array
+// solvers, and the integer LP.  Each routine's comment gives its IFAIL
+// codes and workspace sizes.
+// ---------------------------------------------------------------------------
+
+// e04mfa: a linear program or a feasible point (Problem Type LP / FP).
+// a (lda x n): the nclin general constraints; bl, bu (n + nclin); cvec (n);
+// istate (n + nclin), x (n): start and on exit the solution; iter, obj;
+// ax (max(1, nclin)): A x; clamda (n + nclin): multipliers.
+TALVO_MP_OPT_API void TalvoMP_e04mfa_(Integer *n, Integer *nclin, const TalvoFloat *a, Integer *lda,
+                                      const TalvoFloat *bl, const TalvoFloat *bu, const TalvoFloat *cvec,
+                                      Integer *istate, TalvoFloat *x, Integer *iter, TalvoFloat *obj, TalvoFloat *ax,
+                                      TalvoFloat *clamda, Integer *iwork, Integer *liwork, TalvoFloat *work,
+                                      Integer *lwork, Integer *lwsav, Integer *iwsav, TalvoFloat *rwsav,
+                                      Integer *ifail);
+
+// e04nca: convex QP or linearly constrained linear least squares (Problem
+// Type FP, LP, QP1-QP4, LS1-LS4; default LS1).  c (ldc x n): the nclin
+// constraints; a (lda x n): the least-squares matrix (m rows) or the
+// Hessian, overwritten; b (m); kx (n): the order of the variables.
+TALVO_MP_OPT_API void TalvoMP_e04nca_(Integer *m, Integer *n, Integer *nclin, Integer *ldc, Integer *lda,
+                                      const TalvoFloat *c, const TalvoFloat *bl, const TalvoFloat *bu,
+                                      const TalvoFloat *cvec, Integer *istate, Integer *kx, TalvoFloat *x,
+                                      TalvoFloat *a, TalvoFloat *b, Integer *iter, TalvoFloat *obj,
+                                      TalvoFloat *clamda, Integer *iwork, Integer *liwork, TalvoFloat *work,
+                                      Integer *lwork, Integer *lwsav, Integer *iwsav, TalvoFloat *rwsav,
+                                      Integer *ifail);
+
+// qphess(n, jthcol, h, ldh, x, hx, iuser, ruser): hx = H x (QP1/QP2) or
+// H'H x (QP3/QP4); jthcol > 0 says x is the unit vector e_jthcol.
+typedef void (*TalvoMP_e04nfa_qphess)(Integer *n, Integer *jthcol, const TalvoFloat *h, Integer *ldh,
+                                      const TalvoFloat *x, TalvoFloat *hx, Integer *iuser, TalvoFloat *ruser);
+
+// e04nfa: a quadratic program, possibly nonconvex (a local minimiser),
+// with the Hessian through qphess (null: the product with the dense h).
+TALVO_MP_OPT_API void TalvoMP_e04nfa_(Integer *n, Integer *nclin, const TalvoFloat *a, Integer *lda,
+                                      const TalvoFloat *bl, const TalvoFloat *bu, const TalvoFloat *cvec,
+                                      const TalvoFloat *h, Integer *ldh, TalvoMP_e04nfa_qphess qphess,
+                                      Integer *istate, TalvoFloat *x, Integer *iter, TalvoFloat *obj, TalvoFloat *ax,
+                                      TalvoFloat *clamda, Integer *iwork, Integer *liwork, TalvoFloat *work,
+                                      Integer *lwork, Integer *iuser, TalvoFloat *ruser, Integer *lwsav,
+                                      Integer *iwsav, TalvoFloat *rwsav, Integer *ifail);
+
+// One option of e04mfa / e04nca / e04nfa / e04uca / e04usa from a string,
+// in the grammar of e04dka; inform as e04dka's.
+TALVO_MP_OPT_API void TalvoMP_e04mha_(const char *str, Integer *lwsav, Integer *iwsav, TalvoFloat *rwsav,
+                                      Integer *inform, int str_length);
+TALVO_MP_OPT_API void TalvoMP_e04nea_(const char *str, Integer *lwsav, Integer *iwsav, TalvoFloat *rwsav,
+                                      Integer *inform, int str_length);
+TALVO_MP_OPT_API void TalvoMP_e04nha_(const char *str, Integer *lwsav, Integer *iwsav, TalvoFloat *rwsav,
+                                      Integer *inform, int str_length);
+TALVO_MP_OPT_API void TalvoMP_e04uea_(const char *str, Integer *lwsav, Integer *iwsav, TalvoFloat *rwsav,
+                                      Integer *inform, int str_length);
+TALVO_MP_OPT_API void TalvoMP_e04ura_(const char *str, Integer *lwsav, Integer *iwsav, TalvoFloat *rwsav,
+                                      Integer *inform, int str_length);
+
+// ---------------------------------------------------------------------------
+// Nonlinear programming by sequential quadratic programming
+// ---------------------------------------------------------------------------
+
+// confun(mode, ncnln, n, ldcj, needc, x, c, cjac, nstate, iuser, ruser):
+// constraint i (needc[i] > 0) in c, its gradient in row i of cjac; mode 0
+// values, 1 gradients, 2 both; a negative mode set by the routine stops.
+typedef void (*TalvoMP_e04uca_confun)(Integer *mode, Integer *ncnln, Integer *n, Integer *ldcj,
+                                      const Integer *needc, const TalvoFloat *x, TalvoFloat *c, TalvoFloat *cjac,
+                                      Integer *nstate, Integer *iuser, TalvoFloat *ruser);
+// objfun: as e04dga's.
+typedef TalvoMP_e04dga_objfun TalvoMP_e04uca_objfun;
+
+// e04uca: minimum of a smooth function subject to bounds, linear and
+// smooth nonlinear constraints.  r (ldr x n): the Cholesky factor of the
+// quasi-Newton Hessian of the Lagrangian (read on a warm start).
+TALVO_MP_OPT_API void TalvoMP_e04uca_(Integer *n, Integer *nclin, Integer *ncnln, Integer *lda, Integer *ldcj,
+                                      Integer *ldr, const TalvoFloat *a, const TalvoFloat *bl, const TalvoFloat *bu,
+                                      TalvoMP_e04uca_confun confun, TalvoMP_e04uca_objfun objfun, Integer *iter,
+                                      Integer *istate, TalvoFloat *c, TalvoFloat *cjac, TalvoFloat *clamda,
+                                      TalvoFloat *objf, TalvoFloat *objgrd, TalvoFloat *r, TalvoFloat *x,
+                                      Integer *iwork, Integer *liwork, TalvoFloat *work, Integer *lwork,
+                                      Integer *iuser, TalvoFloat *ruser, Integer *lwsav, Integer *iwsav,
+                                      TalvoFloat *rwsav, Integer *ifail);
+
+// objfun(mode, m, n, ldfj, needfi, x, f, fjac, nstate, iuser, ruser): the
+// m functions f_i and their Jacobian fjac (ldfj x n).
+typedef void (*TalvoMP_e04usa_objfun)(Integer *mode, Integer *m, Integer *n, Integer *ldfj, Integer *needfi,
+                                      const TalvoFloat *x, TalvoFloat *f, TalvoFloat *fjac, Integer *nstate,
+                                      Integer *iuser, TalvoFloat *ruser);
+
+// e04usa: minimum of 1/2 sum (y_i - f_i(x))^2 subject to the constraints
+// of e04uca.
+TALVO_MP_OPT_API void TalvoMP_e04usa_(Integer *m, Integer *n, Integer *nclin, Integer *ncnln, Integer *lda,
+                                      Integer *ldcj, Integer *ldfj, Integer *ldr, const TalvoFloat *a,
+                                      const TalvoFloat *bl, const TalvoFloat *bu, const TalvoFloat *y,
+                                      TalvoMP_e04uca_confun confun, TalvoMP_e04usa_objfun objfun, Integer *iter,
+                                      Integer *istate, TalvoFloat *c, TalvoFloat *cjac, TalvoFloat *f,
+                                      TalvoFloat *fjac, TalvoFloat *clamda, TalvoFloat *objf, TalvoFloat *r,
+                                      TalvoFloat *x, Integer *iwork, Integer *liwork, TalvoFloat *work,
+                                      Integer *lwork, Integer *iuser, TalvoFloat *ruser, Integer *lwsav,
+                                      Integer *iwsav, TalvoFloat *rwsav, Integer *ifail);
+
+// ---------------------------------------------------------------------------
+// Integer linear programming by branch and bound
+// ---------------------------------------------------------------------------
+
+// h02wbf: save arrays of h02bbf at their defaults (the options of its node
+// linear programs); the argument list of e04wbf, rname "H02BBF".
+TALVO_MP_OPT_API void TalvoMP_h02wbf_(const char *rname, char *cwsav, Integer *lcwsav, Integer *lwsav,
+                                      Integer *llwsav, Integer *iwsav, Integer *liwsav, TalvoFloat *rwsav,
+                                      Integer *lrwsav, Integer *ifail, int rname_length, int cwsav_length);
+
+// h02bbf: an integer (or mixed) LP, intvar[j] = 1 for an integer variable;
+// the published list followed by the three save arrays h02wbf fills.
+TALVO_MP_OPT_API void TalvoMP_h02bbf_(Integer *itmax, Integer *msglvl, Integer *n, Integer *m, const TalvoFloat *a,
+                                      Integer *lda, const TalvoFloat *bl, const TalvoFloat *bu, const Integer *intvar,
+                                      const TalvoFloat *cvec, Integer *maxnod, Integer *intfst, Integer *maxdpt,
+                                      TalvoFloat *toliv, TalvoFloat *tolfes, TalvoFloat *bigbnd, TalvoFloat *x,
+                                      TalvoFloat *objmip, Integer *iwork, Integer *liwork, TalvoFloat *rwork,
+                                      Integer *lrwork, Integer *lwsav, Integer *iwsav, TalvoFloat *rwsav,
+                                      Integer *ifail);

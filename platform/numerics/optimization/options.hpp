@@ -14,6 +14,20 @@ constexpr long kPrintLevel = 3; // accepted and kept (this library prints nothin
 constexpr long kVerify = 4;     // verify level: -1, 0 none; 1 (and above) check the gradient
 constexpr long kCheckStart = 5; // first variable of the gradient check (1-based)
 constexpr long kCheckStop = 6;  // last variable; -1: n
+// The linear, quadratic and nonlinear programming solvers (e04mfa, e04nca,
+// e04nfa, e04uca, e04usa) and the integer LP (h02bbf) use these as well.
+constexpr long kMinorIterLimit = 7; // QP subproblem iteration limit (SQP); -1: default
+constexpr long kProblemType = 8;    // ProblemType below; 0: the routine's default
+constexpr long kWarmStart = 9;      // 0 "Cold Start", 1 "Warm Start", 2 "Hot Start"
+constexpr long kDerivLevel = 10;    // SQP "Derivative Level" 0-3; -1: 3
+constexpr long kHessianOpt = 11;    // SQP "Hessian No" 0 / "Hessian Yes" 1
+constexpr long kExpandFreq = 12;    // anti-cycling "Expand Frequency"; -1: default
+constexpr long kMaxDegFree = 13;    // "Maximum Degrees of Freedom"; -1: n
+constexpr long kConCheckStart = 14; // "Start Constraint Check At Variable"
+constexpr long kConCheckStop = 15;  // "Stop Constraint Check At Variable"; -1: n
+constexpr long kMinorPrint = 16;    // "Minor Print Level" (accepted and kept)
+constexpr long kCentralDiffs = 17;  // SQP uses central differences (1) or forward (0)
+// slots 18-99 of iwsav are free for the routines' own state
 // lwsav
 constexpr long kList = 0;          // "List" / "Nolist"
 constexpr long kHaveEstimate = 1;  // an estimated optimal value was given
@@ -23,10 +37,24 @@ constexpr long kFunPrec = 1;
 constexpr long kLineTol = 2;
 constexpr long kMaxStep = 3;
 constexpr long kEstimate = 4;
+constexpr long kFeasTol = 5;      // "Feasibility Tolerance" (linear constraints, bounds)
+constexpr long kInfBound = 6;     // "Infinite Bound Size" (default 1e20)
+constexpr long kInfStep = 7;      // "Infinite Step Size" (default max(bigbnd, 1e20))
+constexpr long kCrashTol = 8;     // "Crash Tolerance"
+constexpr long kRankTol = 9;      // "Rank Tolerance"
+constexpr long kNonlinFeasTol = 10; // "Nonlinear Feasibility Tolerance"
+constexpr long kDiffInterval = 11;  // "Difference Interval"
+constexpr long kCentralInterval = 12; // "Central Difference Interval"
+constexpr long kStepLimit = 13;   // SQP "Step Limit" (default 2)
+constexpr long kMinorOptTol = 14; // "Minor Optimality Tolerance"
+// slots 15-99 of rwsav are free for the routines' own state
 
 constexpr Integer kMarkerValue = 0x45304457; // set by e04wbf
 
-enum RoutineId : Integer { E04DGA = 1, E04MFA, E04NCA, E04NFA, E04UCA, E04USA };
+enum RoutineId : Integer { E04DGA = 1, E04MFA, E04NCA, E04NFA, E04UCA, E04USA, H02BBF };
+
+// The "Problem Type" of e04mfa / e04nca / e04nfa.
+enum ProblemType : Integer { kFP = 1, kLP, kQP1, kQP2, kQP3, kQP4, kLS1, kLS2, kLS3, kLS4 };
 
 // Every option at its default.
 void set_defaults(Integer *lwsav, Integer *iwsav, TalvoFloat *rwsav);
