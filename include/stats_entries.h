@@ -369,6 +369,11 @@ STATS_DECLARE_ARRAY_ENTRY(sw_e04dka); // an option of sw_e04dga: 9 arguments
 STATS_DECLARE_ARRAY_ENTRY(sw_e04fcf); // nonlinear least squares: 28 arguments
 STATS_DECLARE_ARRAY_ENTRY(sw_e04kdf); // bound-constrained modified Newton: 32 arguments
 STATS_DECLARE_ARRAY_ENTRY(sw_e04wbf); // save arrays at their defaults: 7 arguments
+// Nonlinear programming by SQP (solvers/nonlinear_programming_wrappers.cpp).
+STATS_DECLARE_ARRAY_ENTRY(sw_e04uca); // nonlinear constraints, general objective: 40 arguments
+STATS_DECLARE_ARRAY_ENTRY(sw_e04uea); // an option of sw_e04uca: 9 arguments
+STATS_DECLARE_ARRAY_ENTRY(sw_e04usa); // nonlinear constraints, sum of squares: 45 arguments
+STATS_DECLARE_ARRAY_ENTRY(sw_e04ura); // an option of sw_e04usa: 9 arguments
 
 // ---------------------------------------------------------------------------
 // Extensions: entries beyond the defined interface, for the statistics

@@ -3,6 +3,7 @@
 #include "trampoline.hpp"
 
 #include <string>
+#include <vector>
 
 namespace stats::solvers {
 
@@ -53,16 +54,21 @@ TalvoFloat CallForValue(ALGEB proc, ALGEB arg, const char *what)
 
 void CallToFill(ALGEB proc, TalvoFloat *out, long count, const char *what)
 {
+    CallToFillTable(proc, gTrampolineSlots.out_table, out, count, what);
+}
+
+void CallToFillTable(ALGEB proc, ALGEB table, TalvoFloat *out, long count, const char *what)
+{
     TrampolineSlots &s = gTrampolineSlots;
     TKernelVector kv = s.kv;
     // Clear the table first, so an element the procedure leaves unset is
     // not a stale value from the last call.
-    auto *elements = reinterpret_cast<ALGEB *>(s.out_work);
+    auto *elements = static_cast<ALGEB *>(RTableDataBlock(kv, table));
     for (long k = 0; k < count; ++k)
         elements[k] = ToTalvoNULL(kv);
-    EvalTalvoProc(kv, proc, 2, s.x_table, s.out_table);
+    EvalTalvoProc(kv, proc, 2, s.x_table, table);
     // The procedure may have replaced the elements by any host value.
-    elements = static_cast<ALGEB *>(RTableDataBlock(kv, s.out_table));
+    elements = static_cast<ALGEB *>(RTableDataBlock(kv, table));
     for (long k = 0; k < count; ++k) {
         ALGEB e = elements[k];
         if (e == nullptr || IsTalvoNULL(kv, e)) {
@@ -86,6 +92,50 @@ void ObjectiveTrampoline(Integer *mode, Integer *n, const TalvoFloat *x, TalvoFl
         *objf = CallForValue(s.value, s.x_table, "the objective procedure");
     if (*mode == 1 || *mode == 2)
         CallToFill(s.gradient, objgrd, long(*n), "the gradient procedure");
+}
+
+namespace {
+
+// A Jacobian of rows x n from table (column-major) into out (leading
+// dimension ld).
+void FillJacobian(ALGEB proc, ALGEB table, long rows, long n, TalvoFloat *out, long ld, const char *what)
+{
+    std::vector<TalvoFloat> packed(static_cast<size_t>(rows * n));
+    CallToFillTable(proc, table, packed.data(), rows * n, what);
+    for (long j = 0; j < n; ++j)
+        for (long i = 0; i < rows; ++i)
+            out[i + j * ld] = packed[size_t(i + j * rows)];
+}
+
+} // namespace
+
+void ConstraintTrampoline(Integer *mode, Integer *ncnln, Integer *n, Integer *ldcj, const Integer * /*needc*/,
+                          const TalvoFloat *x, TalvoFloat *c, TalvoFloat *cjac, Integer * /*nstate*/,
+                          Integer * /*iuser*/, TalvoFloat * /*ruser*/)
+{
+    TrampolineSlots &s = gTrampolineSlots;
+    CopyPoint(x, long(*n));
+    if (*mode == 0 || *mode == 2) {
+        CallToFillTable(s.con_value, s.con_table, c, long(*ncnln), "the constraint procedure");
+        ++s.con_calls;
+    }
+    if (*mode == 1 || *mode == 2)
+        FillJacobian(s.con_jacobian, s.conjac_table, long(*ncnln), long(*n), cjac, long(*ldcj),
+                     "the constraint Jacobian procedure");
+}
+
+void ResidualTrampoline(Integer *mode, Integer *m, Integer *n, Integer *ldfj, Integer * /*needfi*/,
+                        const TalvoFloat *x, TalvoFloat *f, TalvoFloat *fjac, Integer * /*nstate*/,
+                        Integer * /*iuser*/, TalvoFloat * /*ruser*/)
+{
+    TrampolineSlots &s = gTrampolineSlots;
+    CopyPoint(x, long(*n));
+    if (*mode == 0 || *mode == 2) {
+        CallToFillTable(s.value, s.out_table, f, long(*m), "the function procedure");
+        ++s.calls;
+    }
+    if (*mode == 1 || *mode == 2)
+        FillJacobian(s.jacobian, s.jac_table, long(*m), long(*n), fjac, long(*ldfj), "the Jacobian procedure");
 }
 
 } // namespace stats::solvers

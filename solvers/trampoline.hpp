@@ -41,6 +41,17 @@ struct TrampolineSlots {
     TalvoFloat *out_work = nullptr;
     long out_n = 0;
     long calls = 0; // calls of the value (or residual) procedure
+    // The SQP wrappers (sw_e04uca, sw_e04usa): the constraint procedures
+    // cv(x, c) and cj(x, cjac), the residual Jacobian procedure j(x, fjac),
+    // and the tables they fill (Jacobians column-major: element
+    // i + (j - 1) rows holds the derivative of function i by x_j).
+    ALGEB con_value = nullptr;
+    ALGEB con_jacobian = nullptr;
+    ALGEB con_table = nullptr;
+    ALGEB conjac_table = nullptr;
+    ALGEB jacobian = nullptr;
+    ALGEB jac_table = nullptr;
+    long con_calls = 0;
 };
 
 // The slots of the open scope (all empty when none is open).
@@ -69,5 +80,17 @@ void CallToFill(ALGEB proc, TalvoFloat *out, long count, const char *what);
 // gradient procedure.
 void ObjectiveTrampoline(Integer *mode, Integer *n, const TalvoFloat *x, TalvoFloat *objf, TalvoFloat *objgrd,
                          Integer *nstate, Integer *iuser, TalvoFloat *ruser);
+
+// proc(x_table, table), then the count numbers of table into out.
+void CallToFillTable(ALGEB proc, ALGEB table, TalvoFloat *out, long count, const char *what);
+
+// The SQP trampolines.  Constraints (e04uca, e04usa): mode 0 or 2 cv fills
+// c, 1 or 2 cj fills the Jacobian; residuals (e04usa's objfun): mode 0 or 2
+// the residual procedure fills f, 1 or 2 the Jacobian procedure fills fjac.
+void ConstraintTrampoline(Integer *mode, Integer *ncnln, Integer *n, Integer *ldcj, const Integer *needc,
+                          const TalvoFloat *x, TalvoFloat *c, TalvoFloat *cjac, Integer *nstate, Integer *iuser,
+                          TalvoFloat *ruser);
+void ResidualTrampoline(Integer *mode, Integer *m, Integer *n, Integer *ldfj, Integer *needfi, const TalvoFloat *x,
+                        TalvoFloat *f, TalvoFloat *fjac, Integer *nstate, Integer *iuser, TalvoFloat *ruser);
 
 } // namespace stats::solvers
