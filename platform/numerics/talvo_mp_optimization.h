@@ -288,8 +288,39 @@ typedef void (*TalvoMP_e04uca_confun)(Integer *mode, Integer *ncnln, Integer *n,
 typedef TalvoMP_e04dga_objfun TalvoMP_e04uca_objfun;
 
 // e04uca: minimum of a smooth function subject to bounds, linear and
-// smooth nonlinear constraints.  r (ldr x n): the Cholesky factor of the
-// quasi-Newton Hessian of the Lagrangian (read on a warm start).
+// smooth nonlinear constraints, by sequential quadratic programming
+// (optimization/sqp.cpp: QP subproblems by the active-set engine, BFGS of
+// the Lagrangian Hessian with Powell's modification, augmented Lagrangian
+// merit function, elastic subproblems when the linearised constraints are
+// inconsistent).  a (lda x n): the nclin linear constraints; bl, bu
+// (n + nclin + ncnln): bounds on (x, A x, c(x)), at or beyond 1e20 ("Infinite
+// Bound Size") none; istate, clamda (n + nclin + ncnln): on exit the final
+// working set (0 free, 1 at lower, 2 at upper bound, 3 equality) and the
+// multipliers; c (ncnln), cjac (ldcj x n): the constraints and their
+// Jacobian at x; objf, objgrd: F and its gradient at x; r (ldr x n): the
+// upper triangular Cholesky factor of the quasi-Newton Hessian of the
+// Lagrangian; istate, clamda and r are read on a "Warm Start".
+// iwork (liwork >= 3n + nclin + 2 ncnln), work (lwork >= 20n without
+// general constraints, 2n^2 + 20n + 11 nclin without nonlinear ones, else
+// 2n^2 + n nclin + 2n ncnln + 20n + 11 nclin + 21 ncnln): checked, not used.
+// Options (e04uea): Major Iteration Limit (default max(50, 3(n + nclin) +
+// 10 ncnln) times ceil(D / 15)), Minor Iteration Limit, Optimality
+// Tolerance (10^-D), Nonlinear Feasibility Tolerance (10^(-D/2)),
+// Feasibility Tolerance, Infinite Bound Size, Step Limit (2), Derivative
+// Level (3; below 3 the missing derivatives by central differences with
+// interval "Central Difference Interval", default 10^(-D/3)), Verify Level
+// (>= 1: the given derivatives compared element by element with central
+// differences in the ranges of the Start/Stop Objective/Constraint Check At
+// Variable options), Cold Start / Warm Start.
+// IFAIL: -1 a user routine set mode < 0; 1 the optimality conditions hold
+// but not to the working precision; 2 the bounds and linear constraints
+// have no feasible point; 3 the nonlinear constraints cannot be satisfied
+// (the elastic subproblems stopped reducing the infeasibility); 4 major
+// iteration limit; 6 no lower merit value along the search direction away
+// from a solution; 7 a derivative check failed; 9 invalid input (n < 1,
+// nclin or ncnln < 0, a leading dimension too small, liwork or lwork too
+// small, bl > bu, the save arrays not initialised for E04UCA), nothing
+// changed; 11 a user routine returned an undefined value.
 TALVO_MP_OPT_API void TalvoMP_e04uca_(Integer *n, Integer *nclin, Integer *ncnln, Integer *lda, Integer *ldcj,
                                       Integer *ldr, const TalvoFloat *a, const TalvoFloat *bl, const TalvoFloat *bu,
                                       TalvoMP_e04uca_confun confun, TalvoMP_e04uca_objfun objfun, Integer *iter,
@@ -306,7 +337,12 @@ typedef void (*TalvoMP_e04usa_objfun)(Integer *mode, Integer *m, Integer *n, Int
                                       Integer *iuser, TalvoFloat *ruser);
 
 // e04usa: minimum of 1/2 sum (y_i - f_i(x))^2 subject to the constraints
-// of e04uca.
+// of e04uca, on the same SQP iteration (optimization/sqp_least_squares.cpp)
+// with the gradient -J'(y - f) and the quasi-Newton Hessian started from the
+// Gauss-Newton matrix J'J at the start point.  f (m), fjac (ldfj x n): the
+// functions and their Jacobian at x.  lwork: e04uca's size plus m (n + 3);
+// liwork as e04uca's.  Options by e04ura; IFAIL as e04uca's (9 also for
+// m < 1, ldfj < m, arrays not initialised for E04USA).
 TALVO_MP_OPT_API void TalvoMP_e04usa_(Integer *m, Integer *n, Integer *nclin, Integer *ncnln, Integer *lda,
                                       Integer *ldcj, Integer *ldfj, Integer *ldr, const TalvoFloat *a,
                                       const TalvoFloat *bl, const TalvoFloat *bu, const TalvoFloat *y,
