@@ -1,0 +1,165 @@
+// bench_sqp.cpp -- the SQP solver e04uca on the Hock-Schittkowski problems
+// of tests/numerics/hs_problems.hpp:
+//   1. at Digits 15, major iterations and objective evaluations side by
+//      side with SciPy's SLSQP in double precision from the same starts with
+//      exact derivatives (bench/sqp_scipy.py, run from here, at SciPy's
+//      default ftol 1e-6 and at 1e-12), and the error of our optimal value;
+//   2. the time per solve at Digits 15, 50 and 100.
+// Usage: bench_sqp [path of sqp_scipy.py]
+#include "../tests/numerics/hs_problems.hpp"
+#include "talvo_mp.h"
+#include "timing.hpp"
+
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace hs;
+
+const Hs *g_p = nullptr;
+long g_calls = 0;
+
+void ObjFun(Integer *mode, Integer *n, const TalvoFloat *x, TalvoFloat *objf, TalvoFloat *objgrd, Integer *, Integer *,
+            TalvoFloat *)
+{
+    ++g_calls;
+    Vec g(static_cast<size_t>(*n));
+    *objf = g_p->f(x, g.data());
+    if (*mode != 0)
+        for (Integer j = 0; j < *n; ++j)
+            objgrd[j] = g[size_t(j)];
+}
+
+void ConFun(Integer *mode, Integer *ncnln, Integer *n, Integer *ldcj, const Integer *, const TalvoFloat *x,
+            TalvoFloat *c, TalvoFloat *cjac, Integer *, Integer *, TalvoFloat *)
+{
+    std::vector<Vec> J(static_cast<size_t>(*ncnln));
+    g_p->c(x, c, J);
+    if (*mode != 0)
+        for (Integer i = 0; i < *ncnln; ++i)
+            for (Integer j = 0; j < *n; ++j)
+                cjac[i + j * *ldcj] = J[size_t(i)][size_t(j)];
+}
+
+struct Outcome {
+    Integer ifail = 0, iter = 0;
+    long calls = 0;
+    TalvoFloat f;
+};
+
+Outcome Solve(const Hs &p)
+{
+    g_p = &p;
+    g_calls = 0;
+    std::vector<Integer> lwsav(kTalvoOptLwsav), iwsav(kTalvoOptIwsav);
+    Vec rwsav(kTalvoOptRwsav);
+    Integer l1 = kTalvoOptLwsav, l2 = kTalvoOptIwsav, l3 = kTalvoOptRwsav, ifail = 0;
+    TalvoMP_e04wbf_("E04UCA", nullptr, nullptr, lwsav.data(), &l1, iwsav.data(), &l2, rwsav.data(), &l3, &ifail, 6,
+                    0);
+    Integer n = p.n, nclin = Integer(p.A.size()), ncnln = p.ncnln;
+    Integer lda = std::max<Integer>(1, nclin), ldcj = std::max<Integer>(1, ncnln), ldr = n;
+    const long nt = n + nclin + ncnln;
+    Vec a(static_cast<size_t>(lda * n)), bl(static_cast<size_t>(nt)), bu(static_cast<size_t>(nt));
+    for (Integer i = 0; i < nclin; ++i)
+        for (Integer j = 0; j < n; ++j)
+            a[size_t(i + j * lda)] = TalvoFloat(p.A[size_t(i)][size_t(j)]);
+    for (long k = 0; k < nt; ++k) {
+        bl[size_t(k)] = TalvoFloat(p.bl[size_t(k)]);
+        bu[size_t(k)] = TalvoFloat(p.bu[size_t(k)]);
+    }
+    Vec x(static_cast<size_t>(n)), c(static_cast<size_t>(ldcj)), cjac(static_cast<size_t>(ldcj * n));
+    Vec clamda(static_cast<size_t>(nt)), objgrd(static_cast<size_t>(n)), r(static_cast<size_t>(n * n));
+    for (Integer j = 0; j < n; ++j)
+        x[size_t(j)] = TalvoFloat(p.x0[size_t(j)]);
+    std::vector<Integer> istate(static_cast<size_t>(nt));
+    Integer liwork = 3 * n + nclin + 2 * ncnln;
+    Integer lwork = 2 * n * n + n * nclin + 2 * n * ncnln + 20 * n + 11 * nclin + 21 * ncnln;
+    std::vector<Integer> iwork(static_cast<size_t>(liwork));
+    Vec work(static_cast<size_t>(lwork));
+    Outcome o;
+    TalvoMP_e04uca_(&n, &nclin, &ncnln, &lda, &ldcj, &ldr, a.data(), bl.data(), bu.data(), ConFun, ObjFun, &o.iter,
+                    istate.data(), c.data(), cjac.data(), clamda.data(), &o.f, objgrd.data(), r.data(), x.data(),
+                    iwork.data(), &liwork, work.data(), &lwork, nullptr, nullptr, lwsav.data(), iwsav.data(),
+                    rwsav.data(), &o.ifail);
+    o.calls = g_calls;
+    return o;
+}
+
+struct Peer {
+    long nit = -1, nfev = -1, njev = -1;
+    double f = 0;
+    int status = -1;
+};
+
+std::map<std::string, Peer> RunScipy(const std::string &script, const char *ftol)
+{
+    std::map<std::string, Peer> out;
+    if (FILE *pipe = popen(("/usr/bin/python3 " + script + " " + ftol + " 2>/dev/null").c_str(), "r")) {
+        char id[32];
+        Peer p;
+        while (std::fscanf(pipe, "%31s %ld %ld %ld %lf %d", id, &p.nit, &p.nfev, &p.njev, &p.f, &p.status) == 6)
+            out[id] = p;
+        pclose(pipe);
+    }
+    return out;
+}
+
+// The optimal values (tests/numerics/data/sqp/hock_schittkowski.tsv).
+const std::map<std::string, const char *> kOptimum = {
+    {"HS6", "0"}, {"HS7", "-1.732050807568877293527446341505872366942805253810380628"}, {"HS10", "-1"},
+    {"HS15", "306.5"}, {"HS21", "-99.96"}, {"HS28", "0"}, {"HS35", "0.1111111111111111111111111111111111111"},
+    {"HS39", "-1"}, {"HS43", "-44"}, {"HS76", "-4.681818181818181818181818181818181818181818"},
+    {"HS4", "2.666666666666666666666666666666666666666666"},
+    {"HS5", "-1.913222954981036392917937631846103811537125760030225588"},
+    {"HS65", "0.9535288568047828363268439"}, {"HS71", "17.01401728915630155101519"},
+    {"HS100", "680.6300573744021489538013"}};
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const std::string script = argc > 1 ? argv[1] : "bench/sqp_scipy.py";
+    const auto loose = RunScipy(script, "1e-6"), tight = RunScipy(script, "1e-12");
+    if (loose.empty())
+        std::printf("(SciPy not run: %s not found or SciPy missing)\n", script.c_str());
+    talvo_float_set_digits(15);
+    std::printf("Digits 15: e04uca against SLSQP (double, exact derivatives; ftol 1e-6 / 1e-12)\n");
+    std::printf("%-6s %5s %6s %9s | %12s %12s | %s\n", "", "iter", "evals", "rel.err", "SLSQP nit", "SLSQP nfev",
+                "ours <= SLSQP(1e-6) in iter, evals");
+    int fewer_iter = 0, fewer_evals = 0, count = 0;
+    for (const Hs &p : Problems()) {
+        const Outcome o = Solve(p);
+        const TalvoFloat want = Parse(kOptimum.at(p.id));
+        const TalvoFloat scale = fabs(want) > TalvoFloat(1.0) ? fabs(want) : TalvoFloat(1.0);
+        const double err = (fabs(o.f - want) / scale).to_double();
+        const Peer a = loose.count(p.id) ? loose.at(p.id) : Peer{};
+        const Peer b = tight.count(p.id) ? tight.at(p.id) : Peer{};
+        const bool it_ok = a.nit >= 0 && o.iter <= a.nit, ev_ok = a.nfev >= 0 && o.calls <= a.nfev;
+        fewer_iter += it_ok;
+        fewer_evals += ev_ok;
+        ++count;
+        std::printf("%-6s %5ld %6ld %9.1e | %5ld /%5ld %5ld /%5ld | %s %s%s\n", p.id.c_str(), long(o.iter), o.calls,
+                    err, a.nit, b.nit, a.nfev, b.nfev, it_ok ? "yes" : "no ", ev_ok ? "yes" : "no ",
+                    o.ifail != 0 ? (" (ifail " + std::to_string(o.ifail) + ")").c_str() : "");
+    }
+    std::printf("no more iterations than SLSQP(1e-6) on %d of %d, no more evaluations on %d of %d\n", fewer_iter,
+                count, fewer_evals, count);
+
+    std::printf("\nTime per solve (ms) at Digits 15, 50, 100\n%-6s %9s %9s %9s\n", "", "15", "50", "100");
+    for (const Hs &p : Problems()) {
+        std::printf("%-6s", p.id.c_str());
+        for (long d : {15L, 50L, 100L}) {
+            talvo_float_set_digits(d);
+            Outcome o;
+            const double s = bench::BestSeconds([&] { o = Solve(p); });
+            std::printf(" %9.2f%s", s * 1e3, o.ifail != 0 ? "*" : " ");
+        }
+        std::printf("\n");
+    }
+    std::printf("(* the solve ended with a nonzero indicator)\n");
+    return 0;
+}
