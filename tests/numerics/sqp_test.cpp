@@ -99,7 +99,6 @@ struct SaveArrays {
         TalvoMP_e04wbf_(name, nullptr, nullptr, lwsav.data(), &l1, iwsav.data(), &l2, rwsav.data(), &l3, &ifail,
                         int(std::strlen(name)), 0);
         EXPECT_EQ(ifail, 0);
-        if (iwsav[saved::kDerivLevel] == 0) iwsav[saved::kDerivLevel] = 3; // TEMP until the setters merge
     }
 };
 

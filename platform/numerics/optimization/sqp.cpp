@@ -664,8 +664,8 @@ public:
         const TalvoFloat tol = pow(eps(), TalvoFloat(1.0 / 3.0));
         Vec xt = x;
         for (Integer j = 0; j < n; ++j) {
-            const bool check_obj = obj_derivs && j + 1 >= check_start && (check_stop < 0 || j + 1 <= check_stop);
-            const bool check_con = con_derivs && ncnln > 0 && j + 1 >= con_start && (con_stop < 0 || j + 1 <= con_stop);
+            const bool check_obj = obj_derivs && level != 2 && j + 1 >= check_start && (check_stop < 0 || j + 1 <= check_stop);
+            const bool check_con = con_derivs && level >= 2 && ncnln > 0 && j + 1 >= con_start && (con_stop < 0 || j + 1 <= con_stop);
             if (!check_obj && !check_con)
                 continue;
             const TalvoFloat h = CentralStep(x[size_t(j)], interval);
