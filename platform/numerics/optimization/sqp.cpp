@@ -10,7 +10,7 @@
 //         minimise g'p + 1/2 p'R'Rp
 //         subject to  bl - x <= p <= bu - x,  bl - Ax <= A p <= bu - Ax,
 //                     bl - c <= J p <= bu - c
-//     by the active-set engine (active_set.hpp, type QP3 with the factor
+//     by the active-set engine (active_set.hpp, type QP4 with the factor
 //     R), warm-started from the working set of the previous iteration.
 //   * When the linearised nonlinear constraints have no feasible point the
 //     subproblem is solved in elastic form: J p - v + w in the bounds,
@@ -267,7 +267,7 @@ Integer Solve(const Problem &p, Model &model, const Settings &set, State &s)
         }
 
         qp::Problem sub;
-        sub.type = qp::Type::QP3;
+        sub.type = qp::Type::QP4;
         sub.n = n;
         sub.nclin = rows;
         sub.C = Cmat.data();
