@@ -153,8 +153,10 @@ TEST(NonlinearProgrammingWrappers, TablesTooShortAreRefused)
 {
     arrays();
     std::vector<std::string> args = Wrappers()[0].args;
+    // The size check names the position itself (only the type check's fixed
+    // text names 23).
     args[24] = "Array(1..72)"; // work of lwork = 73 elements
-    EXPECT_EQ(array_result(sw_e04uca, Join(args)), "Error: args[23] must be a rtable of at least 73 elements");
+    EXPECT_EQ(array_result(sw_e04uca, Join(args)), "Error: args[25] must be a rtable of at least 73 elements");
     args = Wrappers()[0].args;
     args[7] = "Array(1..2)"; // bl needs n + nclin + ncnln = 3
     EXPECT_EQ(array_result(sw_e04uca, Join(args)), "Error: args[8] must be a rtable of at least 3 elements");
@@ -219,7 +221,7 @@ TEST(NonlinearProgrammingWrappers, ProceduresThatMisbehave)
     arrays();
     std::vector<std::string> args = Wrappers()[0].args;
     args[9] = "proc(x, c) error \"no constraint at %1\", x[1] end proc";
-    EXPECT_EQ(array_result(sw_e04uca, Join(args)), "Error: no constraint at 2");
+    EXPECT_EQ(array_result(sw_e04uca, Join(args)), "Error: no constraint at 2.");
     // The slots are free again.
     eval("x := Array(1..2, [2, 2])");
     EXPECT_EQ(array_result(sw_e04uca, Join(Wrappers()[0].args)), "0");
