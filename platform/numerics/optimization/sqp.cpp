@@ -46,9 +46,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
-#include <cstdio>
-#include <mpfr.h>
 
 using namespace talvo::opt;
 using namespace talvo::opt::saved;
@@ -370,8 +367,6 @@ Integer Solve(const Problem &p, Model &model, const Settings &set, State &s)
             break;
         }
 
-        if (std::getenv("SQP_TRACE")) // TEMP
-            mpfr_fprintf(stderr, "it %ld f %.25Rg p %.3Rg viol %.3Rg el %d near %d conv %d inform %d\n", iter, s.f.mpfr(), pnorm.mpfr(), viol.mpfr(), int(elastic), int(near), int(converged), res.inform);
         // The merit function along (p, mu - lambda, q).
         Vec mu(static_cast<size_t>(nn)), r(static_cast<size_t>(nn)), ds(static_cast<size_t>(nn));
         for (long i = 0; i < nn; ++i) {
