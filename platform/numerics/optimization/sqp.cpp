@@ -146,6 +146,7 @@ Integer Solve(const Problem &p, Model &model, const Settings &set, State &s)
     const TalvoFloat cube_r = pow(set.opt_tol, TalvoFloat(1.0 / 3.0));
     const TalvoFloat tight_r = pow(set.opt_tol, TalvoFloat(0.75));
     Vec &x = s.x;
+    const bool trial_derivs = model.derivatives_given();
 
     auto has_lower = [&](long k) { return p.bl[k] > -big; };
     auto has_upper = [&](long k) { return p.bu[k] < big; };
@@ -425,7 +426,11 @@ Integer Solve(const Problem &p, Model &model, const Settings &set, State &s)
         for (int tries = 0; tries < 200 && pnorm > zero; ++tries) {
             for (long j = 0; j < n; ++j)
                 xt[size_t(j)] = x[size_t(j)] + alpha * step[size_t(j)];
-            ev = model.evaluate(xt, false, ft, gt, ct, Jt);
+            // With the user's derivatives a trial point is evaluated with
+            // them (one call per point: the accepted point needs no second
+            // call); with differences the values alone, the differences
+            // once the point is accepted.
+            ev = model.evaluate(xt, trial_derivs, ft, gt, ct, Jt);
             if (ev == Eval::Stop)
                 return kUserStop;
             if (ev == Eval::Undefined)
@@ -474,11 +479,18 @@ Integer Solve(const Problem &p, Model &model, const Settings &set, State &s)
         const Vec gold = s.g, Jold = s.J;
         x = xt;
         lambda = lt;
-        ev = model.evaluate(x, true, s.f, s.g, s.c, s.J);
-        if (ev == Eval::Stop)
-            return kUserStop;
-        if (ev != Eval::Ok)
-            return kUndefinedValue;
+        if (trial_derivs) {
+            s.f = ft;
+            s.g = gt;
+            s.c = ct;
+            s.J = Jt;
+        } else {
+            ev = model.evaluate(x, true, s.f, s.g, s.c, s.J);
+            if (ev == Eval::Stop)
+                return kUserStop;
+            if (ev != Eval::Ok)
+                return kUndefinedValue;
+        }
         ++iter;
 
         // BFGS of the Lagrangian with Powell's modification.
@@ -647,6 +659,8 @@ public:
         }
         return Eval::Ok;
     }
+
+    bool derivatives_given() const override { return obj_derivs && con_derivs; }
 
     bool verify(const Vec &x, long level) override
     {

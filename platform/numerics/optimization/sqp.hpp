@@ -25,6 +25,8 @@ public:
     // Verify Level: compares the derivatives the user gives with
     // differences at x; false when they disagree.
     virtual bool verify(const Vec &x, long level) = 0;
+    // True when the user gives every derivative (no differences).
+    virtual bool derivatives_given() const = 0;
 };
 
 struct Problem {

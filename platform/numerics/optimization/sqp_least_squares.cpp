@@ -27,7 +27,10 @@ public:
     TalvoFloat interval;
     long check_start = 1, check_stop = -1, con_start = 1, con_stop = -1;
     Integer nstate = 1;
-    Vec f, fjac; // at the last point evaluated with derivatives (fjac m x n)
+    struct Point {
+        Vec x, f, fjac; // fjac m x n
+    };
+    std::vector<Point> recent;
 
     // The m functions (and their Jacobian, m x n with leading dimension m).
     Eval functions(const Vec &x, bool jac, Vec &fv, Vec &fj)
@@ -150,10 +153,15 @@ public:
                 s -= fj[size_t(i + j * m)] * (y[i] - fv[size_t(i)]);
             g[size_t(j)] = s;
         }
-        f = fv;
-        fjac = fj;
+        // Kept for the outputs f and fjac: the point the iteration ends at
+        // is one of the last few evaluated with derivatives.
+        recent.push_back({x, fv, fj});
+        if (recent.size() > 4)
+            recent.erase(recent.begin());
         return Eval::Ok;
     }
+
+    bool derivatives_given() const override { return obj_derivs && con_derivs; }
 
     bool verify(const Vec &x, long level) override
     {
@@ -282,7 +290,7 @@ void TalvoMP_e04usa_(Integer *m_, Integer *n_, Integer *nclin_, Integer *ncnln_,
                 for (Integer j = 0; j < n; ++j) {
                     TalvoFloat h(0.0);
                     for (Integer k = 0; k < m; ++k)
-                        h += model.fjac[size_t(k + i * m)] * model.fjac[size_t(k + j * m)];
+                        h += model.recent.back().fjac[size_t(k + i * m)] * model.recent.back().fjac[size_t(k + j * m)];
                     H[size_t(i + j * n)] = h;
                     if (i == j)
                         dmax = fmax(dmax, h);
@@ -313,12 +321,19 @@ void TalvoMP_e04usa_(Integer *m_, Integer *n_, Integer *nclin_, Integer *ncnln_,
             for (Integer j = 0; j < n; ++j)
                 cjac[i + j * ldcj] = s.J[size_t(i + j * ncnln)];
         }
-        if (model.f.size() == size_t(m))
+        for (auto it = model.recent.rbegin(); it != model.recent.rend(); ++it) {
+            bool same = true;
+            for (Integer j = 0; j < n && same; ++j)
+                same = it->x[size_t(j)] == s.x[size_t(j)];
+            if (!same)
+                continue;
             for (Integer i = 0; i < m; ++i) {
-                f[i] = model.f[size_t(i)];
+                f[i] = it->f[size_t(i)];
                 for (Integer j = 0; j < n; ++j)
-                    fjac[i + j * ldfj] = model.fjac[size_t(i + j * m)];
+                    fjac[i + j * ldfj] = it->fjac[size_t(i + j * m)];
             }
+            break;
+        }
     }
     if (s.istate.size() == size_t(nt))
         std::copy(s.istate.begin(), s.istate.end(), istate);
