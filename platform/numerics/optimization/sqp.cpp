@@ -126,6 +126,7 @@ Settings ReadSettings(const Integer *iwsav, const TalvoFloat *rwsav, long n, lon
     st.minor_limit = iwsav[kMinorIterLimit] > 0 ? long(iwsav[kMinorIterLimit]) : -1;
     st.verify = long(iwsav[kVerify]);
     st.warm = iwsav[kWarmStart] != 0;
+    st.scale_first = !st.warm;
     st.opt_tol = tol_or(rwsav[kOptTol], e);
     st.nonlin_feas_tol = tol_or(rwsav[kNonlinFeasTol], sqrt(e));
     st.feas_tol = rwsav[kFeasTol] > zero ? rwsav[kFeasTol] : zero;
@@ -501,6 +502,18 @@ Integer Solve(const Problem &p, Model &model, const Settings &set, State &s)
             for (long i = 0; i < nn; ++i)
                 yj -= (s.J[size_t(i + j * nn)] - Jold[size_t(i + j * nn)]) * lambda[size_t(i)];
             y[size_t(j)] = yj;
+        }
+        if (iter == 1 && set.scale_first) {
+            // The identity of a cold start scaled to the curvature seen
+            // along the first step, H0 = (y's / s's) I (Shanno and Phua
+            // 1978), before the first update.
+            const TalvoFloat ss = dot(sv, sv), ys = dot(sv, y);
+            if (ss > zero && ys > zero) {
+                const TalvoFloat d = sqrt(ys / ss);
+                for (long j = 0; j < n; ++j)
+                    for (long i = 0; i < n; ++i)
+                        s.R[size_t(i + j * n)] = i == j ? d : zero;
+            }
         }
         const Vec Hs = TimesRt(s.R, n, TimesR(s.R, n, sv));
         const TalvoFloat sHs = dot(sv, Hs);

@@ -42,6 +42,7 @@ struct Settings {
     long minor_limit = -1;
     long verify = 0;
     bool warm = false;
+    bool scale_first = false; // rescale the identity at the first update
     TalvoFloat opt_tol, nonlin_feas_tol, feas_tol, minor_opt_tol, bigbnd, step_limit;
 };
 Settings ReadSettings(const Integer *iwsav, const TalvoFloat *rwsav, long n, long nclin, long ncnln);

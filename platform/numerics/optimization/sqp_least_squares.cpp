@@ -250,7 +250,8 @@ void TalvoMP_e04usa_(Integer *m_, Integer *n_, Integer *nclin_, Integer *ncnln_,
     model.ruser = ruser;
     sqp::ReadDerivativeOptions(iwsav, rwsav, model.obj_derivs, model.con_derivs, model.interval, model.check_start,
                                model.check_stop, model.con_start, model.con_stop);
-    const sqp::Settings set = sqp::ReadSettings(iwsav, rwsav, long(n), long(nclin), long(ncnln));
+    sqp::Settings set = sqp::ReadSettings(iwsav, rwsav, long(n), long(nclin), long(ncnln));
+    set.scale_first = false; // the Gauss-Newton start has its own scale
     sqp::Problem p;
     p.n = n;
     p.nclin = nclin;
