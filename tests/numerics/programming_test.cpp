@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cctype>
 #include <chrono>
 #include <cstdio>
 #include <fstream>
@@ -588,6 +589,87 @@ TEST(ProgrammingQp, NonconvexThroughE04nfaGivesALocalMinimiser)
     EXPECT_TRUE(RelErr(x[0], TalvoFloat(1.0)) < Pow10(-28));
     EXPECT_TRUE(RelErr(x[1], TalvoFloat(1.0)) < Pow10(-28));
     EXPECT_TRUE(RelErr(obj, TalvoFloat(-1.0)) < Pow10(-28));
+}
+
+// The Hock-Schittkowski problems with a quadratic objective and linear
+// constraints (data/hock_schittkowski/qp.tsv, from
+// scripts/reference/hs_qp.py) by e04nca as QP2: the optimal value to
+// Digits - 2 digits where it is exact, else to the digits published.
+TEST(ProgrammingQp, HockSchittkowskiQuadraticPrograms)
+{
+    for (long digits : {30L, 50L}) {
+        DigitsScope scope(digits);
+        const TalvoFloat big(1e20);
+        std::ifstream in(std::string(TALVO_NUMERICS_DATA) + "/hock_schittkowski/qp.tsv");
+        ASSERT_TRUE(in.good());
+        std::string line;
+        std::vector<std::vector<std::string>> block;
+        auto value = [&](const std::string &t, const TalvoFloat &inf) { return t == "inf" ? inf : Fraction(t); };
+        auto solve_block = [&]() {
+            if (block.empty())
+                return;
+            const std::string name = block[0][1];
+            const long n = std::stol(block[0][2]), nclin = std::stol(block[0][3]);
+            std::vector<TalvoFloat> H(size_t(n * n)), cvec(static_cast<size_t>(n)), C(static_cast<size_t>(std::max(1L, nclin) * n)), bl, bu;
+            TalvoFloat constant;
+            std::vector<TalvoFloat> cl, cu;
+            std::string fstar;
+            long hrow = 0, crow = 0;
+            for (size_t k = 1; k < block.size(); ++k) {
+                const auto &f = block[k];
+                if (f[0] == "H") {
+                    for (long j = 0; j < n; ++j)
+                        H[size_t(hrow + j * n)] = Fraction(f[size_t(j + 1)]);
+                    ++hrow;
+                } else if (f[0] == "c") {
+                    for (long j = 0; j < n; ++j)
+                        cvec[size_t(j)] = Fraction(f[size_t(j + 1)]);
+                    constant = Fraction(f[size_t(n + 1)]);
+                } else if (f[0] == "con") {
+                    for (long j = 0; j < n; ++j)
+                        C[size_t(crow + j * nclin)] = Fraction(f[size_t(j + 1)]);
+                    cl.push_back(value(f[size_t(n + 1)], -big));
+                    cu.push_back(value(f[size_t(n + 2)], big));
+                    ++crow;
+                } else if (f[0] == "bounds") {
+                    for (long j = 0; j < n; ++j)
+                        bl.push_back(value(f[size_t(j + 1)], -big));
+                    for (long j = 0; j < n; ++j)
+                        bu.push_back(value(f[size_t(n + j + 1)], big));
+                } else if (f[0] == "fstar") {
+                    fstar = f[1];
+                }
+            }
+            bl.insert(bl.end(), cl.begin(), cl.end());
+            bu.insert(bu.end(), cu.begin(), cu.end());
+            const NcaRun r = SolveNca("Problem Type QP2", n, n, nclin, C, bl, bu, cvec, H, {});
+            ASSERT_EQ(r.ifail, 0) << name;
+            const TalvoFloat obj = r.obj + constant;
+            // Exact (a fraction or few digits) or published to some digits.
+            long sig = 0;
+            for (char ch : fstar)
+                sig += std::isdigit(static_cast<unsigned char>(ch)) ? 1 : 0;
+            const bool exact = fstar.find('/') != std::string::npos || sig < 9;
+            const TalvoFloat want = Fraction(fstar);
+            const TalvoFloat tol = exact ? Pow10(-(digits - 2)) : Pow10(-(sig - 1));
+            const TalvoFloat err = want == TalvoFloat(0.0) ? fabs(obj) : RelErr(obj, want);
+            EXPECT_TRUE(err < tol) << name << " at " << digits << ": " << talvo_float_to_string(obj.handle(), digits)
+                                   << " vs " << fstar;
+            block.clear();
+        };
+        while (std::getline(in, line)) {
+            if (line.empty() || line[0] == '#')
+                continue;
+            std::vector<std::string> f;
+            std::stringstream ss(line);
+            for (std::string t; std::getline(ss, t, '\t');)
+                f.push_back(t);
+            if (f[0] == "problem")
+                solve_block();
+            block.push_back(f);
+        }
+        solve_block();
+    }
 }
 
 } // namespace
