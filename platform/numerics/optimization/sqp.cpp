@@ -32,6 +32,15 @@
 //     refactorisation cannot lose definiteness by rounding as a product
 //     update can).
 //
+// Options the setters accept that this method does not use: "Hessian"
+// (R on exit is always the factor of the quasi-Newton Hessian of the full
+// Lagrangian), "Function Precision", "Linesearch Tolerance" (the search
+// asks for sufficient decrease only), "Difference Interval" (differences are
+// central, whose error suits a multiprecision result), the print levels.
+// "Verify Level" 0 makes no check (levels 1, 2, 3 compare element by
+// element); "Derivative Level" below 3 replaces the whole gradient or
+// Jacobian the user does not give by central differences.
+//
 // Convergence.  With r the optimality tolerance (default eps = 10^-D), the
 // iteration stops after the step that follows a subproblem whose solution
 // p has |p| <= r^(3/4) (1 + |x|) while the nonlinear constraints are
