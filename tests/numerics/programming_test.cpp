@@ -319,6 +319,9 @@ TEST(ProgrammingNetlib, Afiro)
 {
     CheckNetlib("afiro", 30);
     CheckNetlib("afiro", 50);
+    // Tolerances far below the range of a double.
+    CheckNetlib("afiro", 400);
+    CheckNetlib("sc50a", 1000);
 }
 
 TEST(ProgrammingNetlib, Sc50aSc50bSc105)
