@@ -80,6 +80,16 @@ TEST(Eval, SeqAddMul)
     EXPECT_EQ(error_of("seq(i, i = 1..10^15);"), "(in seq) too many iterations: 1000000000000000");
 }
 
+TEST(Eval, OpOfOneOperandIsThatOperand)
+{
+    // A sequence of one value is the value: it compares equal to it.
+    EXPECT_EQ(show("evalb(op([\"ILU\"]) = \"ILU\");"), "true");
+    EXPECT_EQ(show("q := proc() local p; p := op([\"ILU\"]); evalb(p = \"ILU\") end proc: q();"), "true");
+    EXPECT_EQ(show("evalb(op(2..2, [1, 2, 3]) = 2);"), "true");
+    EXPECT_EQ(show("[op([5])], nops([op([5])]), [op(2..3, [1, 2, 3])];"), "[5], 1, [2, 3]");
+    EXPECT_EQ(show("[op([])];"), "[]");
+}
+
 TEST(Eval, ListsTablesIndexing)
 {
     EXPECT_EQ(show("L := [10, 20, 30]: L[2], L[-1], nops(L);"), "20, 30, 3");
