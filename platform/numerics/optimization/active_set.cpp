@@ -978,7 +978,13 @@ Result Engine::run(TalvoFloat *x, TalvoFloat *ax, TalvoFloat *clamda)
         Num amax(prec_);
         if (newton)
             mpfr_set_ui(amax, 1, MPFR_RNDN);
-        std::vector<long> cand;
+        std::vector<long> cand, brk;
+        std::vector<char> far(size_t(mt_), 0);
+        // Phase 1 steps past the points where violated constraints become
+        // satisfied while the sum of infeasibilities still decreases (its
+        // slope rises by |a'p| at each); the bounds of satisfied
+        // constraints, and the far bound of a violated one, stay hard.
+        const bool long_step = phase == 1 && !newton && !bland;
         for (long i = 0; i < mt_; ++i) {
             if (where_[size_t(i)] >= 0)
                 continue;
@@ -994,6 +1000,24 @@ Result Engine::run(TalvoFloat *x, TalvoFloat *ax, TalvoFloat *clamda)
             const Real below = dbl(t1_);
             mpfr_sub(t1_, resid_[i], bu_[i], MPFR_RNDN);
             const Real above = dbl(t1_);
+            if (long_step && ((api < 0 && has_up_[size_t(i)] && above > tl) ||
+                              (api > 0 && has_lo_[size_t(i)] && below > tl))) {
+                brk.push_back(i);
+                far[size_t(i)] = 1;
+                mpfr_srcptr fb = api < 0 ? static_cast<mpfr_srcptr>(bl_[i]) : static_cast<mpfr_srcptr>(bu_[i]);
+                if (!(api < 0 ? has_lo_[size_t(i)] : has_up_[size_t(i)]))
+                    continue;
+                // (far bound - r + tol sign) / a'p
+                mpfr_sub(step_r, fb, resid_[i], MPFR_RNDN);
+                add_ld(step_r, api < 0 ? -tl : tl);
+                mpfr_div(step_r, step_r, ap_[i], MPFR_RNDN);
+                cand.push_back(i);
+                if (!have_max || mpfr_less_p(step_r, amax)) {
+                    mpfr_set(amax, step_r, MPFR_RNDN);
+                    have_max = true;
+                }
+                continue;
+            }
             if (api < 0) {
                 if (has_up_[size_t(i)] && above > tl) {
                     // violated above, moving down: feasible at u
@@ -1045,7 +1069,9 @@ Result Engine::run(TalvoFloat *x, TalvoFloat *ax, TalvoFloat *clamda)
             const Real above = dbl(t1_);
             const Real tl = tol_[size_t(i)];
             int k = 0;
-            if (api < 0)
+            if (far[size_t(i)])
+                k = api < 0 ? kLowerB : kUpperB;
+            else if (api < 0)
                 k = (has_up_[size_t(i)] && above > tl) ? kUpperB : kLowerB;
             else
                 k = (has_lo_[size_t(i)] && below > tl) ? kLowerB : kUpperB;
@@ -1071,6 +1097,43 @@ Result Engine::run(TalvoFloat *x, TalvoFloat *ax, TalvoFloat *clamda)
                 hit_kind = k;
                 best_piv = piv;
                 mpfr_set(best, step, MPFR_RNDN);
+            }
+        }
+        if (long_step && !brk.empty()) {
+            // The breakpoints in order, up to the first hard limit.
+            Vector bstep(long(brk.size()), prec_);
+            for (size_t k = 0; k < brk.size(); ++k) {
+                const long i = brk[k];
+                mpfr_srcptr bound = dbl(ap_[i]) < 0 ? static_cast<mpfr_srcptr>(bu_[i]) : static_cast<mpfr_srcptr>(bl_[i]);
+                mpfr_sub(bstep[long(k)], bound, resid_[i], MPFR_RNDN);
+                mpfr_div(bstep[long(k)], bstep[long(k)], ap_[i], MPFR_RNDN);
+                if (sgn(bstep[long(k)]) < 0)
+                    mpfr_set_zero(bstep[long(k)], 1);
+            }
+            std::vector<long> order(brk.size());
+            for (size_t k = 0; k < order.size(); ++k)
+                order[k] = long(k);
+            std::sort(order.begin(), order.end(),
+                      [&](long u, long v) { return mpfr_less_p(bstep[u], bstep[v]) || (mpfr_equal_p(bstep[u], bstep[v]) && brk[size_t(u)] < brk[size_t(v)]); });
+            Num slope(prec_);
+            for (long r = 0; r < n_; ++r)
+                mpfr_fma(slope, g_[r], pdir_[r], slope, MPFR_RNDN);
+            long chosen = -1;
+            for (long k : order) {
+                if (hit >= 0 && !mpfr_less_p(bstep[k], best))
+                    break;
+                if (hit < 0 && have_max && mpfr_greater_p(bstep[k], amax))
+                    break;
+                chosen = k;
+                mpfr_abs(t1_, ap_[brk[size_t(k)]], MPFR_RNDN);
+                mpfr_add(slope, slope, t1_, MPFR_RNDN);
+                if (sgn(slope) >= 0)
+                    break;
+            }
+            if (chosen >= 0 && (sgn(slope) >= 0 || hit < 0)) {
+                hit = brk[size_t(chosen)];
+                hit_kind = dbl(ap_[hit]) < 0 ? kUpperB : kLowerB;
+                mpfr_set(best, bstep[chosen], MPFR_RNDN);
             }
         }
         if (hit >= 0 && newton && !mpfr_less_p(best, alpha))
