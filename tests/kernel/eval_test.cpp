@@ -90,6 +90,18 @@ TEST(Eval, OpOfOneOperandIsThatOperand)
     EXPECT_EQ(show("[op([])];"), "[]");
 }
 
+TEST(Eval, ErrorsNameTheProcedureCalledThroughAParameter)
+{
+    // Called through a parameter, a procedure is named by the global name
+    // it was first assigned to; an anonymous one by its caller.
+    EXPECT_EQ(error_of("h := proc(x) error \"boom\" end proc: k := proc(f) f(1) end proc: k(h);"), "(in h) boom");
+    EXPECT_EQ(error_of("h2 := proc(x) error \"boom\" end proc: h3 := h2: k := proc(f) f(1) end proc: k(h3);"),
+              "(in h2) boom");
+    EXPECT_EQ(error_of("k := proc(f) f(1) end proc: k(proc(x) error \"anon\" end proc);"), "(in k) anon");
+    EXPECT_EQ(error_of("_hidden := proc(x) error \"private\" end proc: k := proc(f) f(1) end proc: k(_hidden);"),
+              "(in k) private");
+}
+
 TEST(Eval, ListsTablesIndexing)
 {
     EXPECT_EQ(show("L := [10, 20, 30]: L[2], L[-1], nops(L);"), "20, 30, 3");
