@@ -88,4 +88,13 @@ void ObjectiveTrampoline(Integer *mode, Integer *n, const TalvoFloat *x, TalvoFl
         CallToFill(s.gradient, objgrd, long(*n), "the gradient procedure");
 }
 
+void HessianProductTrampoline(Integer *n, Integer * /*jthcol*/, const TalvoFloat * /*h*/, Integer * /*ldh*/,
+                              const TalvoFloat *x, TalvoFloat *hx, Integer * /*iuser*/, TalvoFloat * /*ruser*/)
+{
+    TrampolineSlots &s = gTrampolineSlots;
+    CopyPoint(x, long(*n));
+    ++s.calls;
+    CallToFill(s.gradient, hx, long(*n), "the Hessian product procedure");
+}
+
 } // namespace stats::solvers

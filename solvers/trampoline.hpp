@@ -32,7 +32,7 @@ struct TrampolineSlots {
     TKernelVector kv = nullptr;
     const char *wrapper = nullptr;
     ALGEB value = nullptr;    // f(x)
-    ALGEB gradient = nullptr; // g(x, grad), or the residual procedure r(x, fvec)
+    ALGEB gradient = nullptr; // g(x, grad), the residual procedure r(x, fvec) or the Hessian product hv(x, hx)
     ALGEB monitor = nullptr;
     ALGEB x_table = nullptr; // the table the procedures receive as x
     TalvoFloat *x_work = nullptr;
@@ -69,5 +69,13 @@ void CallToFill(ALGEB proc, TalvoFloat *out, long count, const char *what);
 // gradient procedure.
 void ObjectiveTrampoline(Integer *mode, Integer *n, const TalvoFloat *x, TalvoFloat *objf, TalvoFloat *objgrd,
                          Integer *nstate, Integer *iuser, TalvoFloat *ruser);
+
+// The Hessian product of e04nfa (qphess): the point into the x work table,
+// then the procedure in the gradient slot called as hv(x, hx), filling the
+// out table with the n numbers of H x.  The routine's jthcol hint (x is a
+// unit vector) is not passed on: the procedure computes the product in every
+// case.  Each call counts in the slots' calls.
+void HessianProductTrampoline(Integer *n, Integer *jthcol, const TalvoFloat *h, Integer *ldh, const TalvoFloat *x,
+                              TalvoFloat *hx, Integer *iuser, TalvoFloat *ruser);
 
 } // namespace stats::solvers
