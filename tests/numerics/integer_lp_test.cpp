@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <numeric>
 #include <string>
@@ -496,7 +497,8 @@ TEST(IntegerLpLimits, DefaultsAreWrittenBack)
     EXPECT_EQ(o.itmax, 50);
     EXPECT_TRUE(o.bigbnd == TalvoFloat(1e20));
     EXPECT_TRUE(o.tolfes == pow(TalvoFloat(10.0), TalvoFloat(-15.0)));
-    EXPECT_TRUE(fabs(o.toliv / TalvoFloat(1e-10) - TalvoFloat(1.0)) < TalvoFloat(1e-25));
+    const TalvoFloat e10 = pow(TalvoFloat(10.0), TalvoFloat(-10.0));
+    EXPECT_TRUE(fabs(o.toliv / e10 - TalvoFloat(1.0)) < TalvoFloat(1e-25));
 }
 
 TEST(IntegerLpLimits, InvalidInputAndWorkspace)
