@@ -261,8 +261,49 @@ TALVO_MP_OPT_API void TalvoMP_e04nfa_(Integer *n, Integer *nclin, const TalvoFlo
                                       Integer *lwork, Integer *iuser, TalvoFloat *ruser, Integer *lwsav,
                                       Integer *iwsav, TalvoFloat *rwsav, Integer *ifail);
 
-// One option of e04mfa / e04nca / e04nfa / e04uca / e04usa from a string,
-// in the grammar of e04dka; inform as e04dka's.
+// One option of e04mfa (e04mha), e04nca (e04nea), e04nfa (e04nha), e04uca
+// (e04uea) or e04usa (e04ura) from a string, in the grammar of e04dka;
+// inform as e04dka's (1: the arrays were not initialised by e04wbf for that
+// routine; 2 not a keyword of that routine; 3 the value is missing or not
+// a number / not a known word; 4 out of range).  Keywords (D = "Digits",
+// eps = 10^-D; defaults in brackets, a real 0 or an integer -1 in the
+// arrays standing for the default):
+//  every setter: "Defaults", "List", "Nolist", "Print Level i" [10; kept,
+//    not used: nothing is printed], "Iteration(s) Limit i" / "Iters i" /
+//    "Itns i" (i >= 0) [LP/QP: max(50, 5(n + nclin)) times ceil(D / 15);
+//    SQP, the major limit: max(50, 3(n + nclin) + 10 ncnln)],
+//    "Optimality Tolerance r" (0 <= r < 1) [eps^0.8];
+//  e04mha, e04nea, e04nha, e04uea, e04ura: "Feasibility Tolerance r"
+//    (also "Linear Feasibility Tolerance" for SQP) [eps^(1/2)],
+//    "Infinite Bound Size r" (r > 0) [1e20], "Infinite Step Size r" (r > 0)
+//    [max(bigbnd, 1e20)], "Cold Start" / "Warm Start" [Cold; a warm start
+//    takes the working set from istate], "Crash Tolerance r" [0.01; kept,
+//    not used: the starting working set is the bounds x lies on, and the
+//    EXPAND tolerances make a crash unnecessary], "Rank Tolerance r"
+//    [100 eps; the relative size below which a diagonal of the
+//    reduced-Hessian factor counts as zero], "Expand Frequency i" (i >= 1)
+//    [5; the number of degenerate steps in a row after which the
+//    anti-cycling rule (Bland's least-index rule) takes over until a step
+//    of positive length is made];
+//  e04mha, e04nea, e04nha: "Problem Type w" [e04mfa LP (FP, LP);
+//    e04nca LS1 (FP, LP, QP1-QP4, LS1-LS4); e04nfa QP2 (QP1-QP4)];
+//  e04nha: "Maximum Degrees of Freedom i" (i >= 1) [n; a reduced Hessian
+//    of a larger dimension ends the solve with IFAIL 5];
+//  e04uea, e04ura: "Major Iteration(s) Limit i" (= "Iteration Limit"),
+//    "Minor Iteration(s) Limit i" [max(50, 3(n + nclin + ncnln))],
+//    "Major Print Level i" (= "Print Level"), "Minor Print Level i" [0;
+//    kept, not used], "Function Precision r" [eps^0.9], "Linesearch
+//    Tolerance r" / "Line Search Tolerance r" [0.9], "Step Limit r" (r > 0)
+//    [2], "Derivative Level i" (0-3) [3], "Verify Level i" (-1..3) [0],
+//    "Verify [Yes | No | Objective Gradients | Constraint Gradients |
+//    Gradients]" (levels 3, -1, 1, 2, 3), "Start / Stop Objective Check At
+//    Variable i", "Start / Stop Constraint Check At Variable i" [1, n],
+//    "Difference Interval r" [the square root of the function precision],
+//    "Central Difference Interval r" [its cube root], "Nonlinear
+//    Feasibility Tolerance r" [eps^(1/2)], "Hessian Yes / No" [No],
+//    "Minor Optimality Tolerance r" [the optimality tolerance of the QP
+//    subproblems; default eps^0.8].
+// Each word of a keyword may be shortened to three letters or more.
 TALVO_MP_OPT_API void TalvoMP_e04mha_(const char *str, Integer *lwsav, Integer *iwsav, TalvoFloat *rwsav,
                                       Integer *inform, int str_length);
 TALVO_MP_OPT_API void TalvoMP_e04nea_(const char *str, Integer *lwsav, Integer *iwsav, TalvoFloat *rwsav,

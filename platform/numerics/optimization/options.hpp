@@ -56,7 +56,24 @@ enum RoutineId : Integer { E04DGA = 1, E04MFA, E04NCA, E04NFA, E04UCA, E04USA, H
 // The "Problem Type" of e04mfa / e04nca / e04nfa.
 enum ProblemType : Integer { kFP = 1, kLP, kQP1, kQP2, kQP3, kQP4, kLS1, kLS2, kLS3, kLS4 };
 
-// Every option at its default.
-void set_defaults(Integer *lwsav, Integer *iwsav, TalvoFloat *rwsav);
+// Every option at the default of routine `routine` (slots 2 and up of
+// iwsav, every slot of lwsav and rwsav; the marker and the routine id are
+// left alone).  Tolerances whose default depends on "Digits" are stored as
+// 0 and derived when the solver runs, so that a change of "Digits" between
+// e04wbf and the solve is followed.  The defaults, with D = "Digits" and
+// eps = 10^-D (talvo_mp_optimization.h lists them per routine):
+//   iteration limits -1 (the solver's default), print levels 10 (minor 0),
+//   verify level 0, check ranges 1..n, "Cold Start", "Expand Frequency" -1,
+//   "Maximum Degrees of Freedom" -1 (n), "Derivative Level" 3 (SQP),
+//   "Hessian No", "Problem Type" LP (e04mfa, h02bbf), LS1 (e04nca), QP2
+//   (e04nfa), "Infinite Bound Size" 1e20, "Infinite Step Size" 0 (that is
+//   max(bigbnd, 1e20)), "Crash Tolerance" 0.01, "Linesearch Tolerance" 0.9,
+//   "Step Limit" 2, "Maximum Step Length" 1e20 (e04dga), every other real 0.
+void set_defaults(Integer *lwsav, Integer *iwsav, TalvoFloat *rwsav, RoutineId routine = E04DGA);
+
+// One option string for routine `routine` (the grammar of e04dka, that
+// routine's keyword table); returns the inform code of the setters.
+Integer set_option(RoutineId routine, const char *str, int str_length, Integer *lwsav, Integer *iwsav,
+                   TalvoFloat *rwsav);
 
 } // namespace talvo::opt::saved
