@@ -1,15 +1,33 @@
 // programming_test.cpp -- the linear and quadratic programming routines
 // (e04mfa, e04nca, e04nfa on the active-set engine) and the option setters
 // of the save-array solvers (e04mha, e04nea, e04nha, e04uea, e04ura).
+#include "mps_reader.hpp"
 #include "talvo_mp.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <fstream>
+#include <sstream>
 #include <cstring>
 #include <string>
 #include <vector>
 
 namespace {
+
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool kSanitized = true;
+#else
+constexpr bool kSanitized = false;
+#endif
+
+struct DigitsScope {
+    long saved;
+    explicit DigitsScope(long digits) : saved(talvo_float_digits()) { talvo_float_set_digits(digits); }
+    ~DigitsScope() { talvo_float_set_digits(saved); }
+};
 
 struct Save {
     std::vector<Integer> lwsav = std::vector<Integer>(kTalvoOptLwsav);
@@ -170,6 +188,127 @@ TEST(ProgrammingOptions, NonlinearKeywords)
         EXPECT_EQ(Set(setter, s, "Warm Start"), 0);
         EXPECT_EQ(s.iwsav[kWarmStart], 1);
     }
+}
+
+// ---------------------------------------------------------------------------
+// Linear programs through e04mfa
+// ---------------------------------------------------------------------------
+
+struct LpRun {
+    Integer ifail = -99, iter = 0;
+    TalvoFloat obj;
+    std::vector<TalvoFloat> x, ax, clamda;
+    std::vector<Integer> istate;
+};
+
+// Solves min c'x, bl <= (x, A x) <= bu (A m x n column-major) by e04mfa.
+LpRun SolveLp(long n, long m, const std::vector<TalvoFloat> &a, const std::vector<TalvoFloat> &bl,
+              const std::vector<TalvoFloat> &bu, const std::vector<TalvoFloat> &c, std::vector<const char *> options = {},
+              const std::vector<Integer> *warm_istate = nullptr, const std::vector<TalvoFloat> *x0 = nullptr)
+{
+    Save s("E04MFA");
+    for (const char *o : options)
+        EXPECT_EQ(Set(TalvoMP_e04mha_, s, o), 0) << o;
+    LpRun r;
+    Integer nn = n, nclin = m, lda = std::max(1L, m);
+    r.x = x0 ? *x0 : std::vector<TalvoFloat>(size_t(n), TalvoFloat(0.0));
+    r.ax.assign(size_t(std::max(1L, m)), TalvoFloat(0.0));
+    r.clamda.assign(size_t(n + m), TalvoFloat(0.0));
+    r.istate = warm_istate ? *warm_istate : std::vector<Integer>(size_t(n + m), 0);
+    Integer liwork = 2 * n + 3, lwork = 2 * (n + m + 1) * (n + m + 1) + 7 * n + 5 * m;
+    std::vector<Integer> iwork(static_cast<size_t>(liwork));
+    std::vector<TalvoFloat> work(static_cast<size_t>(lwork));
+    std::vector<TalvoFloat> aa = a.empty() ? std::vector<TalvoFloat>(1) : a;
+    TalvoMP_e04mfa_(&nn, &nclin, aa.data(), &lda, bl.data(), bu.data(), c.data(), r.istate.data(), r.x.data(), &r.iter,
+                    &r.obj, r.ax.data(), r.clamda.data(), iwork.data(), &liwork, work.data(), &lwork, s.lwsav.data(),
+                    s.iwsav.data(), s.rwsav.data(), &r.ifail);
+    return r;
+}
+
+std::string DataPath(const std::string &file) { return std::string(TALVO_NUMERICS_DATA) + "/netlib/" + file; }
+
+// The exact optimum of a Netlib problem from optimal_values.csv (a
+// fraction p/q), and the value printed in the collection's readme.
+struct Optimum {
+    std::string exact, readme;
+};
+
+Optimum OptimumOf(const std::string &name)
+{
+    std::ifstream in(DataPath("optimal_values.csv"));
+    std::string line;
+    while (std::getline(in, line)) {
+        std::vector<std::string> f;
+        std::stringstream ss(line);
+        for (std::string t; std::getline(ss, t, ',');)
+            f.push_back(t);
+        if (f.size() >= 8 && f[0] == name)
+            return {f[7], f[4]};
+    }
+    ADD_FAILURE() << "no optimum for " << name;
+    return {};
+}
+
+// p/q at the working precision.
+TalvoFloat Fraction(const std::string &text)
+{
+    const size_t slash = text.find('/');
+    if (slash == std::string::npos)
+        return mps::Number(text);
+    // Big integers: parse as decimal numbers at a precision that holds them.
+    const mpfr_prec_t prec = talvo_float_precision() + 64 + mpfr_prec_t(text.size() * 4);
+    mpfr_t p, q;
+    mpfr_init2(p, prec);
+    mpfr_init2(q, prec);
+    mpfr_set_str(p, text.substr(0, slash).c_str(), 10, MPFR_RNDN);
+    mpfr_set_str(q, text.substr(slash + 1).c_str(), 10, MPFR_RNDN);
+    mpfr_div(p, p, q, MPFR_RNDN);
+    TalvoFloat r = TalvoFloat::from_handle(talvo_float_from_mpfr(p, 0));
+    mpfr_clear(p);
+    mpfr_clear(q);
+    return r;
+}
+
+TalvoFloat RelErr(const TalvoFloat &got, const TalvoFloat &want)
+{
+    TalvoFloat d = got - want;
+    if (d < TalvoFloat(0.0))
+        d = -d;
+    TalvoFloat w = want < TalvoFloat(0.0) ? -want : want;
+    return w > TalvoFloat(0.0) ? d / w : d;
+}
+
+TalvoFloat Pow10(long k) { return pow(TalvoFloat(10.0), TalvoFloat(double(k))); }
+
+void CheckNetlib(const std::string &name, long digits)
+{
+    DigitsScope scope(digits);
+    const TalvoFloat big(1e20);
+    const mps::Lp lp = mps::Read(DataPath(name + ".mps"), big);
+    const auto t0 = std::chrono::steady_clock::now();
+    const LpRun r = SolveLp(lp.n, lp.m, lp.a, lp.bl, lp.bu, lp.c);
+    const double secs = std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
+    ASSERT_EQ(r.ifail, 0) << name;
+    const TalvoFloat obj = r.obj + lp.constant;
+    const Optimum opt = OptimumOf(name);
+    // Against the exact optimum, to Digits - 2 digits.
+    EXPECT_TRUE(RelErr(obj, Fraction(opt.exact)) < Pow10(-(digits - 2)))
+        << name << " at " << digits << ": " << talvo_float_to_string(obj.handle(), digits) << " vs " << opt.exact;
+    // The readme's printed value (11 digits) to its last digit.
+    EXPECT_TRUE(RelErr(obj, mps::Number(opt.readme)) < TalvoFloat(6e-11)) << name;
+    // Feasible: every bound and constraint within the working precision.
+    for (long i = 0; i < lp.n + lp.m; ++i) {
+        const TalvoFloat v = i < lp.n ? r.x[size_t(i)] : r.ax[size_t(i - lp.n)];
+        const TalvoFloat slack = Pow10(-(digits - 5)) * (TalvoFloat(1.0) + (v < TalvoFloat(0.0) ? -v : v));
+        EXPECT_TRUE(v >= lp.bl[size_t(i)] - slack && v <= lp.bu[size_t(i)] + slack) << name << " row " << i;
+    }
+    std::printf("%-10s D=%ld  iterations %ld  %.3f s\n", name.c_str(), digits, long(r.iter), secs);
+}
+
+TEST(ProgrammingNetlib, Afiro)
+{
+    CheckNetlib("afiro", 30);
+    CheckNetlib("afiro", 50);
 }
 
 } // namespace
