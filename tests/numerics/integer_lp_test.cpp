@@ -156,8 +156,9 @@ void CheckPoint(const Program &p, const Outcome &o)
     TalvoFloat value(0.0);
     for (long j = 0; j < p.n; ++j) {
         const TalvoFloat xj = o.x[size_t(j)];
-        if (p.intvar[size_t(j)] != 0)
+        if (p.intvar[size_t(j)] != 0) {
             EXPECT_TRUE(xj == floor(xj)) << "x" << j + 1 << " = " << xj.to_double();
+        }
         EXPECT_TRUE(xj >= TalvoFloat(p.bl[size_t(j)]) - tol && xj <= TalvoFloat(p.bu[size_t(j)]) + tol);
         value += TalvoFloat(p.c[size_t(j)]) * xj;
     }
@@ -339,8 +340,9 @@ TEST_P(IntegerLp, AssignmentsWithABudgetAgainstBruteForce)
         if (o.iwork[0] > 1)
             ++fractional;
     }
-    if (!kSanitized)
+    if (!kSanitized) {
         EXPECT_GE(fractional, 1) << "no instance needed branching";
+    }
 }
 
 TEST_P(IntegerLp, MixedAgainstBruteForce)

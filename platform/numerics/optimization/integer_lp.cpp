@@ -83,7 +83,7 @@ void TalvoMP_h02wbf_(const char *rname, char * /*cwsav*/, Integer * /*lcwsav*/, 
         *ifail = 2;
         return;
     }
-    set_defaults(lwsav, iwsav, rwsav);
+    set_defaults(lwsav, iwsav, rwsav, H02BBF);
     iwsav[kMarker] = kMarkerValue;
     iwsav[kRoutine] = H02BBF;
 }
@@ -303,12 +303,20 @@ void TalvoMP_h02bbf_(Integer *itmax, Integer * /*msglvl*/, Integer *n, Integer *
         lo.order = up_first ? created : created + 1;
         hi.order = up_first ? created + 1 : created;
         created += 2;
+        // A child whose new bound crosses the other one (v just outside its
+        // bounds, within the feasibility tolerance) holds no point.
+        const bool lo_ok = !(lo.upper[size_t(branch)] < lo.lower[size_t(branch)]);
+        const bool hi_ok = !(hi.upper[size_t(branch)] < hi.lower[size_t(branch)]);
         if (up_first) {
-            waiting.push_back(std::move(lo));
-            waiting.push_back(std::move(hi));
+            if (lo_ok)
+                waiting.push_back(std::move(lo));
+            if (hi_ok)
+                waiting.push_back(std::move(hi));
         } else {
-            waiting.push_back(std::move(hi));
-            waiting.push_back(std::move(lo));
+            if (hi_ok)
+                waiting.push_back(std::move(hi));
+            if (lo_ok)
+                waiting.push_back(std::move(lo));
         }
     }
 
