@@ -224,9 +224,28 @@ TALVO_MP_OPT_API void TalvoMP_e04fcf_(Integer *m, Integer *n, TalvoMP_e04fcf_lsq
 // ---------------------------------------------------------------------------
 
 // e04mfa: a linear program or a feasible point (Problem Type LP / FP).
-// a (lda x n): the nclin general constraints; bl, bu (n + nclin); cvec (n);
-// istate (n + nclin), x (n): start and on exit the solution; iter, obj;
-// ax (max(1, nclin)): A x; clamda (n + nclin): multipliers.
+// a (lda x n, lda >= max(1, nclin)): the nclin general constraints; bl, bu
+// (n + nclin): bounds on x, then on A x (at or beyond "Infinite Bound
+// Size": none; bl = bu: an equality); cvec (n); istate (n + nclin): read on
+// a "Warm Start" (1 at the lower bound, 2 at the upper, 3 equality, 4 a
+// variable held at its value: the starting working set), on exit 0 free,
+// 1, 2, 3 as on entry, 4 a free variable held where it is, -2 / -1 below
+// its lower / above its upper bound (an infeasible exit); x (n): start
+// (any point; a cold start first moves it into its bounds), on exit the
+// solution; iter: the iterations; obj: c'x (LP), 0 (FP), or the sum of
+// infeasibilities on IFAIL 3; ax (max(1, nclin)): A x; clamda (n + nclin):
+// the multipliers (>= 0 at a lower bound, <= 0 at an upper bound, 0 off
+// the working set).  Workspace: liwork >= 2n + 3; lwork >= 7n + 1 (nclin =
+// 0), 2(nclin + 1)^2 + 7n + 5 nclin (0 < nclin < n), 2n^2 + 7n + 5 nclin
+// (nclin >= n); the contents are not used (the engine holds its own
+// factorisations at the working precision plus guard bits).
+// IFAIL: 0 optimal; 1 a weak minimum (a variable with no bounds left at a
+// zero reduced cost: the solution is not unique); 2 unbounded (a direction
+// of descent meets no constraint, or the step exceeds the infinite bound
+// size); 3 no feasible point (to the feasibility tolerance); 4 iteration
+// limit; 6 invalid input (n < 1, nclin < 0, lda too small, a workspace too
+// short, bl > bu, an undefined bound, istate out of -2..4 on a warm start,
+// or the save arrays not initialised by e04wbf("E04MFA")).
 TALVO_MP_OPT_API void TalvoMP_e04mfa_(Integer *n, Integer *nclin, const TalvoFloat *a, Integer *lda,
                                       const TalvoFloat *bl, const TalvoFloat *bu, const TalvoFloat *cvec,
                                       Integer *istate, TalvoFloat *x, Integer *iter, TalvoFloat *obj, TalvoFloat *ax,
@@ -235,9 +254,18 @@ TALVO_MP_OPT_API void TalvoMP_e04mfa_(Integer *n, Integer *nclin, const TalvoFlo
                                       Integer *ifail);
 
 // e04nca: convex QP or linearly constrained linear least squares (Problem
-// Type FP, LP, QP1-QP4, LS1-LS4; default LS1).  c (ldc x n): the nclin
-// constraints; a (lda x n): the least-squares matrix (m rows) or the
-// Hessian, overwritten; b (m); kx (n): the order of the variables.
+// Type FP, LP, QP1-QP4, LS1-LS4; default LS1).  c (ldc x n, ldc >=
+// max(1, nclin)): the nclin constraints; a (lda x n): QP1/QP2 the
+// symmetric Hessian H (lda >= n; its upper triangle is read), QP3/QP4 the
+// m x n matrix A of H = A'A, LS1-LS4 the m x n matrix of ||b - A x|| (lda
+// >= m >= 1; for QP3, QP4, LS3 and LS4 A is upper trapezoidal: entries
+// below the diagonal are not read); b (m): LS only; cvec (n): the linear
+// term, read for LP, QP2, QP4, LS2 and LS4 only; kx (n): on exit 1..n (the
+// variables are not reordered); a and b are left as they were.  Objective:
+// c'x + 1/2 x'Hx, or c'x + 1/2 ||b - A x||^2.  Other arguments and IFAIL
+// as e04mfa's (obj the objective value), and 5 the reduced Hessian would
+// exceed "Maximum Degrees of Freedom".  Workspace: liwork >= n, lwork >=
+// 10n (not used).  A nonconvex problem gives a local minimiser (e04nfa).
 TALVO_MP_OPT_API void TalvoMP_e04nca_(Integer *m, Integer *n, Integer *nclin, Integer *ldc, Integer *lda,
                                       const TalvoFloat *c, const TalvoFloat *bl, const TalvoFloat *bu,
                                       const TalvoFloat *cvec, Integer *istate, Integer *kx, TalvoFloat *x,
@@ -252,7 +280,13 @@ typedef void (*TalvoMP_e04nfa_qphess)(Integer *n, Integer *jthcol, const TalvoFl
                                       const TalvoFloat *x, TalvoFloat *hx, Integer *iuser, TalvoFloat *ruser);
 
 // e04nfa: a quadratic program, possibly nonconvex (a local minimiser),
-// with the Hessian through qphess (null: the product with the dense h).
+// with the Hessian through qphess (null: the product with the dense h,
+// ldh >= n: QP1/QP2 H x with the upper triangle of h, QP3/QP4 h'h x with
+// h upper triangular).  Problem Type QP1-QP4 (default QP2; cvec read for
+// QP2 and QP4).  Arguments and IFAIL as e04mfa's, and 5 the reduced
+// Hessian would exceed "Maximum Degrees of Freedom".  Workspace: liwork >=
+// 2n + 3, lwork >= 2n^2 + 8n + 5 nclin (nclin > 0) or n^2 + 8n (not used).
+// iuser, ruser are passed to qphess unchanged.
 TALVO_MP_OPT_API void TalvoMP_e04nfa_(Integer *n, Integer *nclin, const TalvoFloat *a, Integer *lda,
                                       const TalvoFloat *bl, const TalvoFloat *bu, const TalvoFloat *cvec,
                                       const TalvoFloat *h, Integer *ldh, TalvoMP_e04nfa_qphess qphess,

@@ -861,11 +861,28 @@ Result Engine::run(TalvoFloat *x, TalvoFloat *ax, TalvoFloat *clamda)
             }
             if (del < 0) {
                 res.inform = phase == 1 ? 3 : 0;
-                if (phase == 2)
-                    for (int k : kind_)
-                        if (k == kTempB)
-                            res.inform = 1;
-                break;
+                if (phase == 1)
+                    break;
+                // A temporary bound left with a zero multiplier: released
+                // when the reduced Hessian stays positive definite without
+                // it (the minimiser is then still unique), otherwise the
+                // minimum is weak (not unique).
+                long temp = -1;
+                for (long k = 0; k < nw() && temp < 0; ++k)
+                    if (kind_[size_t(k)] == kTempB)
+                        temp = k;
+                if (temp < 0)
+                    break;
+                if (!use_h_ || nr_ + 1 > max_free_) {
+                    res.inform = 1;
+                    break;
+                }
+                remove(temp);
+                if (!new_r_column()) {
+                    res.inform = 1;
+                    break;
+                }
+                continue;
             }
             if (iter_ >= limit_) {
                 res.inform = 4;
@@ -974,7 +991,7 @@ Result Engine::run(TalvoFloat *x, TalvoFloat *ax, TalvoFloat *clamda)
                     mpfr_div(step_r, step_r, ap_[i], MPFR_RNDN);
                     mpfr_neg(step_r, step_r, MPFR_RNDN);
                     blocks = true;
-                } else if (has_lo_[size_t(i)]) {
+                } else if (has_lo_[size_t(i)] && !(below > tl)) {
                     // (r - l + tol) / -a'p
                     mpfr_sub(step_r, resid_[i], bl_[i], MPFR_RNDN);
                     mpfr_add_d(step_r, step_r, tl, MPFR_RNDN);
@@ -989,7 +1006,7 @@ Result Engine::run(TalvoFloat *x, TalvoFloat *ax, TalvoFloat *clamda)
                     mpfr_add_d(step_r, step_r, tl, MPFR_RNDN);
                     mpfr_div(step_r, step_r, ap_[i], MPFR_RNDN);
                     blocks = true;
-                } else if (has_up_[size_t(i)]) {
+                } else if (has_up_[size_t(i)] && !(above > tl)) {
                     mpfr_sub(step_r, bu_[i], resid_[i], MPFR_RNDN);
                     mpfr_add_d(step_r, step_r, tl, MPFR_RNDN);
                     mpfr_div(step_r, step_r, ap_[i], MPFR_RNDN);
