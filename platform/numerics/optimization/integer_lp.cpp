@@ -158,9 +158,9 @@ void TalvoMP_h02bbf_(Integer *itmax, Integer * /*msglvl*/, Integer *n, Integer *
     for (long j = 0; j < nv; ++j) {
         if (intvar[j] == 0)
             continue;
-        if (!Infinite(root.lower[j], big) && !(root.lower[j] <= -big))
+        if (!Infinite(root.lower[j], big))
             root.lower[j] = ceil(root.lower[j] - tiv);
-        if (!Infinite(root.upper[j], big) && !(root.upper[j] >= big))
+        if (!Infinite(root.upper[j], big))
             root.upper[j] = floor(root.upper[j] + tiv);
         if (root.upper[j] < root.lower[j]) {
             // No integer between the bounds: no integer solution.
