@@ -147,26 +147,7 @@ RTableData ElementReader::at(long k) const
 
 ALGEB ElementValue(TKernelVector kv, const RTableData &d, int dataType)
 {
-    switch (dataType) {
-    case RTABLE_CXDAG:
-        return ToTalvoComplexFloat(kv, d.cxdag.re, d.cxdag.im);
-    case RTABLE_INTEGER8:
-        return ToTalvoInteger(kv, d.int8);
-    case RTABLE_INTEGER16:
-        return ToTalvoInteger(kv, d.int16);
-    case RTABLE_INTEGER32:
-        return ToTalvoInteger(kv, d.int32);
-    case RTABLE_INTEGER64:
-        return ToTalvoInteger64(kv, d.int64);
-    case RTABLE_FLOAT64:
-        return ToTalvoFloat(kv, d.float64);
-    case RTABLE_COMPLEX:
-        return ToTalvoComplex(kv, d.complex.re, d.complex.im);
-    case RTABLE_FLOAT32:
-        return ToTalvoFloat(kv, static_cast<double>(d.float32));
-    default:
-        return d.dag;
-    }
+    return STATS_RTableElementValue_MP(kv, d, dataType);
 }
 
 ALGEB ArrayOfElements(TKernelVector kv, RTableSettings settings, M_INT lower, const char *elements, long n,

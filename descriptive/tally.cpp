@@ -90,31 +90,11 @@ namespace {
 const char *const kNotOneDimensional = "invalid data sample, expected: one-dimensional ray, received %1";
 const char *const kBadBins = "invalid argument; expected a positive integer or a list of ranges, received: %1";
 
-// A host value of the kind the array stores.
+// A host value of the kind the array stores; an unset element counts as 0.
 ALGEB ElementValue(TKernelVector kv, const RTableData &d, int datatype)
 {
-    switch (datatype) {
-    case RTABLE_DAG:
-        return d.dag != nullptr ? d.dag : ToTalvoInteger(kv, 0);
-    case RTABLE_CXDAG:
-        return ToTalvoComplexFloat(kv, d.cxdag.re, d.cxdag.im);
-    case RTABLE_INTEGER8:
-        return ToTalvoInteger(kv, d.int8);
-    case RTABLE_INTEGER16:
-        return ToTalvoInteger(kv, d.int16);
-    case RTABLE_INTEGER32:
-        return ToTalvoInteger(kv, d.int32);
-    case RTABLE_INTEGER64:
-        return ToTalvoInteger64(kv, d.int64);
-    case RTABLE_FLOAT64:
-        return ToTalvoFloat(kv, d.float64);
-    case RTABLE_COMPLEX:
-        return ToTalvoComplex(kv, d.complex.re, d.complex.im);
-    case RTABLE_FLOAT32:
-        return ToTalvoFloat(kv, static_cast<double>(d.float32));
-    default:
-        return ToTalvoInteger(kv, 0);
-    }
+    ALGEB v = STATS_RTableElementValue_MP(kv, d, datatype);
+    return v != nullptr ? v : ToTalvoInteger(kv, 0);
 }
 
 // A one-dimensional array's element count, or the "one-dimensional ray"

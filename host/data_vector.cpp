@@ -42,6 +42,32 @@ RTableData STATS_RTableBlockElement_MP(const void *block, int datatype, long i)
     return d;
 }
 
+ALGEB STATS_RTableElementValue_MP(TKernelVector kv, const RTableData &d, int datatype)
+{
+    switch (datatype) {
+    case RTABLE_DAG:
+        return d.dag;
+    case RTABLE_CXDAG:
+        return ToTalvoComplexFloat(kv, d.cxdag.re, d.cxdag.im);
+    case RTABLE_INTEGER8:
+        return ToTalvoInteger(kv, d.int8);
+    case RTABLE_INTEGER16:
+        return ToTalvoInteger(kv, d.int16);
+    case RTABLE_INTEGER32:
+        return ToTalvoInteger(kv, d.int32);
+    case RTABLE_INTEGER64:
+        return ToTalvoInteger64(kv, d.int64);
+    case RTABLE_FLOAT64:
+        return ToTalvoFloat(kv, d.float64);
+    case RTABLE_COMPLEX:
+        return ToTalvoComplex(kv, d.complex.re, d.complex.im);
+    case RTABLE_FLOAT32:
+        return ToTalvoFloat(kv, static_cast<double>(d.float32));
+    default:
+        return nullptr;
+    }
+}
+
 // One element as a float, by the source's data type code.  An element with
 // no real value raises "unable to evaluate %1 to floating-point".
 TalvoFloat STATS_RTableElementToFloat_MP(TKernelVector kv, const RTableData &d, int datatype)

@@ -82,6 +82,11 @@ STATS_API int STATS_CopyData_MP(const STATS_TalvoDataSample_MP &sample, TalvoFlo
 // Element i (0-based, in storage order) of a rectangular data block of a
 // known data type code.
 RTableData STATS_RTableBlockElement_MP(const void *block, int datatype, long i);
+// One element as a host value, by the array's data type code: the object
+// itself (0; null for an unset element), a complex float from the pair (1),
+// a host integer (2-5), a host float from the double or single (6, 8), a
+// host complex from two doubles (7); null for any other code.
+ALGEB STATS_RTableElementValue_MP(TKernelVector kv, const RTableData &d, int datatype);
 // One element as a float, by the array's data type code: a float as it is,
 // another host value through evalf; an element with no real value raises
 // "unable to evaluate %1 to floating-point".

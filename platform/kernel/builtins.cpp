@@ -104,8 +104,10 @@ ALGEB b_op(ALGEB args)
     expect_count(args, 1, 2, "op");
     ALGEB e = arg(args, count_of(args));
     std::vector<ALGEB> v = operands(e);
+    // A sequence of one value is that value (as everywhere in the
+    // language), so op([x]) = x compares and prints as x itself.
     if (count_of(args) == 1)
-        return make_expseq(v.data(), v.size());
+        return v.size() == 1 ? v[0] : make_expseq(v.data(), v.size());
     ALGEB i = arg(args, 1);
     intptr_t n = intptr_t(v.size());
     auto pos = [&](ALGEB k) -> intptr_t {
@@ -122,7 +124,7 @@ ALGEB b_op(ALGEB args)
             return null_seq();
         if (lo < 1 || hi > n)
             raise("improper op or subscript selector: %1 of %2 operands", i, make_integer(n));
-        return make_expseq(v.data() + lo - 1, size_t(hi - lo + 1));
+        return hi == lo ? v[size_t(lo - 1)] : make_expseq(v.data() + lo - 1, size_t(hi - lo + 1));
     }
     intptr_t k = pos(i);
     if (k == 0) {

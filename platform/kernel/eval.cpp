@@ -523,6 +523,11 @@ ALGEB apply(ALGEB f, ALGEB args, ALGEB name_for_errors)
         // An error raised in a builtin marked transparent, or in a procedure
         // whose name begins with an underscore (a package's private helper),
         // is reported as raised in the caller.
+        // A procedure called through a parameter or local has no callee
+        // name here: it is reported by the global name it was first
+        // assigned to, as it would be when called by that name.
+        if (name_for_errors == nullptr && type_of(f) == T_CLOSURE)
+            name_for_errors = op(f, 3);
         bool transparent = (type_of(f) == T_BUILTIN &&
                             (reinterpret_cast<BuiltinObject *>(f)->flags & BUILTIN_TRANSPARENT)) ||
                            (name_for_errors != nullptr && name_text(name_for_errors).starts_with("_"));
@@ -643,7 +648,7 @@ ALGEB eval_expr(ALGEB e)
     case T_NOT: return eval_logic(e);
     case T_FUNCTION: return eval_call(e);
     case T_TABLEREF: return eval_tableref(e);
-    case T_PROC: return new_node(T_CLOSURE, {e, g_frame});
+    case T_PROC: return new_node(T_CLOSURE, {e, g_frame, nullptr});
     case T_UNEVAL: return op(e, 1);
     case T_FLOATLIT: {
         std::string text(string_text(op(e, 1)));
@@ -882,6 +887,10 @@ void assign_global(ALGEB name, ALGEB value)
         g_digits = long(d);
         talvo_float_set_digits(long(d));
     }
+    // A procedure remembers the first global name it is assigned to, for
+    // the errors raised in it (apply).
+    if (value != nullptr && !is_immediate(value) && type_of(value) == T_CLOSURE && op(value, 3) == nullptr)
+        set_op(value, 3, name);
     nm->value = value;
 }
 

@@ -53,7 +53,8 @@ enum Type : unsigned {
     T_RTABLE = 23,     // RTableObject
     T_PROC = 24,       // node: params (expseq of names), locals (expseq of names),
                        //       body (statement sequence), flags (immediate)
-    T_CLOSURE = 25,    // node: proc node, environment frame (or null)
+    T_CLOSURE = 25,    // node: proc node, environment frame (or null), the global name it was
+                       //       first assigned to (or null; used in error messages)
     T_BUILTIN = 26,    // BuiltinObject: a native function of the host
     T_EXTERNAL = 27,   // ExternalObject: an entry of a loaded library
     T_BOOLEAN = 28,    // node with no operands; the two singletons true and false

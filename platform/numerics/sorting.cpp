@@ -49,8 +49,6 @@ inline mpfr_srcptr Value(const TalvoFloat &x)
     return &reinterpret_cast<const TalvoFloatObject *>(x.handle())->value;
 }
 
-inline bool Less(const TalvoFloat &a, const TalvoFloat &b) { return mpfr_less_p(Value(a), Value(b)) != 0; }
-
 constexpr ptrdiff_t kCutoff = 16;
 
 // xorshift64*: the positions of the randomised medians.  Seeded by the
@@ -68,192 +66,35 @@ struct Scramble {
     ptrdiff_t below(ptrdiff_t n) { return static_cast<ptrdiff_t>(next() % static_cast<uint64_t>(n)); }
 };
 
-void SiftDown(TalvoFloat *a, ptrdiff_t root, ptrdiff_t n)
-{
-    TalvoFloat v = a[root];
-    for (;;) {
-        ptrdiff_t child = 2 * root + 1;
-        if (child >= n)
-            break;
-        if (child + 1 < n && Less(a[child], a[child + 1]))
-            ++child;
-        if (!Less(v, a[child]))
-            break;
-        a[root] = a[child];
-        root = child;
-    }
-    a[root] = v;
-}
-
-void HeapSort(TalvoFloat *a, ptrdiff_t n)
-{
-    for (ptrdiff_t i = n / 2 - 1; i >= 0; --i)
-        SiftDown(a, i, n);
-    for (ptrdiff_t end = n - 1; end > 0; --end) {
-        std::swap(a[0], a[end]);
-        SiftDown(a, 0, end);
-    }
-}
-
-inline void Order2(TalvoFloat &x, TalvoFloat &y)
-{
-    if (Less(y, x))
-        std::swap(x, y);
-}
-
-// Quicksort of a[0..n-1] (numbers only), leaving ranges below kCutoff
-// unsorted for the insertion pass.
-void QuickSort(TalvoFloat *a, ptrdiff_t n)
-{
-    // A range with the number of bad splits it may still take on its way
-    // down from the whole array.
-    struct Range {
-        ptrdiff_t lo, hi; // inclusive
-        bool random;
-        int budget;
-    };
-    Range stack[130];
-    int top = 0;
-    Scramble rng{0x9E3779B97F4A7C15ull ^ static_cast<uint64_t>(n)};
-    Range r{0, n - 1, false, 2 * static_cast<int>(std::bit_width(static_cast<uint64_t>(n))) + 2};
-    for (;;) {
-        while (r.hi - r.lo + 1 >= kCutoff) {
-            ptrdiff_t lo = r.lo, hi = r.hi, size = hi - lo + 1;
-            ptrdiff_t mid = lo + size / 2;
-            if (r.random) {
-                // Three candidates from anywhere in the range, moved to the
-                // places the median of three reads.
-                std::swap(a[lo], a[lo + rng.below(size)]);
-                std::swap(a[mid], a[lo + rng.below(size)]);
-                std::swap(a[hi], a[lo + rng.below(size)]);
-            }
-            Order2(a[lo], a[mid]);
-            Order2(a[lo], a[hi]);
-            Order2(a[mid], a[hi]);
-            std::swap(a[mid], a[hi - 1]);
-            const TalvoFloat pivot = a[hi - 1];
-            ptrdiff_t i = lo, j = hi - 1;
-            for (;;) {
-                while (Less(a[++i], pivot)) {
-                }
-                while (Less(pivot, a[--j])) {
-                }
-                if (i >= j)
-                    break;
-                std::swap(a[i], a[j]);
-            }
-            std::swap(a[i], a[hi - 1]);
-            ptrdiff_t nl = i - lo, nr = hi - i;
-            bool unbalanced = std::min(nl, nr) < size / 16;
-            int budget = r.budget - (unbalanced ? 1 : 0);
-            if (budget <= 0) {
-                HeapSort(a + lo, size);
-                break;
-            }
-            Range left{lo, i - 1, unbalanced, budget}, right{i + 1, hi, unbalanced, budget};
-            if (nl < nr) {
-                stack[top++] = right;
-                r = left;
-            } else {
-                stack[top++] = left;
-                r = right;
-            }
-        }
-        if (top == 0)
-            return;
-        r = stack[--top];
-    }
-}
-
-void InsertionPass(TalvoFloat *a, ptrdiff_t n)
-{
-    for (ptrdiff_t i = 1; i < n; ++i) {
-        TalvoFloat v = a[i];
-        ptrdiff_t j = i;
-        while (j > 0 && Less(v, a[j - 1])) {
-            a[j] = a[j - 1];
-            --j;
-        }
-        a[j] = v;
-    }
-}
-
-bool OrderValid(Call &call, Nag_SortOrder order)
-{
-    if (order == Nag_Ascending || order == Nag_Descending)
-        return true;
-    call.fail(NE_BAD_PARAM, "order = " + std::to_string(static_cast<int>(order)) +
-                                " is not a sort order: order must be Nag_Ascending or Nag_Descending.");
-    return false;
-}
-
-} // namespace
-
-void TalvoMP_m01cac(TalvoFloat vec[], size_t n, Nag_SortOrder order, NagError *fail)
-{
-    Call call("TalvoMP_m01cac", fail);
-    if (!OrderValid(call, order))
-        return;
-    if (n > static_cast<size_t>(PTRDIFF_MAX) / sizeof(TalvoFloat)) {
-        call.fail(NE_INT_ARG_GT, "n = " + std::to_string(n) + " is out of range: the array would not fit in memory.");
-        return;
-    }
-    if (n < 2)
-        return;
-    // Undefined values to the end, in the order they came.
-    ptrdiff_t m = 0;
-    std::vector<TalvoFloat> undefined;
-    for (size_t i = 0; i < n; ++i) {
-        if (mpfr_nan_p(Value(vec[i])))
-            undefined.push_back(vec[i]);
-        else
-            vec[m++] = vec[i];
-    }
-    std::copy(undefined.begin(), undefined.end(), vec + m);
-    QuickSort(vec, m);
-    InsertionPass(vec, m);
-    if (order == Nag_Descending)
-        std::reverse(vec, vec + n);
-}
-
-namespace {
-
-// The ranking's sort: an introspective quicksort (as m01cac's, on object
-// indices) under the order "object i before object j, or equal to it and
-// i < j", a strict total order whose sorted sequence is the stable one.
-template <class Before, class Touch>
-class IndexSort {
+// The introspective quicksort both routines use, on an array of T (floats
+// for m01cac, object indices for m01dsc) under a strict order before(x, y).
+// touch(x) fetches what x refers to into the cache ahead of its comparison
+// (a no-op for floats, which are compared through their handles).
+template <class T, class Before, class Touch>
+class IntroSort {
 public:
-    // touch(i) fetches object i into the cache ahead of its comparison.
-    IndexSort(size_t *index, Before before, Touch touch) : m_index(index), m_before(before), m_touch(touch) {}
+    IntroSort(T *a, Before before, Touch touch, uint64_t seed) : m_a(a), m_before(before), m_touch(touch), m_seed(seed)
+    {
+    }
 
     void Sort(ptrdiff_t n)
     {
         if (n < 2)
             return;
         QuickSort(n);
-        // Insertion pass over the short unsorted ranges.
-        for (ptrdiff_t i = 1; i < n; ++i) {
-            size_t v = m_index[i];
-            ptrdiff_t j = i;
-            while (j > 0 && m_before(v, m_index[j - 1])) {
-                m_index[j] = m_index[j - 1];
-                --j;
-            }
-            m_index[j] = v;
-        }
+        InsertionPass(n);
     }
 
 private:
-    void Order2(ptrdiff_t a, ptrdiff_t b)
+    void Order2(T &x, T &y)
     {
-        if (m_before(m_index[b], m_index[a]))
-            std::swap(m_index[a], m_index[b]);
+        if (m_before(y, x))
+            std::swap(x, y);
     }
 
-    void SiftDown(size_t *a, ptrdiff_t root, ptrdiff_t n)
+    void SiftDown(T *a, ptrdiff_t root, ptrdiff_t n)
     {
-        size_t v = a[root];
+        T v = a[root];
         for (;;) {
             ptrdiff_t child = 2 * root + 1;
             if (child >= n)
@@ -268,7 +109,7 @@ private:
         a[root] = v;
     }
 
-    void HeapSort(size_t *a, ptrdiff_t n)
+    void HeapSort(T *a, ptrdiff_t n)
     {
         for (ptrdiff_t i = n / 2 - 1; i >= 0; --i)
             SiftDown(a, i, n);
@@ -278,34 +119,40 @@ private:
         }
     }
 
+    // Quicksort of a[0..n-1], leaving ranges below kCutoff unsorted for the
+    // insertion pass.
     void QuickSort(ptrdiff_t n)
     {
+        // A range with the number of bad splits it may still take on its
+        // way down from the whole array.
         struct Range {
-            ptrdiff_t lo, hi;
+            ptrdiff_t lo, hi; // inclusive
             bool random;
             int budget;
         };
         Range stack[130];
         int top = 0;
-        Scramble rng{0xD1B54A32D192ED03ull ^ static_cast<uint64_t>(n)};
+        Scramble rng{m_seed ^ static_cast<uint64_t>(n)};
         Range r{0, n - 1, false, 2 * static_cast<int>(std::bit_width(static_cast<uint64_t>(n))) + 2};
-        size_t *a = m_index;
+        T *a = m_a;
         for (;;) {
             while (r.hi - r.lo + 1 >= kCutoff) {
                 ptrdiff_t lo = r.lo, hi = r.hi, size = hi - lo + 1;
                 ptrdiff_t mid = lo + size / 2;
                 if (r.random) {
+                    // Three candidates from anywhere in the range, moved to
+                    // the places the median of three reads.
                     std::swap(a[lo], a[lo + rng.below(size)]);
                     std::swap(a[mid], a[lo + rng.below(size)]);
                     std::swap(a[hi], a[lo + rng.below(size)]);
                 }
-                Order2(lo, mid);
-                Order2(lo, hi);
-                Order2(mid, hi);
+                Order2(a[lo], a[mid]);
+                Order2(a[lo], a[hi]);
+                Order2(a[mid], a[hi]);
                 std::swap(a[mid], a[hi - 1]);
-                const size_t pivot = a[hi - 1];
+                const T pivot = a[hi - 1];
                 ptrdiff_t i = lo, j = hi - 1;
-                // The scans meet somewhere in the range: objects kAhead
+                // The scans meet somewhere in the range: elements kAhead
                 // places ahead of each are fetched while it compares.
                 for (;;) {
                     do {
@@ -345,13 +192,71 @@ private:
         }
     }
 
+    // Insertion pass over the short unsorted ranges.
+    void InsertionPass(ptrdiff_t n)
+    {
+        T *a = m_a;
+        for (ptrdiff_t i = 1; i < n; ++i) {
+            T v = a[i];
+            ptrdiff_t j = i;
+            while (j > 0 && m_before(v, a[j - 1])) {
+                a[j] = a[j - 1];
+                --j;
+            }
+            a[j] = v;
+        }
+    }
+
     static constexpr ptrdiff_t kAhead = 8;
-    size_t *m_index;
+    T *m_a;
     Before m_before;
     Touch m_touch;
+    uint64_t m_seed;
 };
 
+template <class T, class Before, class Touch>
+void IntroSortArray(T *a, ptrdiff_t n, Before before, Touch touch, uint64_t seed)
+{
+    IntroSort<T, Before, Touch>(a, before, touch, seed).Sort(n);
+}
+
+bool OrderValid(Call &call, Nag_SortOrder order)
+{
+    if (order == Nag_Ascending || order == Nag_Descending)
+        return true;
+    call.fail(NE_BAD_PARAM, "order = " + std::to_string(static_cast<int>(order)) +
+                                " is not a sort order: order must be Nag_Ascending or Nag_Descending.");
+    return false;
+}
+
 } // namespace
+
+void TalvoMP_m01cac(TalvoFloat vec[], size_t n, Nag_SortOrder order, NagError *fail)
+{
+    Call call("TalvoMP_m01cac", fail);
+    if (!OrderValid(call, order))
+        return;
+    if (n > static_cast<size_t>(PTRDIFF_MAX) / sizeof(TalvoFloat)) {
+        call.fail(NE_INT_ARG_GT, "n = " + std::to_string(n) + " is out of range: the array would not fit in memory.");
+        return;
+    }
+    if (n < 2)
+        return;
+    // Undefined values to the end, in the order they came.
+    ptrdiff_t m = 0;
+    std::vector<TalvoFloat> undefined;
+    for (size_t i = 0; i < n; ++i) {
+        if (mpfr_nan_p(Value(vec[i])))
+            undefined.push_back(vec[i]);
+        else
+            vec[m++] = vec[i];
+    }
+    std::copy(undefined.begin(), undefined.end(), vec + m);
+    auto less = [](const TalvoFloat &a, const TalvoFloat &b) { return mpfr_less_p(Value(a), Value(b)) != 0; };
+    IntroSortArray(vec, m, less, [](const TalvoFloat &) {}, 0x9E3779B97F4A7C15ull);
+    if (order == Nag_Descending)
+        std::reverse(vec, vec + n);
+}
 
 void TalvoMP_m01dsc(const Pointer vec, size_t n, ptrdiff_t stride,
                     Integer (*compare)(const Nag_Pointer a, const Nag_Pointer b), Nag_SortOrder order,
@@ -393,7 +298,7 @@ void TalvoMP_m01dsc(const Pointer vec, size_t n, ptrdiff_t stride,
     for (size_t i = 0; i < n; ++i)
         index[i] = i;
     auto touch = [&](size_t i) { __builtin_prefetch(object(i)); };
-    IndexSort<decltype(before), decltype(touch)>(index.data(), before, touch).Sort(static_cast<ptrdiff_t>(n));
+    IntroSortArray(index.data(), static_cast<ptrdiff_t>(n), before, touch, 0xD1B54A32D192ED03ull);
     for (size_t k = 0; k < n; ++k)
         ranks[index[k]] = k;
 }

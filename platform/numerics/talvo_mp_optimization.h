@@ -37,7 +37,11 @@
 //           differences of the gradient, modified Cholesky factorisation;
 //   e04fcf  Gauss-Newton on the singular value decomposition of a
 //           finite-difference Jacobian, damped Levenberg-Marquardt fashion
-//           when the Gauss-Newton step does not reduce the sum of squares.
+//           when the Gauss-Newton step does not reduce the sum of squares,
+//           and augmented by a quasi-Newton approximation of the
+//           second-order term where that models the sum of squares better
+//           (the Gauss-Newton/quasi-Newton hybrid of Gill and Murray 1978,
+//           with the secant update of Dennis, Gay and Welsch 1981).
 #pragma once
 
 #include "talvo_float.hpp"

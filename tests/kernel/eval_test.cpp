@@ -80,6 +80,28 @@ TEST(Eval, SeqAddMul)
     EXPECT_EQ(error_of("seq(i, i = 1..10^15);"), "(in seq) too many iterations: 1000000000000000");
 }
 
+TEST(Eval, OpOfOneOperandIsThatOperand)
+{
+    // A sequence of one value is the value: it compares equal to it.
+    EXPECT_EQ(show("evalb(op([\"ILU\"]) = \"ILU\");"), "true");
+    EXPECT_EQ(show("q := proc() local p; p := op([\"ILU\"]); evalb(p = \"ILU\") end proc: q();"), "true");
+    EXPECT_EQ(show("evalb(op(2..2, [1, 2, 3]) = 2);"), "true");
+    EXPECT_EQ(show("[op([5])], nops([op([5])]), [op(2..3, [1, 2, 3])];"), "[5], 1, [2, 3]");
+    EXPECT_EQ(show("[op([])];"), "[]");
+}
+
+TEST(Eval, ErrorsNameTheProcedureCalledThroughAParameter)
+{
+    // Called through a parameter, a procedure is named by the global name
+    // it was first assigned to; an anonymous one by its caller.
+    EXPECT_EQ(error_of("h := proc(x) error \"boom\" end proc: k := proc(f) f(1) end proc: k(h);"), "(in h) boom");
+    EXPECT_EQ(error_of("h2 := proc(x) error \"boom\" end proc: h3 := h2: k := proc(f) f(1) end proc: k(h3);"),
+              "(in h2) boom");
+    EXPECT_EQ(error_of("k := proc(f) f(1) end proc: k(proc(x) error \"anon\" end proc);"), "(in k) anon");
+    EXPECT_EQ(error_of("_hidden := proc(x) error \"private\" end proc: k := proc(f) f(1) end proc: k(_hidden);"),
+              "(in k) private");
+}
+
 TEST(Eval, ListsTablesIndexing)
 {
     EXPECT_EQ(show("L := [10, 20, 30]: L[2], L[-1], nops(L);"), "20, 30, 3");

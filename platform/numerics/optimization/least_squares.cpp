@@ -13,6 +13,24 @@
 // step with another lambda needs no new Jacobian: the SVD gives every
 // p(lambda) at once.
 //
+// Large residuals.  Gauss-Newton ignores the second-order part
+// S = sum r_i Hess(r_i) of the Hessian of the sum of squares, and where the
+// residuals at the minimum are large it converges only linearly.  So a
+// quasi-Newton approximation B of S is kept beside it (Gill and Murray,
+// "Algorithms for the solution of the nonlinear least-squares problem",
+// SIAM J. Numer. Anal. 1978: the hybrid of Gauss-Newton and quasi-Newton),
+// updated after every step s by the secant update of Dennis, Gay and Welsch
+// (NL2SOL, ACM TOMS 1981): y# = (J+ - J)' r+ is the change S s, and
+//     B+ = B + (w y' + y w') / (y's) - (w's) y y' / (y's)^2,
+//     w = y# - B s,  y = J+' r+ - J' r,
+// after B is sized down by min(1, |s'y#| / |s'Bs|); no update when
+// y's <= 0.  Each iteration takes its step from the model that predicted the
+// last step's reduction better: the Gauss-Newton model |r + J p|^2, or the
+// augmented model |r + J p|^2 + p'Bp, whose step solves
+// (J'J + B + lambda D^2) p = -J'r by Cholesky (the Gauss-Newton step when
+// that matrix is not positive definite).  On small-residual problems B stays
+// near zero and the Gauss-Newton model keeps being chosen.
+//
 // The columns of J are scaled by their norms before the SVD (More's scaling
 // of the Levenberg-Marquardt method), so badly scaled variables are damped
 // alike.  The differences are forward ones, h_j = 10^(-D/2) max(|x_j|, t_j) with t_j the typical size
@@ -31,8 +49,6 @@
 #include "dense.hpp"
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 
 using namespace talvo::opt;
 namespace la = talvo::linalg;
@@ -128,6 +144,31 @@ void TalvoMP_e04fcf_(Integer *m_, Integer *n_, TalvoMP_e04fcf_lsqfun lsqfun, Tal
     bool central = false;
     TalvoFloat lambda = zero, nu = two;
     Vec ur(N), p(N);
+    // The quasi-Newton part (see the head of this file): B (N x N, by
+    // columns), the point, residuals, Jacobian and sum of squares of the last
+    // iteration, and which model gives the steps.
+    Vec B(N * N, zero), xprev, rprev;
+    la::Matrix Jprev(m, n, prec);
+    TalvoFloat fprev = zero;
+    bool have_prev = false, augmented = false;
+    auto jt_times = [&](const la::Matrix &A, const Vec &r) {
+        Vec out(N, zero);
+        for (size_t j = 0; j < N; ++j) {
+            TalvoFloat t = zero;
+            for (size_t i = 0; i < M; ++i)
+                t += from_mpfr(A(long(i), long(j))) * r[i];
+            out[j] = t;
+        }
+        return out;
+    };
+    auto quad = [&](const Vec &A, const Vec &u) { // u' A u
+        TalvoFloat t = zero;
+        for (size_t j = 0; j < N; ++j)
+            for (size_t i = 0; i < N; ++i)
+                t += u[i] * A[i + j * N] * u[j];
+        return t;
+    };
+    la::Matrix H(n, n, prec);
     for (;;) {
         if (fk == zero)
             return finish(0);
@@ -168,6 +209,46 @@ void TalvoMP_e04fcf_(Integer *m_, Integer *n_, TalvoMP_e04fcf_lsqfun lsqfun, Tal
             }
         }
         have_jacobian = true;
+        if (have_prev) {
+            // Choose the model by the last step, then update B with it.
+            Vec sv(N);
+            for (size_t j = 0; j < N; ++j)
+                sv[j] = xk[j] - xprev[j];
+            TalvoFloat lin = zero; // |r + J s|^2 at the last point
+            for (size_t i = 0; i < M; ++i) {
+                TalvoFloat t = rprev[i];
+                for (size_t j = 0; j < N; ++j)
+                    t += from_mpfr(Jprev(long(i), long(j))) * sv[j];
+                lin += t * t;
+            }
+            const TalvoFloat actual = fprev - fk, pred_gn = fprev - lin, sbs = quad(B, sv);
+            augmented = fabs(pred_gn - sbs - actual) < fabs(pred_gn - actual);
+            Vec g_new = jt_times(J, rk), g_old = jt_times(Jprev, rprev), ysharp = jt_times(Jprev, rk);
+            Vec y(N);
+            for (size_t j = 0; j < N; ++j) {
+                ysharp[j] = g_new[j] - ysharp[j];
+                y[j] = g_new[j] - g_old[j];
+            }
+            const TalvoFloat ys = dot(y, sv);
+            if (ys > zero) {
+                if (sbs != zero) {
+                    const TalvoFloat tau = fmin(one, fabs(dot(sv, ysharp)) / fabs(sbs));
+                    for (auto &b : B)
+                        b *= tau;
+                }
+                Vec wv(N);
+                for (size_t i = 0; i < N; ++i) {
+                    TalvoFloat t = ysharp[i];
+                    for (size_t j = 0; j < N; ++j)
+                        t -= B[i + j * N] * sv[j];
+                    wv[i] = t;
+                }
+                const TalvoFloat ws = dot(wv, sv);
+                for (size_t j = 0; j < N; ++j)
+                    for (size_t i = 0; i < N; ++i)
+                        B[i + j * N] += (wv[i] * y[j] + y[i] * wv[j]) / ys - ws * y[i] * y[j] / (ys * ys);
+            }
+        }
         // Columns scaled by their norms (the largest seen so far, as
         // J. J. More does in MINPACK), so the damping treats badly scaled
         // variables alike; the SVD is of the scaled Jacobian.
@@ -218,7 +299,54 @@ void TalvoMP_e04fcf_(Integer *m_, Integer *n_, TalvoMP_e04fcf_lsqfun lsqfun, Tal
         for (int tries = 0; tries < 40 && !accepted; ++tries) {
             std::fill(p.begin(), p.end(), zero);
             TalvoFloat predicted = zero;
-            for (Integer i = 0; i < grade; ++i) {
+            bool have_step = false;
+            if (augmented) {
+                // (J'J + B + lambda D^2) p = -J'r in the scaled variables
+                // z = D x: (V S^2 V' + D^-1 B D^-1 + lambda I) pz = -V S U'r.
+                Vec sc(N), gz(N, zero);
+                for (size_t j = 0; j < N; ++j)
+                    sc[j] = from_mpfr(scale[long(j)]);
+                for (size_t a = 0; a < N; ++a) {
+                    for (size_t b = 0; b <= a; ++b) {
+                        TalvoFloat t = B[a + b * N] / (sc[a] * sc[b]);
+                        for (Integer i = 0; i < grade; ++i) {
+                            const TalvoFloat si = from_mpfr(S[i]);
+                            t += from_mpfr(V(long(a), i)) * si * si * from_mpfr(V(long(b), i));
+                        }
+                        if (a == b)
+                            t += lambda;
+                        to_mpfr(H(long(a), long(b)), t);
+                    }
+                    for (Integer i = 0; i < grade; ++i)
+                        gz[a] += from_mpfr(V(long(a), i)) * from_mpfr(S[i]) * ur[size_t(i)];
+                }
+                if (la::cholesky(H) == 0) {
+                    la::Vector rhs(n, prec);
+                    for (size_t j = 0; j < N; ++j)
+                        to_mpfr(rhs[long(j)], -gz[j]);
+                    la::solve_lower(H, rhs.data());
+                    la::solve_lower_transposed(H, rhs.data());
+                    Vec pz(N);
+                    for (size_t j = 0; j < N; ++j) {
+                        pz[j] = from_mpfr(rhs[long(j)]);
+                        p[j] = pz[j] / sc[j];
+                    }
+                    // The augmented model's reduction: -(2 g'p + p'(J'J + B)p).
+                    TalvoFloat jp2 = zero;
+                    for (Integer i = 0; i < grade; ++i) {
+                        TalvoFloat t = zero;
+                        for (size_t j = 0; j < N; ++j)
+                            t += from_mpfr(V(long(j), i)) * pz[j];
+                        t *= from_mpfr(S[i]);
+                        jp2 += t * t;
+                    }
+                    predicted = -(two * dot(gz, pz) + jp2 + quad(B, p));
+                    have_step = predicted > zero;
+                    if (!have_step)
+                        std::fill(p.begin(), p.end(), zero);
+                }
+            }
+            for (Integer i = 0; i < grade && !have_step; ++i) {
                 const TalvoFloat si = from_mpfr(S[i]);
                 const TalvoFloat coef = -si / (si * si + lambda) * ur[size_t(i)];
                 for (size_t j = 0; j < N; ++j)
@@ -260,6 +388,13 @@ void TalvoMP_e04fcf_(Integer *m_, Integer *n_, TalvoMP_e04fcf_lsqfun lsqfun, Tal
                     if (lambda < TalvoFloat(0.01) * smallest * smallest)
                         lambda = zero;
                 }
+                xprev = xk;
+                rprev = rk;
+                fprev = fk;
+                for (long j = 0; j < long(N); ++j)
+                    for (long i = 0; i < long(M); ++i)
+                        mpfr_set(Jprev(i, j), J(i, j), MPFR_RNDN);
+                have_prev = true;
                 xk = xt;
                 rk = rt;
                 fk = ft;
@@ -299,13 +434,11 @@ void TalvoMP_e04fcf_(Integer *m_, Integer *n_, TalvoMP_e04fcf_lsqfun lsqfun, Tal
                 gnorm += t * t;
             }
             gnorm = sqrt(gnorm);
-            if (getenv("OPT_DEBUG")) fprintf(stderr, "stuck: gn %g ratio %g\n", sqrt(gn).to_double(), (gnorm / (s1 * sqrt(fk))).to_double());
             const bool at_noise = sqrt(gn) <= eps_pow(0.4) * (one + norm2(xk)) ||
                                   gnorm <= eps_pow(0.4) * s1 * sqrt(fk);
             return finish(at_noise ? 0 : 3);
         }
         ++*niter;
-        if (getenv("OPT_DEBUG")) fprintf(stderr, "it %ld nf %ld f %g step %g central %d lambda %g grade %ld\n", long(*niter), long(*nf), fk.to_double(), step_norm.to_double(), int(central), lambda.to_double(), long(grade));
         const TalvoFloat xn = one + norm2(xk);
         if (!central && lambda == zero && step_norm < switch_step * xn)
             central = true;

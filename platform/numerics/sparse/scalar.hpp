@@ -151,36 +151,37 @@ struct ComplexKind {
         mpfr_div(r + 1, a + 1, t[0], MPFR_RNDN);
         mpfr_neg(r + 1, r + 1, MPFR_RNDN);
     }
-    static void muladd(mpfr_ptr y, mpfr_srcptr a, mpfr_srcptr x, Tmp &t)
+    // (t[0], t[2]) = a x, or conj(a) x when conjugate is set.
+    static void product(mpfr_srcptr a, mpfr_srcptr x, Tmp &t, bool conjugate)
     {
         mpfr_mul(t[0], a, x, MPFR_RNDN);
         mpfr_mul(t[1], a + 1, x + 1, MPFR_RNDN);
-        mpfr_sub(t[0], t[0], t[1], MPFR_RNDN);
         mpfr_mul(t[2], a, x + 1, MPFR_RNDN);
         mpfr_mul(t[3], a + 1, x, MPFR_RNDN);
-        mpfr_add(t[2], t[2], t[3], MPFR_RNDN);
+        if (conjugate) {
+            mpfr_add(t[0], t[0], t[1], MPFR_RNDN);
+            mpfr_sub(t[2], t[2], t[3], MPFR_RNDN);
+        } else {
+            mpfr_sub(t[0], t[0], t[1], MPFR_RNDN);
+            mpfr_add(t[2], t[2], t[3], MPFR_RNDN);
+        }
+    }
+    static void muladd(mpfr_ptr y, mpfr_srcptr a, mpfr_srcptr x, Tmp &t)
+    {
+        product(a, x, t, false);
         mpfr_add(y, y, t[0], MPFR_RNDN);
         mpfr_add(y + 1, y + 1, t[2], MPFR_RNDN);
     }
     static void mulsub(mpfr_ptr y, mpfr_srcptr a, mpfr_srcptr x, Tmp &t)
     {
-        mpfr_mul(t[0], a, x, MPFR_RNDN);
-        mpfr_mul(t[1], a + 1, x + 1, MPFR_RNDN);
-        mpfr_sub(t[0], t[0], t[1], MPFR_RNDN);
-        mpfr_mul(t[2], a, x + 1, MPFR_RNDN);
-        mpfr_mul(t[3], a + 1, x, MPFR_RNDN);
-        mpfr_add(t[2], t[2], t[3], MPFR_RNDN);
+        product(a, x, t, false);
         mpfr_sub(y, y, t[0], MPFR_RNDN);
         mpfr_sub(y + 1, y + 1, t[2], MPFR_RNDN);
     }
+    // y += conj(a) x
     static void cmuladd(mpfr_ptr y, mpfr_srcptr a, mpfr_srcptr x, Tmp &t)
     {
-        mpfr_mul(t[0], a, x, MPFR_RNDN);
-        mpfr_mul(t[1], a + 1, x + 1, MPFR_RNDN);
-        mpfr_add(t[0], t[0], t[1], MPFR_RNDN);
-        mpfr_mul(t[2], a, x + 1, MPFR_RNDN);
-        mpfr_mul(t[3], a + 1, x, MPFR_RNDN);
-        mpfr_sub(t[2], t[2], t[3], MPFR_RNDN);
+        product(a, x, t, true);
         mpfr_add(y, y, t[0], MPFR_RNDN);
         mpfr_add(y + 1, y + 1, t[2], MPFR_RNDN);
     }
