@@ -41,7 +41,12 @@
 //           and augmented by a quasi-Newton approximation of the
 //           second-order term where that models the sum of squares better
 //           (the Gauss-Newton/quasi-Newton hybrid of Gill and Murray 1978,
-//           with the secant update of Dennis, Gay and Welsch 1981).
+//           with the secant update of Dennis, Gay and Welsch 1981);
+//   e04mfa, e04nca, e04nfa  one two-phase, inertia-controlling active-set
+//           method (optimization/active_set.hpp; docs/numerics.md, "Linear
+//           and quadratic programming"): TQ factorisation of the working
+//           set and a reduced-Hessian Cholesky factor, both updated by plane
+//           rotations (Gill, Murray, Saunders and Wright 1986, 1991).
 #pragma once
 
 #include "talvo_float.hpp"

@@ -120,7 +120,7 @@ private:
     Vector cv_, x_;
     Matrix Q_, T_, R_;
     Vector rcol_, vrot_, fixval_;
-    std::vector<double> anorm_, tol_; // only for scaling decisions
+    std::vector<long double> anorm_, tol_; // only for scaling decisions
     Vector w_, g_, pdir_, ap_, resid_, lambda_, work_, work2_, hv_;
     Num sigma_, t1_, t2_, t3_, c_, s_;
     Integer *istate_;
@@ -140,7 +140,18 @@ private:
     // ---- helpers ----
     long nw() const { return long(ws_.size()); }
     void set(mpfr_ptr r, const TalvoFloat &v) { mpfr_set(r, v.mpfr(), MPFR_RNDN); }
-    double dbl(mpfr_srcptr v) const { return mpfr_get_d(v, MPFR_RNDN); }
+    // Tolerance tests are made in long double, whose exponent range (to
+    // 10^-4931) holds every tolerance of "Digits" up to 1000 (a double's
+    // ends near 10^-308).
+    using Real = long double;
+    Real dbl(mpfr_srcptr v) const { return mpfr_get_ld(v, MPFR_RNDN); }
+    static Real ld(const TalvoFloat &v) { return mpfr_get_ld(v.mpfr(), MPFR_RNDN); }
+    // r += v for a long double v.
+    void add_ld(mpfr_ptr r, Real v)
+    {
+        mpfr_set_ld(t3_, v, MPFR_RNDN);
+        mpfr_add(r, r, t3_, MPFR_RNDN);
+    }
 
     // out = a_i' v (v of length n).
     void a_dot(long i, mpfr_srcptr v, mpfr_ptr out)
@@ -267,10 +278,10 @@ void Engine::gradient(bool phase1)
                 continue;
             int sign = 0;
             mpfr_sub(t1_, bl_[i], resid_[i], MPFR_RNDN);
-            if (has_lo_[size_t(i)] && mpfr_get_d(t1_, MPFR_RNDN) > tol_[size_t(i)])
+            if (has_lo_[size_t(i)] && dbl(t1_) > tol_[size_t(i)])
                 sign = -1;
             mpfr_sub(t1_, resid_[i], bu_[i], MPFR_RNDN);
-            if (has_up_[size_t(i)] && mpfr_get_d(t1_, MPFR_RNDN) > tol_[size_t(i)])
+            if (has_up_[size_t(i)] && dbl(t1_) > tol_[size_t(i)])
                 sign = 1;
             if (sign == 0)
                 continue;
@@ -666,15 +677,15 @@ Result Engine::run(TalvoFloat *x, TalvoFloat *ax, TalvoFloat *clamda)
         has_up_[size_t(i)] = p_.bu[i] < bigbnd_;
         set(bl_[i], p_.bl[i]);
         set(bu_[i], p_.bu[i]);
-        double an = 1.0;
+        Real an = 1.0L;
         if (i >= n_) {
             an = 0.0;
             for (long j = 0; j < n_; ++j)
                 an = std::max(an, std::fabs(dbl(C_(i - n_, j))));
-            an = std::max(an, 1e-300);
+            an = std::max(an, 1e-300L);
         }
         anorm_[size_t(i)] = an;
-        tol_[size_t(i)] = feas_.to_double() * (1.0 + an);
+        tol_[size_t(i)] = ld(feas_) * (1.0L + an);
     }
     if (p_.cvec != nullptr && p_.type != Type::QP1 && p_.type != Type::QP3 && p_.type != Type::LS1 &&
         p_.type != Type::LS3 && p_.type != Type::FP)
@@ -761,7 +772,7 @@ Result Engine::run(TalvoFloat *x, TalvoFloat *ax, TalvoFloat *clamda)
     long degenerate = 0;
     Vector pz(n_ + 1, prec_);
     Num gp(prec_), alpha(prec_), step(prec_), best(prec_), pnorm(prec_);
-    const double feas_d = feas_.to_double();
+    const Real feas_d = ld(feas_);
     for (;;) {
         residuals();
         // Phase: any violated constraint outside the working set?
@@ -792,7 +803,7 @@ Result Engine::run(TalvoFloat *x, TalvoFloat *ax, TalvoFloat *clamda)
         bool have_dir = false, newton = false;
         if (nz_ > 0 && use_h_ && nr_ == nz_) {
             // Newton step in the subspace if Z'g is not zero.
-            double gzmax = 0.0, gmax = 1.0;
+            Real gzmax = 0.0L, gmax = 1.0L;
             for (long c = 0; c < nz_; ++c) {
                 mpfr_set_zero(work_[c], 1);
                 for (long r = 0; r < n_; ++r)
@@ -801,7 +812,7 @@ Result Engine::run(TalvoFloat *x, TalvoFloat *ax, TalvoFloat *clamda)
             }
             for (long r = 0; r < n_; ++r)
                 gmax = std::max(gmax, std::fabs(dbl(g_[r])));
-            if (gzmax > opt_.to_double() * gmax) {
+            if (gzmax > ld(opt_) * gmax) {
                 // R' y = gz; R pz = -y
                 for (long c = 0; c < nz_; ++c) {
                     for (long j = 0; j < c; ++j)
@@ -819,7 +830,7 @@ Result Engine::run(TalvoFloat *x, TalvoFloat *ax, TalvoFloat *clamda)
         } else if (nz_ > 0 && !use_h_) {
             // Linear objective with a free direction (a warm start or a
             // phase switch): steepest descent in the subspace.
-            double gzmax = 0.0, gmax = 1.0;
+            Real gzmax = 0.0L, gmax = 1.0L;
             for (long c = 0; c < nz_; ++c) {
                 mpfr_set_zero(pz[c], 1);
                 for (long r = 0; r < n_; ++r)
@@ -829,25 +840,25 @@ Result Engine::run(TalvoFloat *x, TalvoFloat *ax, TalvoFloat *clamda)
             }
             for (long r = 0; r < n_; ++r)
                 gmax = std::max(gmax, std::fabs(dbl(g_[r])));
-            have_dir = gzmax > opt_.to_double() * gmax;
+            have_dir = gzmax > ld(opt_) * gmax;
         }
         if (!have_dir) {
             // A stationary point of the subspace: the multipliers.
             multipliers();
-            double gmax = 1.0;
+            Real gmax = 1.0L;
             for (long r = 0; r < n_; ++r)
                 gmax = std::max(gmax, std::fabs(dbl(g_[r])));
-            const double otol = opt_.to_double() * gmax;
+            const Real otol = ld(opt_) * gmax;
             long del = -1;
-            double worst = 0.0;
+            Real worst = 0.0L;
             for (long k = 0; k < nw(); ++k) {
-                const double l = dbl(lambda_[k]) * anorm_[size_t(ws_[size_t(k)])];
-                double bad = 0.0;
+                const Real l = dbl(lambda_[k]) * anorm_[size_t(ws_[size_t(k)])];
+                Real bad = 0.0L;
                 switch (kind_[size_t(k)]) {
                 case kLowerB: bad = -l; break;
                 case kUpperB: bad = l; break;
                 case kTempB: bad = std::fabs(l); break;
-                default: bad = 0.0; break;
+                default: bad = 0.0L; break;
                 }
                 if (!(bad > otol))
                     continue;
@@ -961,40 +972,64 @@ Result Engine::run(TalvoFloat *x, TalvoFloat *ax, TalvoFloat *clamda)
         ++iter_;
         // Ratio test (Harris), pass 1: the largest step that keeps every
         // constraint within its tolerance.
-        const double pn = dbl(pnorm);
+        const Real pn = dbl(pnorm);
         bool have_max = newton;
         mpfr_set_ui(alpha, 1, MPFR_RNDN); // the natural step of a Newton direction
         Num amax(prec_);
         if (newton)
             mpfr_set_ui(amax, 1, MPFR_RNDN);
-        std::vector<long> cand;
+        std::vector<long> cand, brk;
+        std::vector<char> far(size_t(mt_), 0);
+        // Phase 1 steps past the points where violated constraints become
+        // satisfied while the sum of infeasibilities still decreases (its
+        // slope rises by |a'p| at each); the bounds of satisfied
+        // constraints, and the far bound of a violated one, stay hard.
+        const bool long_step = phase == 1 && !newton && !bland;
         for (long i = 0; i < mt_; ++i) {
             if (where_[size_t(i)] >= 0)
                 continue;
             a_dot(i, pdir_.data(), ap_[i]);
-            const double api = dbl(ap_[i]);
-            if (!(std::fabs(api) > piv_.to_double() * anorm_[size_t(i)] * pn))
+            const Real api = dbl(ap_[i]);
+            if (!(std::fabs(api) > ld(piv_) * anorm_[size_t(i)] * pn))
                 continue;
-            const double tl = tol_[size_t(i)];
+            const Real tl = tol_[size_t(i)];
             // Relaxed step to the bound approached.
             mpfr_ptr step_r = step;
             bool blocks = false;
             mpfr_sub(t1_, bl_[i], resid_[i], MPFR_RNDN);
-            const double below = dbl(t1_);
+            const Real below = dbl(t1_);
             mpfr_sub(t1_, resid_[i], bu_[i], MPFR_RNDN);
-            const double above = dbl(t1_);
+            const Real above = dbl(t1_);
+            if (long_step && ((api < 0 && has_up_[size_t(i)] && above > tl) ||
+                              (api > 0 && has_lo_[size_t(i)] && below > tl))) {
+                brk.push_back(i);
+                far[size_t(i)] = 1;
+                mpfr_srcptr fb = api < 0 ? static_cast<mpfr_srcptr>(bl_[i]) : static_cast<mpfr_srcptr>(bu_[i]);
+                if (!(api < 0 ? has_lo_[size_t(i)] : has_up_[size_t(i)]))
+                    continue;
+                // (far bound - r + tol sign) / a'p
+                mpfr_sub(step_r, fb, resid_[i], MPFR_RNDN);
+                add_ld(step_r, api < 0 ? -tl : tl);
+                mpfr_div(step_r, step_r, ap_[i], MPFR_RNDN);
+                cand.push_back(i);
+                if (!have_max || mpfr_less_p(step_r, amax)) {
+                    mpfr_set(amax, step_r, MPFR_RNDN);
+                    have_max = true;
+                }
+                continue;
+            }
             if (api < 0) {
                 if (has_up_[size_t(i)] && above > tl) {
                     // violated above, moving down: feasible at u
                     mpfr_sub(step_r, resid_[i], bu_[i], MPFR_RNDN);
-                    mpfr_add_d(step_r, step_r, tl, MPFR_RNDN);
+                    add_ld(step_r, tl);
                     mpfr_div(step_r, step_r, ap_[i], MPFR_RNDN);
                     mpfr_neg(step_r, step_r, MPFR_RNDN);
                     blocks = true;
                 } else if (has_lo_[size_t(i)] && !(below > tl)) {
                     // (r - l + tol) / -a'p
                     mpfr_sub(step_r, resid_[i], bl_[i], MPFR_RNDN);
-                    mpfr_add_d(step_r, step_r, tl, MPFR_RNDN);
+                    add_ld(step_r, tl);
                     mpfr_div(step_r, step_r, ap_[i], MPFR_RNDN);
                     mpfr_neg(step_r, step_r, MPFR_RNDN);
                     blocks = true;
@@ -1003,12 +1038,12 @@ Result Engine::run(TalvoFloat *x, TalvoFloat *ax, TalvoFloat *clamda)
                 if (has_lo_[size_t(i)] && below > tl) {
                     // violated below, moving up: feasible at l
                     mpfr_sub(step_r, bl_[i], resid_[i], MPFR_RNDN);
-                    mpfr_add_d(step_r, step_r, tl, MPFR_RNDN);
+                    add_ld(step_r, tl);
                     mpfr_div(step_r, step_r, ap_[i], MPFR_RNDN);
                     blocks = true;
                 } else if (has_up_[size_t(i)] && !(above > tl)) {
                     mpfr_sub(step_r, bu_[i], resid_[i], MPFR_RNDN);
-                    mpfr_add_d(step_r, step_r, tl, MPFR_RNDN);
+                    add_ld(step_r, tl);
                     mpfr_div(step_r, step_r, ap_[i], MPFR_RNDN);
                     blocks = true;
                 }
@@ -1025,16 +1060,18 @@ Result Engine::run(TalvoFloat *x, TalvoFloat *ax, TalvoFloat *clamda)
         // the largest |a'p| (or the least index under the anti-cycling rule).
         long hit = -1;
         int hit_kind = 0;
-        double best_piv = 0.0;
+        Real best_piv = 0.0L;
         for (long i : cand) {
-            const double api = dbl(ap_[i]);
+            const Real api = dbl(ap_[i]);
             mpfr_sub(t1_, bl_[i], resid_[i], MPFR_RNDN);
-            const double below = dbl(t1_);
+            const Real below = dbl(t1_);
             mpfr_sub(t1_, resid_[i], bu_[i], MPFR_RNDN);
-            const double above = dbl(t1_);
-            const double tl = tol_[size_t(i)];
+            const Real above = dbl(t1_);
+            const Real tl = tol_[size_t(i)];
             int k = 0;
-            if (api < 0)
+            if (far[size_t(i)])
+                k = api < 0 ? kLowerB : kUpperB;
+            else if (api < 0)
                 k = (has_up_[size_t(i)] && above > tl) ? kUpperB : kLowerB;
             else
                 k = (has_lo_[size_t(i)] && below > tl) ? kLowerB : kUpperB;
@@ -1047,7 +1084,7 @@ Result Engine::run(TalvoFloat *x, TalvoFloat *ax, TalvoFloat *clamda)
                 continue;
             if (newton && !mpfr_less_p(step, alpha) && hit < 0)
                 continue; // does not block before the natural step
-            const double piv = std::fabs(api) / anorm_[size_t(i)];
+            const Real piv = std::fabs(api) / anorm_[size_t(i)];
             bool take;
             if (hit < 0)
                 take = true;
@@ -1060,6 +1097,43 @@ Result Engine::run(TalvoFloat *x, TalvoFloat *ax, TalvoFloat *clamda)
                 hit_kind = k;
                 best_piv = piv;
                 mpfr_set(best, step, MPFR_RNDN);
+            }
+        }
+        if (long_step && !brk.empty()) {
+            // The breakpoints in order, up to the first hard limit.
+            Vector bstep(long(brk.size()), prec_);
+            for (size_t k = 0; k < brk.size(); ++k) {
+                const long i = brk[k];
+                mpfr_srcptr bound = dbl(ap_[i]) < 0 ? static_cast<mpfr_srcptr>(bu_[i]) : static_cast<mpfr_srcptr>(bl_[i]);
+                mpfr_sub(bstep[long(k)], bound, resid_[i], MPFR_RNDN);
+                mpfr_div(bstep[long(k)], bstep[long(k)], ap_[i], MPFR_RNDN);
+                if (sgn(bstep[long(k)]) < 0)
+                    mpfr_set_zero(bstep[long(k)], 1);
+            }
+            std::vector<long> order(brk.size());
+            for (size_t k = 0; k < order.size(); ++k)
+                order[k] = long(k);
+            std::sort(order.begin(), order.end(),
+                      [&](long u, long v) { return mpfr_less_p(bstep[u], bstep[v]) || (mpfr_equal_p(bstep[u], bstep[v]) && brk[size_t(u)] < brk[size_t(v)]); });
+            Num slope(prec_);
+            for (long r = 0; r < n_; ++r)
+                mpfr_fma(slope, g_[r], pdir_[r], slope, MPFR_RNDN);
+            long chosen = -1;
+            for (long k : order) {
+                if (hit >= 0 && !mpfr_less_p(bstep[k], best))
+                    break;
+                if (hit < 0 && have_max && mpfr_greater_p(bstep[k], amax))
+                    break;
+                chosen = k;
+                mpfr_abs(t1_, ap_[brk[size_t(k)]], MPFR_RNDN);
+                mpfr_add(slope, slope, t1_, MPFR_RNDN);
+                if (sgn(slope) >= 0)
+                    break;
+            }
+            if (chosen >= 0 && (sgn(slope) >= 0 || hit < 0)) {
+                hit = brk[size_t(chosen)];
+                hit_kind = dbl(ap_[hit]) < 0 ? kUpperB : kLowerB;
+                mpfr_set(best, bstep[chosen], MPFR_RNDN);
             }
         }
         if (hit >= 0 && newton && !mpfr_less_p(best, alpha))
@@ -1083,7 +1157,7 @@ Result Engine::run(TalvoFloat *x, TalvoFloat *ax, TalvoFloat *clamda)
         }
         for (long r = 0; r < n_; ++r)
             mpfr_fma(x_[r], alpha, pdir_[r], x_[r], MPFR_RNDN);
-        if (dbl(t1_) <= feas_d * 1e-3 * (1.0 + pn))
+        if (dbl(t1_) <= feas_d * 1e-3L * (1.0L + pn))
             ++degenerate;
         else
             degenerate = 0;
