@@ -269,32 +269,43 @@ Program Mixed(Stream &r, long ni, long m)
     return p;
 }
 
-bool BruteForceMixed(const Program &p, double *best)
+// The optimum as an exact fraction num / den (the data are integers, so the
+// best y for a fixed x is a ratio of integers; a double would round it).
+struct Fraction {
+    long num = 0, den = 1;
+};
+
+bool Less(const Fraction &a, const Fraction &b) { return a.num * b.den < b.num * a.den; }
+
+bool BruteForceMixed(const Program &p, Fraction *best)
 {
     const long ni = p.n - 1;
-    std::vector<double> x(size_t(ni), 0.0);
+    std::vector<long> x(size_t(ni), 0);
     bool found = false;
     for (;;) {
         // y's interval from its bounds and every constraint (coefficients of
-        // y are positive, the rows have only upper bounds).
-        double lo = p.bl[size_t(ni)], hi = p.bu[size_t(ni)];
+        // y are positive, the rows have only upper bounds): [0, hi].
+        Fraction hi{long(p.bu[size_t(ni)]), 1};
         for (long i = 0; i < p.m; ++i) {
-            double s = 0;
+            long s = 0;
             for (long j = 0; j < ni; ++j)
-                s += p.A[size_t(i + j * p.m)] * x[size_t(j)];
-            hi = std::min(hi, (p.bu[size_t(p.n + i)] - s) / p.A[size_t(i + ni * p.m)]);
+                s += long(p.A[size_t(i + j * p.m)]) * x[size_t(j)];
+            const Fraction row{long(p.bu[size_t(p.n + i)]) - s, long(p.A[size_t(i + ni * p.m)])};
+            if (Less(row, hi))
+                hi = row;
         }
-        if (lo <= hi + 1e-12) {
-            const double cy = p.c[size_t(ni)];
-            double v = cy * (cy < 0 ? hi : lo);
+        if (hi.num >= 0) {
+            const long cy = long(p.c[size_t(ni)]);
+            long cx = 0;
             for (long j = 0; j < ni; ++j)
-                v += p.c[size_t(j)] * x[size_t(j)];
-            if (!found || v < *best)
+                cx += long(p.c[size_t(j)]) * x[size_t(j)];
+            const Fraction v = cy < 0 ? Fraction{cx * hi.den + cy * hi.num, hi.den} : Fraction{cx, 1};
+            if (!found || Less(v, *best))
                 *best = v;
             found = true;
         }
         long j = 0;
-        while (j < ni && x[size_t(j)] + 1 > p.bu[size_t(j)]) {
+        while (j < ni && double(x[size_t(j)] + 1) > p.bu[size_t(j)]) {
             x[size_t(j)] = 0;
             ++j;
         }
@@ -352,10 +363,15 @@ TEST_P(IntegerLp, MixedAgainstBruteForce)
     const int count = kSanitized ? 2 : 5;
     for (int k = 0; k < count; ++k) {
         const Program p = Mixed(r, kSanitized ? 3 : 4, 3);
-        double best = 0;
+        Fraction best;
         ASSERT_TRUE(BruteForceMixed(p, &best));
         const Outcome o = Solve(p);
-        ExpectOptimum(p, o, best);
+        ASSERT_EQ(o.ifail, 0);
+        const TalvoFloat exact = TalvoFloat(double(best.num)) / TalvoFloat(double(best.den));
+        const TalvoFloat tol = pow(TalvoFloat(10.0), TalvoFloat(-double(talvo_float_digits() - 2)));
+        EXPECT_TRUE(fabs(o.obj - exact) <= tol * (TalvoFloat(1.0) + fabs(exact)))
+            << "objmip " << o.obj.to_double() << ", brute force " << best.num << "/" << best.den;
+        CheckPoint(p, o);
     }
 }
 
