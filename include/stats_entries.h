@@ -374,6 +374,16 @@ STATS_DECLARE_ARRAY_ENTRY(sw_e04uca); // nonlinear constraints, general objectiv
 STATS_DECLARE_ARRAY_ENTRY(sw_e04uea); // an option of sw_e04uca: 9 arguments
 STATS_DECLARE_ARRAY_ENTRY(sw_e04usa); // nonlinear constraints, sum of squares: 45 arguments
 STATS_DECLARE_ARRAY_ENTRY(sw_e04ura); // an option of sw_e04usa: 9 arguments
+// Linear, quadratic and integer programming wrappers
+// (solvers/linear_programming_wrappers.cpp; layouts in docs/solvers.md).
+STATS_DECLARE_ARRAY_ENTRY(sw_e04mfa); // linear program or feasible point: 23 arguments
+STATS_DECLARE_ARRAY_ENTRY(sw_e04mha); // an option of sw_e04mfa: 9 arguments
+STATS_DECLARE_ARRAY_ENTRY(sw_e04nca); // convex QP or constrained least squares: 27 arguments
+STATS_DECLARE_ARRAY_ENTRY(sw_e04nea); // an option of sw_e04nca: 9 arguments
+STATS_DECLARE_ARRAY_ENTRY(sw_e04nfa); // QP with a Hessian product procedure: 28 arguments
+STATS_DECLARE_ARRAY_ENTRY(sw_e04nha); // an option of sw_e04nfa: 9 arguments
+STATS_DECLARE_ARRAY_ENTRY(sw_h02bbf); // integer LP by branch and bound: 26 arguments
+STATS_DECLARE_ARRAY_ENTRY(sw_h02wbf); // save arrays of sw_h02bbf at their defaults: 7 arguments
 
 // ---------------------------------------------------------------------------
 // Extensions: entries beyond the defined interface, for the statistics

@@ -138,4 +138,13 @@ void ResidualTrampoline(Integer *mode, Integer *m, Integer *n, Integer *ldfj, In
         FillJacobian(s.jacobian, s.jac_table, long(*m), long(*n), fjac, long(*ldfj), "the Jacobian procedure");
 }
 
+void HessianProductTrampoline(Integer *n, Integer * /*jthcol*/, const TalvoFloat * /*h*/, Integer * /*ldh*/,
+                              const TalvoFloat *x, TalvoFloat *hx, Integer * /*iuser*/, TalvoFloat * /*ruser*/)
+{
+    TrampolineSlots &s = gTrampolineSlots;
+    CopyPoint(x, long(*n));
+    ++s.calls;
+    CallToFill(s.gradient, hx, long(*n), "the Hessian product procedure");
+}
+
 } // namespace stats::solvers

@@ -32,7 +32,7 @@ struct TrampolineSlots {
     TKernelVector kv = nullptr;
     const char *wrapper = nullptr;
     ALGEB value = nullptr;    // f(x)
-    ALGEB gradient = nullptr; // g(x, grad), or the residual procedure r(x, fvec)
+    ALGEB gradient = nullptr; // g(x, grad), the residual procedure r(x, fvec) or the Hessian product hv(x, hx)
     ALGEB monitor = nullptr;
     ALGEB x_table = nullptr; // the table the procedures receive as x
     TalvoFloat *x_work = nullptr;
@@ -92,5 +92,12 @@ void ConstraintTrampoline(Integer *mode, Integer *ncnln, Integer *n, Integer *ld
                           TalvoFloat *ruser);
 void ResidualTrampoline(Integer *mode, Integer *m, Integer *n, Integer *ldfj, Integer *needfi, const TalvoFloat *x,
                         TalvoFloat *f, TalvoFloat *fjac, Integer *nstate, Integer *iuser, TalvoFloat *ruser);
+// The Hessian product of e04nfa (qphess): the point into the x work table,
+// then the procedure in the gradient slot called as hv(x, hx), filling the
+// out table with the n numbers of H x.  The routine's jthcol hint (x is a
+// unit vector) is not passed on: the procedure computes the product in every
+// case.  Each call counts in the slots' calls.
+void HessianProductTrampoline(Integer *n, Integer *jthcol, const TalvoFloat *h, Integer *ldh, const TalvoFloat *x,
+                              TalvoFloat *hx, Integer *iuser, TalvoFloat *ruser);
 
 } // namespace stats::solvers

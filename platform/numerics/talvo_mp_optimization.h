@@ -442,13 +442,50 @@ TALVO_MP_OPT_API void TalvoMP_e04usa_(Integer *m, Integer *n, Integer *nclin, In
 // ---------------------------------------------------------------------------
 
 // h02wbf: save arrays of h02bbf at their defaults (the options of its node
-// linear programs); the argument list of e04wbf, rname "H02BBF".
+// linear programs); the argument list of e04wbf, rname "H02BBF" (any case,
+// trailing blanks ignored).
+// IFAIL: 1 rname is not "H02BBF"; 2 an array shorter than 120, 610, 475.
 TALVO_MP_OPT_API void TalvoMP_h02wbf_(const char *rname, char *cwsav, Integer *lcwsav, Integer *lwsav,
                                       Integer *llwsav, Integer *iwsav, Integer *liwsav, TalvoFloat *rwsav,
                                       Integer *lrwsav, Integer *ifail, int rname_length, int cwsav_length);
 
-// h02bbf: an integer (or mixed) LP, intvar[j] = 1 for an integer variable;
-// the published list followed by the three save arrays h02wbf fills.
+// h02bbf: minimise cvec'x subject to bl <= (x, A x) <= bu with x_j integer
+// where intvar[j] = 1 (0: continuous), by branch and bound on LP
+// relaxations (Dakin 1965): depth first until the first integer solution,
+// then the waiting node with the lowest bound, nodes pruned by the best
+// integer solution found.  The published list followed by the three save
+// arrays h02wbf fills.
+//   itmax   LP iterations allowed per node; <= 0: max(50, 5(n + m)),
+//           written back;
+//   msglvl  accepted, not used (nothing is printed);
+//   a (lda x n), lda >= max(1, m): the m general constraints;
+//   bl, bu (n + m): bounds on x then on A x; at or beyond -bigbnd / bigbnd
+//           no bound; bl = bu an equality;
+//   maxnod  the most nodes (LP relaxations) solved; <= 0 no limit;
+//   intfst  non-zero: stop at the first integer solution;
+//   maxdpt  the most nodes waiting at once (the node stack, >= 2);
+//   toliv   a value within toliv of an integer is integral (below eps, or
+//           not below 1/2: 10^(-D/3)); written back;
+//   tolfes  feasibility tolerance of the node LPs (below eps: 10^(-D/2));
+//           written back;
+//   bigbnd  the infinite bound (<= 0: 1e20); written back;
+//   x (n)   start of the root LP; on exit the best integer solution, its
+//           integer variables exactly integers (with no integer solution:
+//           the point of the last relaxation solved);
+//   objmip  cvec'x at the returned integer solution (0 without one);
+//   iwork (liwork >= 4): on exit iwork(1) the nodes solved, iwork(2) the
+//           deepest node's depth (the root is 0), iwork(3) the LP iterations
+//           of all nodes, iwork(4) 1 when an integer solution was found;
+//   rwork (lrwork >= m + 1): on exit rwork(1) the lowest bound of the
+//           nodes left unsolved (objmip when none is left), rwork(2..m+1)
+//           A x at the returned solution.
+// IFAIL: 1 no integer solution (the relaxation, or every branch of it, is
+// infeasible); 2 a relaxation is unbounded; 3 a node LP reached itmax
+// iterations; 4 maxnod nodes solved (x the best integer solution so far,
+// if iwork(4) = 1); 5 a branch needed more than maxdpt waiting nodes (x
+// as for 4); 6 liwork or lrwork too small; 7 invalid input (n < 1, m < 0,
+// lda < max(1, m), maxdpt < 2, an intvar not 0 or 1, bl > bu + tolfes, or
+// the save arrays not initialised by h02wbf).
 TALVO_MP_OPT_API void TalvoMP_h02bbf_(Integer *itmax, Integer *msglvl, Integer *n, Integer *m, const TalvoFloat *a,
                                       Integer *lda, const TalvoFloat *bl, const TalvoFloat *bu, const Integer *intvar,
                                       const TalvoFloat *cvec, Integer *maxnod, Integer *intfst, Integer *maxdpt,
