@@ -26,39 +26,6 @@ long Arg(const Frame &f, int i) { return long(f.integer(i)); }
 
 constexpr Check P = Check::Param;
 
-// An integer table the frame passed as a converted copy (its elements were
-// not native integers): the routine's results written back into it.
-void WriteBackIntegers(const Frame &f, int i, long count)
-{
-    if (!f.copied(i) || count <= 0)
-        return;
-    TKernelVector kv = f.kv();
-    ALGEB t = f.arg(i);
-    RTableSettings s;
-    RTableGetSettings(kv, &s, t);
-    void *block = RTableDataBlock(kv, t);
-    const Integer *v = f.integers(i);
-    for (long j = 0; j < count; ++j) {
-        switch (s.data_type) {
-        case RTABLE_INTEGER8:
-            static_cast<int8_t *>(block)[j] = int8_t(v[j]);
-            break;
-        case RTABLE_INTEGER16:
-            static_cast<int16_t *>(block)[j] = int16_t(v[j]);
-            break;
-        case RTABLE_INTEGER32:
-            static_cast<int32_t *>(block)[j] = int32_t(v[j]);
-            break;
-        case RTABLE_INTEGER64:
-            static_cast<int64_t *>(block)[j] = int64_t(v[j]);
-            break;
-        default:
-            static_cast<ALGEB *>(block)[j] = ToTalvoInteger(kv, M_INT(v[j]));
-            break;
-        }
-    }
-}
-
 // The elements of a rows x n column-major matrix with leading dimension ld
 // that a routine reads: ld (n - 1) + rows (none when rows or n is 0).
 long MatrixExtent(long ld, long rows, long n)
@@ -121,8 +88,8 @@ ALGEB SetOption(TKernelVector kv, ALGEB *args, OptionSetter setter)
         const long whole = long(f.text_length(1));
         const long length = Arg(f, 6) < 0 || Arg(f, 6) > whole ? whole : Arg(f, 6);
         setter(f.text(1), f.integers(2), f.integers(3), f.floats(4), &inform, int(length));
-        WriteBackIntegers(f, 2, kTalvoOptLwsav);
-        WriteBackIntegers(f, 3, kTalvoOptIwsav);
+        f.write_back_integers(2, kTalvoOptLwsav);
+        f.write_back_integers(3, kTalvoOptIwsav);
     }
     f.assign_integer(5, inform);
     return f.host_integer(inform);
@@ -168,8 +135,8 @@ STATS_ENTRY ALGEB sw_e04mfa(TKernelVector kv, ALGEB *args)
     TalvoMP_e04mfa_(&n, &nclin, f.floats(3), &lda, f.floats(5), f.floats(6), f.floats(7), f.integers(8), f.floats(9),
                     &iter, &obj, f.floats(12), f.floats(13), f.integers(14), &liwork, f.floats(16), &lwork,
                     f.integers(18), f.integers(19), f.floats(20), &ifail);
-    WriteBackIntegers(f, 8, ExtentSum(Arg(f, 1), Arg(f, 2)));
-    WriteBackIntegers(f, 14, Arg(f, 15));
+    f.write_back_integers(8, ExtentSum(Arg(f, 1), Arg(f, 2)));
+    f.write_back_integers(14, Arg(f, 15));
     f.assign_integer(10, iter);
     f.assign_float(11, obj);
     f.assign_integer(21, ifail);
@@ -223,9 +190,9 @@ STATS_ENTRY ALGEB sw_e04nca(TKernelVector kv, ALGEB *args)
                     f.integers(11), f.floats(12), f.floats(13), f.floats(14), &iter, &obj, f.floats(17),
                     f.integers(18), &liwork, f.floats(20), &lwork, f.integers(22), f.integers(23), f.floats(24),
                     &ifail);
-    WriteBackIntegers(f, 10, ExtentSum(Arg(f, 2), Arg(f, 3)));
-    WriteBackIntegers(f, 11, Arg(f, 2));
-    WriteBackIntegers(f, 18, Arg(f, 19));
+    f.write_back_integers(10, ExtentSum(Arg(f, 2), Arg(f, 3)));
+    f.write_back_integers(11, Arg(f, 2));
+    f.write_back_integers(18, Arg(f, 19));
     f.assign_integer(15, iter);
     f.assign_float(16, obj);
     f.assign_integer(25, ifail);
@@ -296,8 +263,8 @@ STATS_ENTRY ALGEB sw_e04nfa(TKernelVector kv, ALGEB *args)
                     product ? HessianProductTrampoline : nullptr, f.integers(11), f.floats(12), &iter, &obj,
                     f.floats(15), f.floats(16), f.integers(17), &liwork, f.floats(19), &lwork, nullptr, nullptr,
                     f.integers(21), f.integers(22), f.floats(23), &ifail);
-    WriteBackIntegers(f, 11, ExtentSum(Arg(f, 1), Arg(f, 2)));
-    WriteBackIntegers(f, 17, Arg(f, 18));
+    f.write_back_integers(11, ExtentSum(Arg(f, 1), Arg(f, 2)));
+    f.write_back_integers(17, Arg(f, 18));
     f.assign_integer(13, iter);
     f.assign_float(14, obj);
     f.assign_integer(24, ifail);
@@ -347,7 +314,7 @@ STATS_ENTRY ALGEB sw_h02bbf(TKernelVector kv, ALGEB *args)
                     f.floats(10), &maxnod, &intfst, &maxdpt, &toliv, &tolfes, &bigbnd, f.floats(17), &objmip,
                     f.integers(19), &liwork, f.floats(21), &lrwork, f.integers(23), f.integers(24), f.floats(25),
                     &ifail);
-    WriteBackIntegers(f, 19, Arg(f, 20));
+    f.write_back_integers(19, Arg(f, 20));
     f.assign_float(18, objmip);
     f.assign_integer(26, ifail);
     return f.host_integer(ifail);
@@ -374,8 +341,8 @@ STATS_ENTRY ALGEB sw_h02wbf(TKernelVector kv, ALGEB *args)
     TalvoMP_h02wbf_(f.text(1), nullptr, nullptr, f.integers(2), &llwsav, f.integers(4), &liwsav, f.floats(6), &lrwsav,
                     &ifail, int(f.text_length(1)), 0);
     if (ifail == 0) {
-        WriteBackIntegers(f, 2, kTalvoOptLwsav);
-        WriteBackIntegers(f, 4, kTalvoOptIwsav);
+        f.write_back_integers(2, kTalvoOptLwsav);
+        f.write_back_integers(4, kTalvoOptIwsav);
     }
     return f.host_integer(ifail);
 }

@@ -19,39 +19,6 @@ long Arg(const Frame &f, int i) { return long(f.integer(i)); }
 constexpr Check A = Check::Args;
 constexpr Check P = Check::Param;
 
-// An integer table the frame passed as a converted copy (its elements were
-// not native integers): the routine's results written back into it.
-void WriteBack(const Frame &f, int i, long count)
-{
-    if (!f.copied(i) || count <= 0)
-        return;
-    TKernelVector kv = f.kv();
-    ALGEB t = f.arg(i);
-    RTableSettings s;
-    RTableGetSettings(kv, &s, t);
-    void *block = RTableDataBlock(kv, t);
-    const Integer *v = f.integers(i);
-    for (long j = 0; j < count; ++j) {
-        switch (s.data_type) {
-        case RTABLE_INTEGER8:
-            static_cast<int8_t *>(block)[j] = int8_t(v[j]);
-            break;
-        case RTABLE_INTEGER16:
-            static_cast<int16_t *>(block)[j] = int16_t(v[j]);
-            break;
-        case RTABLE_INTEGER32:
-            static_cast<int32_t *>(block)[j] = int32_t(v[j]);
-            break;
-        case RTABLE_INTEGER64:
-            static_cast<int64_t *>(block)[j] = int64_t(v[j]);
-            break;
-        default:
-            static_cast<ALGEB *>(block)[j] = ToTalvoInteger(kv, M_INT(v[j]));
-            break;
-        }
-    }
-}
-
 // n + nclin + ncnln of sw_e04uca (arguments 1, 2, 3) and sw_e04usa (2, 3, 4).
 long UcaTotal(const Frame &f) { return ExtentSum(ExtentSum(Arg(f, 1), Arg(f, 2)), Arg(f, 3)); }
 long UsaTotal(const Frame &f) { return ExtentSum(ExtentSum(Arg(f, 2), Arg(f, 3)), Arg(f, 4)); }
@@ -78,8 +45,8 @@ ALGEB SetOption(TKernelVector kv, ALGEB *args, Setter setter)
         const long whole = long(f.text_length(1));
         const long length = Arg(f, 6) < 0 || Arg(f, 6) > whole ? whole : Arg(f, 6);
         setter(f.text(1), f.integers(2), f.integers(3), f.floats(4), &inform, int(length));
-        WriteBack(f, 2, kTalvoOptLwsav);
-        WriteBack(f, 3, kTalvoOptIwsav);
+        f.write_back_integers(2, kTalvoOptLwsav);
+        f.write_back_integers(3, kTalvoOptIwsav);
     }
     f.assign_integer(5, inform);
     return f.host_integer(inform);
@@ -163,7 +130,7 @@ STATS_ENTRY ALGEB sw_e04uca(TKernelVector kv, ALGEB *args)
         f.assign_float(19, objf);
         f.assign_integer(30, s.calls);
         f.assign_integer(31, s.con_calls);
-        WriteBack(f, 15, UcaTotal(f));
+        f.write_back_integers(15, UcaTotal(f));
     }
     return f.host_integer(ifail);
 }
@@ -257,7 +224,7 @@ STATS_ENTRY ALGEB sw_e04usa(TKernelVector kv, ALGEB *args)
         f.assign_float(24, objf);
         f.assign_integer(34, s.calls);
         f.assign_integer(35, s.con_calls);
-        WriteBack(f, 18, UsaTotal(f));
+        f.write_back_integers(18, UsaTotal(f));
     }
     return f.host_integer(ifail);
 }

@@ -21,39 +21,6 @@ long Arg(const Frame &f, int i) { return long(f.integer(i)); }
 constexpr Check A = Check::Args;
 constexpr Check P = Check::Param;
 
-// An integer table the frame passed as a converted copy (its elements were
-// not native integers): the routine's results written back into it.
-void WriteBackIntegers(const Frame &f, int i, long count)
-{
-    if (!f.copied(i) || count <= 0)
-        return;
-    TKernelVector kv = f.kv();
-    ALGEB t = f.arg(i);
-    RTableSettings s;
-    RTableGetSettings(kv, &s, t);
-    void *block = RTableDataBlock(kv, t);
-    const Integer *v = f.integers(i);
-    for (long j = 0; j < count; ++j) {
-        switch (s.data_type) {
-        case RTABLE_INTEGER8:
-            static_cast<int8_t *>(block)[j] = int8_t(v[j]);
-            break;
-        case RTABLE_INTEGER16:
-            static_cast<int16_t *>(block)[j] = int16_t(v[j]);
-            break;
-        case RTABLE_INTEGER32:
-            static_cast<int32_t *>(block)[j] = int32_t(v[j]);
-            break;
-        case RTABLE_INTEGER64:
-            static_cast<int64_t *>(block)[j] = int64_t(v[j]);
-            break;
-        default:
-            static_cast<ALGEB *>(block)[j] = ToTalvoInteger(kv, M_INT(v[j]));
-            break;
-        }
-    }
-}
-
 // The x work table: the point the user procedures receive.
 void UsePoint(TrampolineSlots &s, const Frame &f, int i, long n)
 {
@@ -333,8 +300,8 @@ STATS_ENTRY ALGEB sw_e04dka(TKernelVector kv, ALGEB *args)
         const long whole = long(f.text_length(1));
         const long length = Arg(f, 6) < 0 || Arg(f, 6) > whole ? whole : Arg(f, 6);
         TalvoMP_e04dka_(f.text(1), f.integers(2), f.integers(3), f.floats(4), &inform, int(length));
-        WriteBackIntegers(f, 2, kTalvoOptLwsav);
-        WriteBackIntegers(f, 3, kTalvoOptIwsav);
+        f.write_back_integers(2, kTalvoOptLwsav);
+        f.write_back_integers(3, kTalvoOptIwsav);
     }
     f.assign_integer(5, inform);
     return f.host_integer(inform);
@@ -361,8 +328,8 @@ STATS_ENTRY ALGEB sw_e04wbf(TKernelVector kv, ALGEB *args)
     TalvoMP_e04wbf_(f.text(1), nullptr, nullptr, f.integers(2), &llwsav, f.integers(4), &liwsav, f.floats(6),
                     &lrwsav, &ifail, int(f.text_length(1)), 0);
     if (ifail == 0) {
-        WriteBackIntegers(f, 2, kTalvoOptLwsav);
-        WriteBackIntegers(f, 4, kTalvoOptIwsav);
+        f.write_back_integers(2, kTalvoOptLwsav);
+        f.write_back_integers(4, kTalvoOptIwsav);
     }
     return f.host_integer(ifail);
 }
@@ -429,7 +396,7 @@ STATS_ENTRY ALGEB sw_e04fcf(TKernelVector kv, ALGEB *args)
         f.assign_integer(20, nf);
         f.assign_integer(28, f.integers(21)[0]); // the grade, left in iw(1)
     }
-    WriteBackIntegers(f, 21, Arg(f, 22));
+    f.write_back_integers(21, Arg(f, 22));
     return f.host_integer(ifail);
 }
 
@@ -497,8 +464,8 @@ STATS_ENTRY ALGEB sw_e04kdf(TKernelVector kv, ALGEB *args)
         f.assign_float(29, w[0]);
         f.assign_float(30, w[1]);
         TalvoAssign(kv, f.arg(31), ToTalvoBoolean(kv, iw[2] != 0));
-        WriteBackIntegers(f, 18, Arg(f, 1));
-        WriteBackIntegers(f, 21, Arg(f, 22));
+        f.write_back_integers(18, Arg(f, 1));
+        f.write_back_integers(21, Arg(f, 22));
     }
     return f.host_integer(ifail);
 }

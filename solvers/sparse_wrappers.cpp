@@ -74,42 +74,6 @@ void OutInteger(const Frame &f, int i, long v)
         f.assign_integer(i, v);
 }
 
-// Writes the first count elements of integer table i back to the host table
-// when the routine worked on a converted copy.
-void WriteBack(const Frame &f, int i, long count)
-{
-    if (!f.copied(i) || count <= 0)
-        return;
-    ALGEB t = f.arg(i);
-    RTableSettings s;
-    RTableGetSettings(f.kv(), &s, t);
-    const Integer *v = f.integers(i);
-    const long dims = long(RTableNumDimensions(f.kv(), t));
-    M_INT lo[2] = {RTableLowerBound(f.kv(), t, 1), dims > 1 ? RTableLowerBound(f.kv(), t, 2) : 0};
-    const M_INT rows = RTableUpperBound(f.kv(), t, 1) - lo[0] + 1;
-    for (long k = 0; k < count; ++k) {
-        M_INT index[2] = {lo[0] + (dims > 1 ? k % rows : k), dims > 1 ? lo[1] + k / rows : 0};
-        RTableData d;
-        switch (s.data_type) {
-        case RTABLE_INTEGER8:
-            d.int8 = int8_t(v[k]);
-            break;
-        case RTABLE_INTEGER16:
-            d.int16 = int16_t(v[k]);
-            break;
-        case RTABLE_INTEGER32:
-            d.int32 = int32_t(v[k]);
-            break;
-        case RTABLE_INTEGER64:
-            d.int64 = int64_t(v[k]);
-            break;
-        default:
-            d.dag = ToTalvoInteger(f.kv(), M_INT(v[k]));
-        }
-        RTableAssign(f.kv(), t, index, d);
-    }
-}
-
 // The result, and the IFAIL output argument where the layout has one.
 ALGEB Result(const Frame &f, Integer ifail, int position = 0)
 {
@@ -241,12 +205,12 @@ static ALGEB IluWrapper(TKernelVector kv, ALGEB *args)
                         f.integer(7), f.real(8), f.text(9), f.text(10), f.integers(11), f.integers(12),
                         f.integers(13), f.integers(14), &nnzc, &npivm, f.integers(17), TableLength(f, 17), &ifail);
     if (ifail == 0) {
-        WriteBack(f, 5, Arg(f, 4));
-        WriteBack(f, 6, Arg(f, 4));
-        WriteBack(f, 11, Arg(f, 1));
-        WriteBack(f, 12, Arg(f, 1));
-        WriteBack(f, 13, Arg(f, 1) + 1);
-        WriteBack(f, 14, Arg(f, 1));
+        f.write_back_integers(5, Arg(f, 4));
+        f.write_back_integers(6, Arg(f, 4));
+        f.write_back_integers(11, Arg(f, 1));
+        f.write_back_integers(12, Arg(f, 1));
+        f.write_back_integers(13, Arg(f, 1) + 1);
+        f.write_back_integers(14, Arg(f, 1));
     }
     f.assign_integer(15, nnzc);
     f.assign_integer(16, npivm);
@@ -450,9 +414,9 @@ static ALGEB SortWrapper(TKernelVector kv, ALGEB *args)
         TalvoMP_f11zpf_(f.integer(1), &nnz, reinterpret_cast<TalvoComplex *>(f.floats(3)), f.integers(4),
                         f.integers(5), "S", "R", f.integers(6), nullptr, &ifail);
     if (ifail == 0) {
-        WriteBack(f, 4, before);
-        WriteBack(f, 5, before);
-        WriteBack(f, 6, Arg(f, 1) + 1);
+        f.write_back_integers(4, before);
+        f.write_back_integers(5, before);
+        f.write_back_integers(6, Arg(f, 1) + 1);
         OutInteger(f, 2, nnz);
     }
     return Result(f, ifail);
@@ -518,10 +482,10 @@ STATS_ENTRY ALGEB sw_f11grstf(TKernelVector kv, ALGEB *args)
         f.assign_integer(15, npivm);
         if (ifail != 0)
             return f.host_integer(ifail);
-        WriteBack(f, 5, la);
-        WriteBack(f, 6, la);
-        WriteBack(f, 12, n);
-        WriteBack(f, 13, n + 1);
+        f.write_back_integers(5, la);
+        f.write_back_integers(6, la);
+        f.write_back_integers(12, n);
+        f.write_back_integers(13, n + 1);
     }
     Integer lwreq = 0;
     const Integer lwork = f.integer(31);

@@ -236,4 +236,40 @@ void Frame::assign_integer(int i, long v) const { TalvoAssign(kv_, args_[i], ToT
 
 void Frame::assign_float(int i, TalvoFloat v) const { TalvoAssign(kv_, args_[i], v.handle()); }
 
+void Frame::write_back_integers(int i, long count) const
+{
+    if (!copied(i) || count <= 0)
+        return;
+    ALGEB t = args_[i];
+    RTableSettings s;
+    RTableGetSettings(kv_, &s, t);
+    const Integer *v = integers(i);
+    // By index, in storage order, so any storage and a second dimension are
+    // written where the copy read them.
+    const long dims = long(RTableNumDimensions(kv_, t));
+    M_INT lo[2] = {RTableLowerBound(kv_, t, 1), dims > 1 ? RTableLowerBound(kv_, t, 2) : 0};
+    const M_INT rows = RTableUpperBound(kv_, t, 1) - lo[0] + 1;
+    for (long k = 0; k < count; ++k) {
+        M_INT index[2] = {lo[0] + (dims > 1 ? k % rows : k), dims > 1 ? lo[1] + k / rows : 0};
+        RTableData d;
+        switch (s.data_type) {
+        case RTABLE_INTEGER8:
+            d.int8 = int8_t(v[k]);
+            break;
+        case RTABLE_INTEGER16:
+            d.int16 = int16_t(v[k]);
+            break;
+        case RTABLE_INTEGER32:
+            d.int32 = int32_t(v[k]);
+            break;
+        case RTABLE_INTEGER64:
+            d.int64 = int64_t(v[k]);
+            break;
+        default:
+            d.dag = ToTalvoInteger(kv_, M_INT(v[k]));
+        }
+        RTableAssign(kv_, t, index, d);
+    }
+}
+
 } // namespace stats::wrappers

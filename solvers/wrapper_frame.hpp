@@ -138,6 +138,9 @@ public:
     Integer *integers(int i) const { return static_cast<Integer *>(slots_[size_t(i)].block); }
     // True when table i was passed as a converted copy rather than in place.
     bool copied(int i) const { return slots_[size_t(i)].copied; }
+    // The first count results of integer table i written back into the host
+    // table when the routine worked on a converted copy (nothing otherwise).
+    void write_back_integers(int i, long count) const;
 
     // Scalar outputs, assigned to the name at position i.
     void assign_integer(int i, long v) const;
