@@ -366,7 +366,8 @@ TEST(RealFourierTransform, LongLengthsMatchDirectSums)
 }
 
 // Lengths whose plans use each way of making a prime: real data of prime
-// length by the padded real Rader convolution, a complex stage by Rader's
+// length by the real Rader convolution (padded, cyclic for odd (p-1)/2,
+// right-angle for even (p-1)/2), a complex stage by Rader's
 // convolution of length p - 1, a complex stage by Bluestein's chirp
 // convolution (the complex stages inside even lengths 2p), and odd lengths
 // 3p split into three real transforms of length p.  The search finds
@@ -375,24 +376,30 @@ TEST(RealFourierTransform, LongLengthsMatchDirectSums)
 TEST(RealFourierTransform, EveryKindOfPrimeStageMatchesDirectSums)
 {
     DigitsScope d(50);
-    size_t real_rader = 0, rader = 0, bluestein = 0, split = 0;
+    size_t real_rader = 0, cyclic = 0, right_angle = 0, rader = 0, bluestein = 0, split = 0;
     for (size_t p = 101; p < 2000; p += 2) {
         std::string odd = TalvoMP_fft_plan(Integer(p)), even = TalvoMP_fft_plan(Integer(2 * p));
         std::string three = TalvoMP_fft_plan(Integer(3 * p));
         if (split == 0 && three.find(" x (") != std::string::npos && three.find("real-rader") != std::string::npos)
             split = 3 * p;
-        if (real_rader == 0 && odd.find("real-rader") != std::string::npos)
+        if (real_rader == 0 && odd.find("real-rader(") != std::string::npos)
             real_rader = p;
+        if (cyclic == 0 && odd.find("real-rader-cyclic(") != std::string::npos)
+            cyclic = p;
+        if (right_angle == 0 && odd.find("real-rader-right-angle(") != std::string::npos)
+            right_angle = p;
         if (rader == 0 && odd.find(":rader(") != std::string::npos && odd.find("bluestein") == std::string::npos)
             rader = p;
         if (bluestein == 0 && even.find("bluestein") != std::string::npos)
             bluestein = 2 * p;
     }
     ASSERT_NE(real_rader, 0u);
+    ASSERT_NE(cyclic, 0u);
+    ASSERT_NE(right_angle, 0u);
     ASSERT_NE(rader, 0u);
     ASSERT_NE(bluestein, 0u);
     ASSERT_NE(split, 0u);
-    for (size_t n : {real_rader, rader, bluestein, split, size_t(1019), size_t(2039)}) {
+    for (size_t n : {real_rader, cyclic, right_angle, rader, bluestein, split, size_t(1019), size_t(2039)}) {
         SCOPED_TRACE("n = " + std::to_string(n) + ": " + TalvoMP_fft_plan(Integer(n)));
         Errors f = forward_errors(n, 3 * n);
         EXPECT_LE(f.normwise, 1.0) << "output " << f.worst;
@@ -407,8 +414,9 @@ TEST(RealFourierTransform, PlansOfTheLongLengths)
 {
     EXPECT_EQ(TalvoMP_fft_plan(4096), "2 x (4*4*4*4*4*2)");
     EXPECT_EQ(TalvoMP_fft_plan(1000), "2 x (4*5*5*5)");
-    EXPECT_NE(TalvoMP_fft_plan(65537).find("65537:rader(4*4*4*4*4*4*4*4)"), std::string::npos)
-        << TalvoMP_fft_plan(65537);
+    // (65537 - 1)/2 = 2^15: P by real transforms of 2^15 points, Q by
+    // complex ones of 2^14.
+    EXPECT_EQ(TalvoMP_fft_plan(65537), "65537:real-rader-right-angle(2 x (4*4*4*4*4*4*4), 4*4*4*4*4*4*4)");
     EXPECT_EQ(TalvoMP_fft_plan(0), "");
 }
 

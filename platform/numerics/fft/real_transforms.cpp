@@ -72,13 +72,59 @@ enum class Shape { Even, Odd, OddPrime, OddSplit };
 // Primes below this are left to the complex plan (direct or Rader).
 constexpr size_t kSmallestRealRader = 11;
 
+// How the real Rader convolution of the prime p (m = (p - 1)/2) is made.
+//   Padded      P and Q together as one complex convolution of z = u + i v,
+//               zero-padded to a length N >= p - 2 made of 2, 3 and 5;
+//   Cyclic      m odd: with the signs (-1)^q the negacyclic Q becomes a
+//               cyclic convolution, and P + i Q is one complex cyclic
+//               convolution of length m, unpadded;
+//   RightAngle  m even: P by real transforms of length m (packed into m/2
+//               complex points), Q by the right-angle convolution of
+//               Crandall and Fagin (1994): modulo x^(m/2) - i the
+//               negacyclic product of real sequences is a complex cyclic
+//               convolution of length m/2 after the twist exp(i pi q / m).
+// Unpadded, the convolutions cost about half as much where m has small
+// factors; the cost model chooses.
+enum class RaderKind { Padded, Cyclic, RightAngle };
+
 // The zero-padded length of the real Rader convolution for the prime p.
 size_t real_rader_length(size_t p) { return cheapest_length(p - 2, 2 * p); }
 
-double real_rader_cost(size_t p)
+double padded_rader_cost(size_t p)
 {
     size_t nn = real_rader_length(p);
     return 2 * plan_cost(nn) + 3 * 5.2 * double(nn) + 2.4 * double(p);
+}
+
+double unpadded_rader_cost(size_t p)
+{
+    size_t m = (p - 1) / 2;
+    if (m % 2 == 1)
+        return 2 * plan_cost(m) + 3 * 5.2 * double(m) + 2.4 * double(p);
+    size_t h = m / 2;
+    // P: two packed real transforms and the product; Q: two transforms, the
+    // product, the twist and the untwist.
+    return 4 * plan_cost(h) + (2 * 7.6 + 5.2) * double(h) + 3 * 5.2 * double(h) + 2.4 * double(p);
+}
+
+RaderKind rader_kind(size_t p)
+{
+    if (unpadded_rader_cost(p) < padded_rader_cost(p))
+        return ((p - 1) / 2) % 2 == 1 ? RaderKind::Cyclic : RaderKind::RightAngle;
+    return RaderKind::Padded;
+}
+
+double real_rader_cost(size_t p) { return std::min(padded_rader_cost(p), unpadded_rader_cost(p)); }
+
+// The length of the complex plan of the real Rader convolution.
+size_t rader_plan_length(size_t p)
+{
+    switch (rader_kind(p)) {
+    case RaderKind::Padded: return real_rader_length(p);
+    case RaderKind::Cyclic: return (p - 1) / 2;
+    case RaderKind::RightAngle: return (p - 1) / 4;
+    }
+    return real_rader_length(p);
 }
 
 // The cost of a real transform of the prime p by the better of the two ways.
@@ -117,10 +163,20 @@ size_t inner_length(size_t n, Shape shape)
     switch (shape) {
     case Shape::Even: return n / 2;
     case Shape::Odd: return n;
-    case Shape::OddPrime: return real_rader_length(n);
+    case Shape::OddPrime: return rader_plan_length(n);
     case Shape::OddSplit: return n / prime_factors(n).back();
     }
     return n;
+}
+
+// The length of a real plan's data arrays: its complex plan's, or the m
+// points of a right-angle Rader convolution.
+size_t io_length(size_t n, Shape shape)
+{
+    size_t inner = inner_length(n, shape);
+    if (shape == Shape::OddPrime && rader_kind(n) == RaderKind::RightAngle)
+        return std::max(inner, (n - 1) / 2);
+    return inner;
 }
 
 // Rader or Bluestein convolutions nested in the real plan of length n.
@@ -180,8 +236,9 @@ struct OutRef {
 class RealPlan {
 public:
     RealPlan(size_t n, mpfr_prec_t wp, bool unitary = true)
-        : n_(n), h_(n / 2), wp_(wp), shape_(shape_of(n)), plan_(inner_length(n, shape_), wp), in_(plan_.size(), wp),
-          out_(plan_.size(), wp), temps_(8, wp)
+        : n_(n), h_(n / 2), wp_(wp), shape_(shape_of(n)),
+          rader_(shape_ == Shape::OddPrime ? rader_kind(n) : RaderKind::Padded), plan_(inner_length(n, shape_), wp),
+          in_(io_length(n, shape_), wp), out_(io_length(n, shape_), wp), temps_(8, wp)
     {
         if (shape_ == Shape::Even) {
             tw_ = ComplexArray(n / 4 + 1, wp);
@@ -359,16 +416,13 @@ private:
         }
     }
 
-    // ---- real data of prime length: the padded Rader convolution ----
+    // ---- real data of prime length: Rader's convolution ----
 
-    // The kernels kR (cyclic) and kI (negacyclic) of length N, transformed
-    // together as kR + i kI and separated, give the multipliers
-    //   S_k = (KR_k + KI_k)/(2N),  D_k = (KR_k - KI_k)/(2N)
-    // of W^_k = Z^_k S_k + conj(Z^_{N-k}) D_k, the transform of
-    // P(u) + i Q(v) for z = u + i v.
+    // g^q and g^-q modulo p, the kernel b_q = exp(-2 pi i g^-q / p), and
+    // the multipliers of the kind of convolution the plan makes.
     void make_rader_kernel()
     {
-        const size_t p = n_, m = (p - 1) / 2, N = plan_.size();
+        const size_t p = n_;
         size_t g = primitive_root(p), ginv = power_mod(g, p - 2, p);
         gq_.resize(p - 1);
         gr_.resize(p - 1);
@@ -380,6 +434,21 @@ private:
         }
         ComplexArray roots(p, wp_);
         unit_roots(roots.data(), p, p, wp_);
+        if (rader_ == RaderKind::RightAngle)
+            make_right_angle_kernel(roots);
+        else
+            make_packed_kernel(roots);
+    }
+
+    // Padded and cyclic: the kernels kR (cyclic) and kI (negacyclic when
+    // padded, cyclic after the signs (-1)^q when not), transformed together
+    // as kR + i kI and separated, give the multipliers
+    //   S_k = (KR_k + KI_k)/(2N),  D_k = (KR_k - KI_k)/(2N)
+    // of W^_k = Z^_k S_k + conj(Z^_{N-k}) D_k, the transform of
+    // P(u) + i Q(v) for z = u + i v.
+    void make_packed_kernel(const ComplexArray &roots)
+    {
+        const size_t m = (n_ - 1) / 2, N = plan_.size();
         // b_q = roots[g^-q]: Re b in the real parts, Im b in the imaginary
         // parts of in_ (kR + i kI).
         for (size_t t = 0; t < N; ++t)
@@ -387,12 +456,17 @@ private:
         for (size_t t = 0; t < m; ++t) {
             const Complex &b = roots[gr_[t]];
             mpfr_set(&in_[t].re, &b.re, MPFR_RNDN);
-            mpfr_set(&in_[t].im, &b.im, MPFR_RNDN);
+            if (rader_ == RaderKind::Cyclic && t % 2 == 1)
+                mpfr_neg(&in_[t].im, &b.im, MPFR_RNDN);
+            else
+                mpfr_set(&in_[t].im, &b.im, MPFR_RNDN);
         }
-        for (size_t t = 1; t < m; ++t) {
-            const Complex &b = roots[gr_[m - t]];
-            mpfr_set(&in_[N - t].re, &b.re, MPFR_RNDN);
-            mpfr_neg(&in_[N - t].im, &b.im, MPFR_RNDN);
+        if (rader_ == RaderKind::Padded) {
+            for (size_t t = 1; t < m; ++t) {
+                const Complex &b = roots[gr_[m - t]];
+                mpfr_set(&in_[N - t].re, &b.re, MPFR_RNDN);
+                mpfr_neg(&in_[N - t].im, &b.im, MPFR_RNDN);
+            }
         }
         plan_.forward(out_.data(), in_.data());
         // Y = KR + i KI: with A = Y_k + conj(Y_{N-k}) = 2 KR_k and
@@ -418,11 +492,65 @@ private:
         }
     }
 
-    // in_ holds z (the first m entries; the rest is zeroed here).  Leaves
-    // the conjugate of P + i Q (the convolution) in out_[0 .. m-1].
+    // Right angle (m even, h = m/2): the half spectrum of Re b / m through
+    // the real plan of length m, and the transform of
+    // (Im b_q + i Im b_{q+h}) exp(i pi q / m) over h.
+    void make_right_angle_kernel(const ComplexArray &roots)
+    {
+        const size_t m = (n_ - 1) / 2, h = m / 2;
+        psub_ = std::make_unique<RealPlan>(m, wp_, false);
+        herm_ = ComplexArray(h, wp_); // m reals: Hermitian storage of length m
+        pk_ = ComplexArray(h + 1, wp_);
+        theta_ = ComplexArray(h, wp_);
+        qk_ = ComplexArray(h, wp_);
+        qin_ = ComplexArray(h, wp_);
+        qout_ = ComplexArray(h, wp_);
+        unit_roots(theta_.data(), 2 * m, h, wp_);
+        for (size_t q = 0; q < h; ++q)
+            cconj(theta_[q]);
+
+        auto re_b = [&](size_t t) -> mpfr_srcptr { return &roots[gr_[t]].re; };
+        auto to_herm = [&](size_t k, mpfr_srcptr v, mpfr_srcptr f) { mpfr_mul(herm_.real(k), v, f, MPFR_RNDN); };
+        psub_->forward_with(InRef::of(re_b), OutRef::of(to_herm));
+        mpfr_set(&pk_[0].re, herm_.real(0), MPFR_RNDN);
+        mpfr_set_zero(&pk_[0].im, 1);
+        mpfr_set(&pk_[h].re, herm_.real(h), MPFR_RNDN);
+        mpfr_set_zero(&pk_[h].im, 1);
+        for (size_t k = 1; k < h; ++k) {
+            mpfr_set(&pk_[k].re, herm_.real(k), MPFR_RNDN);
+            mpfr_set(&pk_[k].im, herm_.real(m - k), MPFR_RNDN);
+        }
+        for (size_t k = 0; k <= h; ++k) {
+            mpfr_div_ui(&pk_[k].re, &pk_[k].re, static_cast<unsigned long>(m), MPFR_RNDN);
+            mpfr_div_ui(&pk_[k].im, &pk_[k].im, static_cast<unsigned long>(m), MPFR_RNDN);
+        }
+
+        mpfr_ptr t1 = temps_.real(6), t2 = temps_.real(7);
+        for (size_t q = 0; q < h; ++q) {
+            mpfr_set(&qin_[q].re, &roots[gr_[q]].im, MPFR_RNDN);
+            mpfr_set(&qin_[q].im, &roots[gr_[q + h]].im, MPFR_RNDN);
+            cmul(qin_[q], qin_[q], theta_[q], t1, t2);
+        }
+        plan_.forward(qk_.data(), qin_.data());
+        for (size_t k = 0; k < h; ++k) {
+            mpfr_div_ui(&qk_[k].re, &qk_[k].re, static_cast<unsigned long>(h), MPFR_RNDN);
+            mpfr_div_ui(&qk_[k].im, &qk_[k].im, static_cast<unsigned long>(h), MPFR_RNDN);
+        }
+    }
+
+    // in_ holds z = u + i v (the first m entries).  Leaves the conjugate of
+    // P + i Q (the convolution) in out_[0 .. m-1].
     void rader_convolve()
     {
+        if (rader_ == RaderKind::RightAngle) {
+            right_angle_convolve();
+            return;
+        }
         const size_t N = plan_.size(), m = (n_ - 1) / 2;
+        const bool cyclic = rader_ == RaderKind::Cyclic;
+        if (cyclic)
+            for (size_t q = 1; q < m; q += 2)
+                mpfr_neg(&in_[q].im, &in_[q].im, MPFR_RNDN);
         for (size_t t = m; t < N; ++t)
             czero(in_[t]);
         plan_.forward(out_.data(), in_.data());
@@ -439,6 +567,52 @@ private:
             cconj(in_[k]);
         }
         plan_.forward(out_.data(), in_.data());
+        if (cyclic)
+            for (size_t r = 1; r < m; r += 2)
+                mpfr_neg(&out_[r].im, &out_[r].im, MPFR_RNDN);
+    }
+
+    void right_angle_convolve()
+    {
+        const size_t m = (n_ - 1) / 2, h = m / 2;
+        mpfr_ptr t1 = temps_.real(6), t2 = temps_.real(7);
+        // P: the product of half spectra, conjugated, transformed back.
+        auto u = [&](size_t j) -> mpfr_srcptr { return &in_[j].re; };
+        auto to_herm = [&](size_t k, mpfr_srcptr v, mpfr_srcptr f) { mpfr_mul(herm_.real(k), v, f, MPFR_RNDN); };
+        psub_->forward_with(InRef::of(u), OutRef::of(to_herm));
+        mpfr_mul(herm_.real(0), herm_.real(0), &pk_[0].re, MPFR_RNDN);
+        mpfr_mul(herm_.real(h), herm_.real(h), &pk_[h].re, MPFR_RNDN);
+        Complex &C = temps_[1];
+        for (size_t k = 1; k < h; ++k) {
+            mpfr_set(&C.re, herm_.real(k), MPFR_RNDN);
+            mpfr_set(&C.im, herm_.real(m - k), MPFR_RNDN);
+            cmul(C, C, pk_[k], t1, t2);
+            mpfr_set(herm_.real(k), &C.re, MPFR_RNDN);
+            mpfr_neg(herm_.real(m - k), &C.im, MPFR_RNDN);
+        }
+        auto from_herm = [&](size_t k) -> mpfr_srcptr { return herm_.real(k); };
+        auto to_p = [&](size_t j, mpfr_srcptr v, mpfr_srcptr f) { mpfr_mul(&out_[j].re, v, f, MPFR_RNDN); };
+        psub_->backward_with(InRef::of(from_herm), OutRef::of(to_p));
+        // Q: modulo x^h - i, twisted, cyclic over h, untwisted; the real and
+        // imaginary parts are Q's two halves.
+        for (size_t q = 0; q < h; ++q) {
+            mpfr_set(&qin_[q].re, &in_[q].im, MPFR_RNDN);
+            mpfr_set(&qin_[q].im, &in_[q + h].im, MPFR_RNDN);
+            cmul(qin_[q], qin_[q], theta_[q], t1, t2);
+        }
+        plan_.forward(qout_.data(), qin_.data());
+        for (size_t k = 0; k < h; ++k) {
+            cmul(qin_[k], qout_[k], qk_[k], t1, t2);
+            cconj(qin_[k]);
+        }
+        plan_.forward(qout_.data(), qin_.data());
+        // qout_[r] = conj(G_r); s = qout_[r] theta_r = conj(G_r / theta_r),
+        // so Q_r = Re s and Q_{r+h} = -Im s; out_ keeps -Q.
+        for (size_t r = 0; r < h; ++r) {
+            cmul(C, qout_[r], theta_[r], t1, t2);
+            mpfr_neg(&out_[r].im, &C.re, MPFR_RNDN);
+            mpfr_set(&out_[r + h].im, &C.im, MPFR_RNDN);
+        }
     }
 
     template <class In, class Out>
@@ -616,6 +790,7 @@ private:
     size_t n_, h_;
     mpfr_prec_t wp_;
     Shape shape_;
+    RaderKind rader_; // prime n: how its convolution is made
     ComplexPlan plan_;
     ComplexArray tw_; // even n: exp(-2 pi i k / n), k = 0 .. n/4
     ComplexArray in_, out_;
@@ -627,6 +802,11 @@ private:
     // Prime length: g^q and g^-q modulo p, and the convolution's multipliers.
     std::vector<size_t> gq_, gr_;
     ComplexArray S_, D_;
+    // Right-angle convolution: the real plan of length m for P, its kernel's
+    // half spectrum (k = 0 .. m/2) and the Hermitian data it works on; the
+    // twist exp(i pi q / m) and the kernel spectrum of Q with Q's arrays.
+    std::unique_ptr<RealPlan> psub_;
+    ComplexArray pk_, herm_, theta_, qk_, qin_, qout_;
     // Split length n = a b: the plan of length b, the half spectra and twiddles.
     size_t a_ = 0, b_ = 0, cols_ = 0;
     std::unique_ptr<RealPlan> sub_;
@@ -730,7 +910,16 @@ std::string TalvoMP_fft_plan(Integer n)
     size_t m = static_cast<size_t>(n);
     switch (shape_of(m)) {
     case Shape::Even: return "2 x (" + describe_plan(m / 2) + ")";
-    case Shape::OddPrime: return std::to_string(m) + ":real-rader(" + describe_plan(real_rader_length(m)) + ")";
+    case Shape::OddPrime:
+        switch (rader_kind(m)) {
+        case RaderKind::Padded: return std::to_string(m) + ":real-rader(" + describe_plan(real_rader_length(m)) + ")";
+        case RaderKind::Cyclic:
+            return std::to_string(m) + ":real-rader-cyclic(" + describe_plan(rader_plan_length(m)) + ")";
+        case RaderKind::RightAngle:
+            return std::to_string(m) + ":real-rader-right-angle(2 x (" + describe_plan(rader_plan_length(m)) + "), " +
+                   describe_plan(rader_plan_length(m)) + ")";
+        }
+        break;
     case Shape::OddSplit: {
         size_t b = prime_factors(m).back();
         return describe_plan(m / b) + " x (" + TalvoMP_fft_plan(Integer(b)) + ")";
