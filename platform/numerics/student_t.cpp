@@ -226,8 +226,15 @@ TalvoFloat TalvoMP_g01fbc(Nag_TailProbability tail, TalvoFloat p, TalvoFloat df,
         lq = std::log(qd);
     }
     double start = start_t_upper(fmpq_to_double(dq), qd, lq);
+    // At up to 30 digits one interval Newton step from the double start
+    // usually proves a ball that fixes the rounding; otherwise the full
+    // inversion, which gives the same float wherever the rounding is certain.
     Arb r;
-    Status s = invert(r, f, use_q ? q : c, start, target);
+    Status s = Status::Ok;
+    if (invert_fast(r, f, use_q ? q : c, start, target) && rounds_uniquely(r, target.out_prec))
+        count_fast_answer();
+    else
+        s = invert(r, f, use_q ? q : c, start, target);
     if (s == Status::Ok && sign < 0)
         arb_neg(r, r);
     return call.result(r, target, s);

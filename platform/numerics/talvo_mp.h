@@ -102,6 +102,15 @@ typedef struct NagError {
 // Continuous distributions
 // ---------------------------------------------------------------------------
 
+// The cheap first attempt of the deviates at up to 30 digits: a double
+// start refined and proven in one interval Newton step, its answer used only
+// where it fixes the rounding (on by default; off, every deviate takes its
+// full precision loop, as tests do to compare the two).  Returns the
+// previous setting.
+TALVO_MP_API int TalvoMP_set_fast_paths(int on);
+// How many calls a fast path has answered since the library was loaded.
+TALVO_MP_API long TalvoMP_fast_path_answers(void);
+
 // Standard normal: tail probability at x (any tail), deviate for p in (0, 1).
 TALVO_MP_API TalvoFloat TalvoMP_g01eac(Nag_TailProbability tail, TalvoFloat x, NagError *fail);
 TALVO_MP_API TalvoFloat TalvoMP_g01fac(Nag_TailProbability tail, TalvoFloat p, NagError *fail);

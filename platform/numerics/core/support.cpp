@@ -60,6 +60,21 @@ bool below_float_range(arb_srcptr x)
     return mag_cmp_2exp_si(bound, mpfr_get_emin() - 1) < 0;
 }
 
+bool rounds_uniquely(arb_srcptr x, slong prec)
+{
+    if (!arb_is_finite(x))
+        return false;
+    if (arb_is_exact(x))
+        return true;
+    Arf lo, hi;
+    arb_get_interval_arf(lo, hi, x, ARF_PREC_EXACT);
+    if (arf_sgn(lo) != arf_sgn(hi) || arf_is_zero(lo) || arf_is_zero(hi))
+        return false;
+    arf_set_round(lo, lo, prec, ARF_RND_NEAR);
+    arf_set_round(hi, hi, prec, ARF_RND_NEAR);
+    return arf_equal(lo, hi);
+}
+
 slong next_precision(slong wp, slong have, slong goal)
 {
     slong next;

@@ -63,6 +63,12 @@ bool accurate_to(arb_srcptr x, slong goal);
 // however narrow the ball would become (a far tail such as erfc(10^7)).
 bool below_float_range(arb_srcptr x);
 
+// True when every point of the finite ball x rounds to nearest to the same
+// float of prec bits: the float made of its midpoint is then the correctly
+// rounded value of whatever the ball holds (the test of a fast path that
+// may only answer where its answer is certain).
+bool rounds_uniquely(arb_srcptr x, slong prec);
+
 // The working precision after an attempt at wp produced `have` accurate bits
 // where `goal` were wanted: the shortfall plus a margin, or double when the
 // ball is too wide to say.  Returns 0 once the precision would pass the

@@ -9,6 +9,7 @@
 #include "invert.hpp"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <vector>
 
@@ -193,4 +194,83 @@ Status invert(arb_ptr root, const Inversion &f, arb_srcptr p, double start, cons
     return Status::Unresolved;
 }
 
+namespace {
+bool fast_paths_on = true;
+std::atomic<long> fast_answers{0};
+} // namespace
+
+void count_fast_answer() { fast_answers.fetch_add(1, std::memory_order_relaxed); }
+
+bool fast_target(const Target &target)
+{
+    static const slong limit = talvo_float_precision_bits(30);
+    return fast_paths_on && target.out_prec <= limit && target.goal <= target.out_prec;
+}
+
+bool invert_fast(arb_ptr root, const Inversion &f, arb_srcptr p, double start, const Target &target)
+{
+    if (!fast_target(target) || !std::isfinite(start) || !(start > f.lo) || !(start < f.hi) || !(start > 0))
+        return false;
+    const slong wp = target.goal + 24;
+    Arf x;
+    arf_set_d(x, start);
+    Arb bx, value, dens, step;
+    // A start good to 2^-40 needs no step for a goal of up to about 60 bits
+    // (the interval step below squares its error); above that, one plain
+    // Newton step first brings it to about 2^-80.
+    slong rad_bits = 40;
+    if (target.goal > 60) {
+        arb_set_arf(bx, x);
+        if (f.cdf(value, bx, wp) != Status::Ok)
+            return false;
+        f.density(dens, bx, wp);
+        if (!arb_is_positive(dens))
+            return false;
+        arb_sub(step, value, p, wp);
+        arb_div(step, step, dens, wp);
+        if (f.upper)
+            arb_neg(step, step);
+        arb_sub_arf(step, step, x, wp);
+        arb_neg(step, step); // x - (F(x) - p) / f(x)
+        if (!arb_is_finite(step))
+            return false;
+        arf_set(x, arb_midref(step));
+        if (arf_sgn(x) <= 0 || arf_cmp_d(x, f.lo) <= 0 || arf_cmp_d(x, f.hi) >= 0)
+            return false;
+        rad_bits = 72;
+    }
+    // X = x (1 +- 2^-rad_bits); N = x - G / D with G = F(x) - p, D = F'(X).
+    Arb X, G, D, N;
+    arb_set_arf(bx, x);
+    arb_set_arf(X, x);
+    Mag r;
+    arf_get_mag(r, x);
+    mag_mul_2exp_si(r, r, -rad_bits);
+    mag_set(arb_radref(X), r);
+    if (f.cdf(G, bx, wp) != Status::Ok)
+        return false;
+    arb_sub(G, G, p, wp);
+    f.density(D, X, wp);
+    if (f.upper)
+        arb_neg(D, D);
+    if (arb_contains_zero(D))
+        return false;
+    arb_div(N, G, D, wp);
+    arb_sub_arf(N, N, x, wp);
+    arb_neg(N, N);
+    if (!arb_contains(X, N) || !accurate_to(N, target.goal))
+        return false;
+    arb_set(root, N);
+    return true;
+}
+
 } // namespace talvo::mp
+
+int TalvoMP_set_fast_paths(int on)
+{
+    int was = talvo::mp::fast_paths_on ? 1 : 0;
+    talvo::mp::fast_paths_on = on != 0;
+    return was;
+}
+
+long TalvoMP_fast_path_answers(void) { return talvo::mp::fast_answers.load(std::memory_order_relaxed); }

@@ -39,4 +39,20 @@ struct Inversion {
 // is interior.  `start` is a double guess (NaN when none).
 Status invert(arb_ptr root, const Inversion &f, arb_srcptr p, double start, const Target &target);
 
+// True when the cheap first attempt applies: targets of at most 30 digits,
+// where a double start already holds about half the bits wanted.
+bool fast_target(const Target &target);
+
+// The cheap first attempt at the same root, for a target that fast_target
+// accepts: from a double start trusted to about 2^-40 (relative), at most
+// one plain Newton step at one working precision, then one interval Newton
+// step around the iterate (N = m - (F(m) - p) / F'(X)).  Returns true with
+// the proven ball N when N lies in X and is accurate to the goal; false when
+// the start was not good enough to prove anything in one step (the caller
+// then runs invert()).  The caller decides whether the ball is narrow
+// enough for its rounding (rounds_uniquely) before it uses it.
+bool invert_fast(arb_ptr root, const Inversion &f, arb_srcptr p, double start, const Target &target);
+// Counts one call answered by a fast path (TalvoMP_fast_path_answers).
+void count_fast_answer();
+
 } // namespace talvo::mp
