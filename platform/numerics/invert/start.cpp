@@ -5,6 +5,7 @@
 
 #include <boost/math/distributions/students_t.hpp>
 #include <boost/math/special_functions/beta.hpp>
+#include <boost/math/special_functions/erf.hpp>
 #include <boost/math/special_functions/gamma.hpp>
 
 #include <cfloat>
@@ -66,6 +67,20 @@ double start_beta(double a, double b, double p, double log_p, bool upper)
     // 1 - I_x(a, b) ~ y^b / (b B(a, b)) as y = 1 - x -> 0.
     double y = std::exp((log_p + std::log(b) + log_beta(a, b)) / b);
     return 1.0 - y;
+}
+
+double start_normal_upper(double q)
+{
+    if (!(q > kTiny && q < 0.5))
+        return NAN;
+    try {
+        // P(Z >= z) = erfc(z / sqrt 2) / 2.
+        double z = boost::math::erfc_inv(2.0 * q, Quiet()) * 1.4142135623730951;
+        if (usable(z))
+            return z;
+    } catch (...) {
+    }
+    return NAN;
 }
 
 double start_t_upper(double df, double q, double log_q)

@@ -14,6 +14,9 @@ namespace talvo::mp {
 double start_gamma(double a, double p, double log_p, bool upper);
 // Beta(a, b): x with I_x(a, b) = p (upper: 1 - I_x(a, b) = p).
 double start_beta(double a, double b, double p, double log_p, bool upper);
+// Standard normal: z > 0 with P(Z >= z) = q, for q in (0, 1/2); NaN when a
+// double cannot hold q.
+double start_normal_upper(double q);
 // Student's t with df degrees of freedom: t > 0 with P(T >= t) = q.
 double start_t_upper(double df, double q, double log_q);
 
