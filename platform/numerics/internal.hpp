@@ -19,6 +19,10 @@ namespace talvo::mp {
 // gamma.cpp: x with P(a, x) = p for 0 < p < 1 (an exact ball), to the
 // target's goal (upper half of p solved as Q(a, x) = 1 - p).
 Status gamma_deviate(arb_ptr x, const fmpq *a, arb_srcptr p, const Target &target);
+// The cheap first attempt at the same root for a target of up to 30 digits
+// (invert_fast): true with a proven ball accurate to the target's goal, false
+// when the caller must run gamma_deviate.
+bool gamma_deviate_fast(arb_ptr x, const fmpq *a, arb_srcptr p, const Target &target);
 
 // beta.cpp: x with I_x(a, b) = p for 0 < p < 1, returned as the pair
 // (x, y = 1 - x), each to the target's goal.
