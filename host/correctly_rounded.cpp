@@ -54,11 +54,7 @@ Verdict Decide(mpfr_srcptr lo, mpfr_prec_t lo_prec, mpfr_srcptr hi, mpfr_prec_t 
     mpfr_exp_t err = e_hi - e_err; // correct bits of hi relative to its exponent
     if (err <= static_cast<mpfr_exp_t>(target) + 1)
         return Verdict::Again;
-    // Round to nearest at the target precision itself: only the rounded value
-    // is wanted, not the sign of its error, so an exact result (a formula
-    // giving 0.5 or an integer) is decided at once instead of failing the
-    // test at every precision up to the limit.
-    return mpfr_can_round(hi, err, MPFR_RNDN, MPFR_RNDN, target) ? Verdict::Done : Verdict::Again;
+    return mpfr_can_round(hi, err, MPFR_RNDN, MPFR_RNDZ, target + 1) ? Verdict::Done : Verdict::Again;
 }
 
 } // namespace
