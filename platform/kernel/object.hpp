@@ -238,6 +238,8 @@ long gc_protect_balance();
 // Environment variable TALVO_GC_STRESS=N: a full collection every N allocations.
 void gc_init();
 void gc_collect();
+// Holds the stress mode's forced collections off (paused) or lets them run again.
+void gc_stress_pause(bool paused);
 
 // The memory ceiling: the most the collected heap (host objects, floats and
 // every C++ heap object, all from the collector) may grow to.  A request that
