@@ -82,9 +82,20 @@ int prompt(bool quiet)
     if (!quiet)
         std::printf("talvo reference host; end statements with ';' or ':', ?topic for help, quit with Ctrl-D\n");
     using_history();
+    // Ctrl-C during a statement stops it with the error "interrupted" and
+    // the prompt comes back; at the prompt itself it drops the line typed.
+    talvo::install_interrupt_handler();
     std::string pending;
     for (;;) {
+        talvo::take_interrupt();
         char *line = readline(pending.empty() ? "> " : "  ");
+        if (line == nullptr && talvo::take_interrupt()) {
+            // Ctrl-C while reading a line: the line editor gives up the line;
+            // drop what was typed of the statement and prompt again.
+            std::printf("\n");
+            pending.clear();
+            continue;
+        }
         if (line == nullptr) {
             std::printf("\n");
             break;
@@ -100,7 +111,9 @@ int prompt(bool quiet)
         std::free(line);
         if (!talvo::input_complete(pending))
             continue;
+        talvo::arm_interrupts(true);
         talvo::run_text(pending, talvo::RunMode::Prompt);
+        talvo::arm_interrupts(false);
         pending.clear();
     }
     return 0;
@@ -120,6 +133,18 @@ void load_package(const std::string &path)
         std::fprintf(stderr, "talvo: the statistics package %s could not be read: %s\n", path.c_str(),
                      talvo::error_text(e).c_str());
     }
+}
+
+bool check_protect_balance()
+{
+    const char *v = std::getenv("TALVO_CHECK_PROTECT");
+    if (v != nullptr && *v != '\0')
+        return std::strcmp(v, "0") != 0;
+#ifdef NDEBUG
+    return false;
+#else
+    return true;
+#endif
 }
 
 } // namespace
@@ -194,6 +219,11 @@ int main(int argc, char **argv)
         talvo::gc_stress_pause(false);
     }
 
+    // What the library and the package keep protected for the whole run; at
+    // exit the balance must be back to it (checked in debug builds, and in
+    // any build with TALVO_CHECK_PROTECT=1).
+    const long protect_start = talvo::gc_protect_balance();
+
     int status = 0;
     if (!statements.empty() || !script.empty()) {
         for (const std::string &s : statements)
@@ -227,6 +257,15 @@ int main(int argc, char **argv)
     } catch (talvo::HostError &e) {
         std::fprintf(stderr, "%s\n", talvo::error_text(e).c_str());
         status = status == 0 ? 1 : status;
+    }
+    if (check_protect_balance()) {
+        long left = talvo::gc_protect_balance() - protect_start;
+        if (left != 0) {
+            std::fflush(stdout);
+            std::fprintf(stderr, "talvo: %ld protect%s of the library not matched by an allow at exit\n", left,
+                         left == 1 ? "" : "s");
+            status = 3;
+        }
     }
     std::fflush(stdout);
     return status;

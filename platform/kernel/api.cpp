@@ -368,9 +368,10 @@ void *k_TrapError(TKernelVector, TalvoTrapFunction fn, void *data, T_BOOL *flag)
             *flag = 0;
         return r;
     } catch (HostError &e) {
-        // Running out of memory is the host's condition, not the trapped
-        // evaluation's failure: it goes on to the statement that caused it.
-        if (e.memory)
+        // Running out of memory and the user's interrupt are the host's
+        // conditions, not the trapped evaluation's failure: they go on to the
+        // statement that caused them.
+        if (e.memory || e.interrupt)
             throw;
         remember_error(e);
         if (flag != nullptr)
@@ -382,8 +383,18 @@ void *k_TrapError(TKernelVector, TalvoTrapFunction fn, void *data, T_BOOL *flag)
 void k_GcProtect(TKernelVector, ALGEB a) { gc_protect(a); }
 void k_GcAllow(TKernelVector, ALGEB a) { gc_allow(a); }
 
-int32_t k_RandomInt32(TKernelVector) { return int32_t(random::next32()); }
-ALGEB k_RandomSoftwareFloat01(TKernelVector) { return random::float01(0); }
+// The random operations are the ones a long sampling loop calls for every
+// draw: they poll for an interrupt (a load and a test).
+int32_t k_RandomInt32(TKernelVector)
+{
+    poll_interrupt();
+    return int32_t(random::next32());
+}
+ALGEB k_RandomSoftwareFloat01(TKernelVector)
+{
+    poll_interrupt();
+    return random::float01(0);
+}
 
 [[noreturn]] void k_RaiseError(TKernelVector, const char *msg) { raise_plain(msg != nullptr ? msg : "unknown error"); }
 [[noreturn]] void k_RaiseError1(TKernelVector, const char *msg, ALGEB a1) { raise(msg != nullptr ? msg : "unknown error", a1); }

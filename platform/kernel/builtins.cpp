@@ -284,6 +284,14 @@ ALGEB b_memoryceiling(ALGEB args)
     return make_integer(intptr_t(set_memory_ceiling(bytes)));
 }
 
+// gcprotected(): the number of TalvoGcProtect calls not yet matched by a
+// TalvoGcAllow, for tests that a failing entry gives back what it protected.
+ALGEB b_gcprotected(ALGEB args)
+{
+    expect_count(args, 0, 0, "gcprotected");
+    return make_integer(intptr_t(gc_protect_balance()));
+}
+
 ALGEB b_rand(ALGEB args)
 {
     expect_count(args, 0, 0, "rand");
@@ -658,6 +666,7 @@ void define_builtins()
     define_builtin("randomize", b_randomize);
     define_builtin("rand", b_rand);
     define_builtin("memoryceiling", b_memoryceiling);
+    define_builtin("gcprotected", b_gcprotected);
     define_builtin("print", b_print);
     define_builtin("error", b_error, BUILTIN_TRANSPARENT);
     define_builtin("type", b_type);

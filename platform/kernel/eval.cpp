@@ -58,11 +58,14 @@ void init_stack_guard()
     g_stack_limit = size > (2u << 20) ? size - (3 * size / 8) : size / 2;
 }
 
+// Also the evaluator's poll of a pending interrupt (Ctrl-C at the prompt):
+// every statement, call and evaluation step passes here.
 inline void check_stack()
 {
     char here;
     if (g_stack_base != nullptr && size_t(g_stack_base - &here) > g_stack_limit)
         raise_plain("too many levels of recursion");
+    poll_interrupt();
 }
 
 // ---------------------------------------------------------------------------
@@ -802,6 +805,8 @@ void exec(ALGEB s, Exec &x)
         try {
             exec(op(s, 1), x);
         } catch (HostError &e) {
+            if (e.interrupt)
+                throw; // the user's interrupt stops the statement, whatever traps it
             remember_error(e);
             if (e.memory)
                 gc_statement_start(); // the failed work is garbage now

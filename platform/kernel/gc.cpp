@@ -304,11 +304,15 @@ ALGEB new_node(Type t, std::initializer_list<ALGEB> ops)
     return node;
 }
 
+// Protects not yet matched by an allow, over all values.
+long g_protect_balance = 0;
+
 void gc_protect(ALGEB a)
 {
     if (a == nullptr || is_immediate(a))
         return;
     ++protect_table()[a];
+    ++g_protect_balance;
 }
 
 void gc_allow(ALGEB a)
@@ -319,10 +323,13 @@ void gc_allow(ALGEB a)
     auto it = table.find(a);
     if (it == table.end())
         return;
+    --g_protect_balance;
     if (--it->second == 0)
         table.erase(it);
 }
 
 size_t gc_protected_count() { return protect_table().size(); }
+
+long gc_protect_balance() { return g_protect_balance; }
 
 } // namespace talvo

@@ -231,6 +231,9 @@ ALGEB new_node(Type t, std::initializer_list<ALGEB> ops);
 void gc_protect(ALGEB a);
 void gc_allow(ALGEB a);
 size_t gc_protected_count(); // number of values with a non-zero count
+// Protects not yet matched by an allow (the sum of the counts): a library
+// that leaves it higher after an error than before leaks a root.
+long gc_protect_balance();
 
 // Environment variable TALVO_GC_STRESS=N: a full collection every N allocations.
 void gc_init();

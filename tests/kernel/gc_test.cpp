@@ -10,7 +10,9 @@
 #include <vector>
 
 using namespace talvo;
+using talvo::test::error_of;
 using talvo::test::run;
+using talvo::test::show;
 
 namespace {
 
@@ -61,6 +63,30 @@ TEST(Gc, AllowWithoutProtectIsHarmless)
     gc_protect(make_immediate(3)); // immediates need no protection
     gc_allow(make_immediate(3));
     EXPECT_EQ(gc_protected_count(), before);
+}
+
+// The balance gcprotected() shows: protects not yet matched by an allow,
+// over all values; an allow of what was never protected does not lower it.
+TEST(Gc, ProtectBalanceCountsUnmatchedProtects)
+{
+    long before = gc_protect_balance();
+    ALGEB a = make_string("a"), b = make_string("b");
+    gc_protect(a);
+    gc_protect(a);
+    gc_protect(b);
+    EXPECT_EQ(gc_protect_balance(), before + 3);
+    gc_allow(make_string("never protected"));
+    gc_allow(make_immediate(5));
+    EXPECT_EQ(gc_protect_balance(), before + 3);
+    gc_allow(a);
+    EXPECT_EQ(gc_protect_balance(), before + 2);
+    gc_allow(a);
+    gc_allow(a); // one allow too many: ignored
+    EXPECT_EQ(gc_protect_balance(), before + 1);
+    EXPECT_EQ(show("gcprotected();"), std::to_string(before + 1));
+    gc_allow(b);
+    EXPECT_EQ(gc_protect_balance(), before);
+    EXPECT_EQ(error_of("gcprotected(1);").empty(), false);
 }
 
 TEST(Gc, TenMillionTemporaryFloatsRunInBoundedMemory)
