@@ -58,6 +58,22 @@ void init_stack_guard()
     g_stack_limit = size > (2u << 20) ? size - (3 * size / 8) : size / 2;
 }
 
+// Step budget (set_step_budget): every evaluation and every statement run
+// is a step; the first step past the budget raises a host error.
+uint64_t g_step_budget = 0; // 0: no budget
+uint64_t g_steps = 0;
+
+[[noreturn]] void step_budget_exceeded()
+{
+    raise("the computation exceeded its budget of %1 evaluation steps", make_integer64(int64_t(g_step_budget)));
+}
+
+inline void count_step()
+{
+    if (++g_steps > g_step_budget && g_step_budget != 0)
+        step_budget_exceeded();
+}
+
 inline void check_stack()
 {
     char here;
@@ -749,6 +765,7 @@ void exec_for(ALGEB s, Exec &x)
 
 void exec(ALGEB s, Exec &x)
 {
+    count_step();
     check_stack();
     switch (type_of(s)) {
     case T_STATSEQ: {
@@ -832,6 +849,7 @@ ALGEB host_to_float(ALGEB x)
 
 ALGEB eval(ALGEB e)
 {
+    count_step();
     if (e == nullptr || is_immediate(e))
         return e;
     check_stack();
@@ -934,5 +952,13 @@ void init_evaluator()
 }
 
 void reset_stack_guard() { init_stack_guard(); }
+
+void set_step_budget(uint64_t steps)
+{
+    g_step_budget = steps;
+    g_steps = 0;
+}
+
+uint64_t steps_taken() { return g_steps; }
 
 } // namespace talvo

@@ -163,3 +163,24 @@ TEST(Eval, NameChains)
     EXPECT_EQ(show("unassign('cy'): cx := cy: cy := 3: cx;"), "3");
     EXPECT_EQ(error_of("cp := cq: cq := cp: cp;"), "too many levels of recursion in the value of cp");
 }
+
+// The step budget stops a loop that would run for ever, the host stays
+// usable, and with no budget the same work runs to its end.
+TEST(Eval, StepBudget)
+{
+    set_step_budget(10000);
+    EXPECT_EQ(error_of("i := 0: while true do i := i + 1 end do;"),
+              "the computation exceeded its budget of 10000 evaluation steps");
+    EXPECT_GT(steps_taken(), uint64_t(10000));
+    set_step_budget(10000);
+    EXPECT_EQ(error_of("f := n -> f(n + 1): f(1);"), "(in f) the computation exceeded its budget of 10000 evaluation steps");
+    set_step_budget(10000);
+    EXPECT_EQ(error_of("seq(i, i = 1..10^9);"), "(in seq) the computation exceeded its budget of 10000 evaluation steps");
+    set_step_budget(10000);
+    EXPECT_EQ(show("add(i, i = 1..100);"), "5050");
+    EXPECT_LT(steps_taken(), uint64_t(10000));
+    set_step_budget(0);
+    EXPECT_EQ(show("s := 0: for i to 20000 do s := s + i end do: s;"), "200010000");
+    EXPECT_GT(steps_taken(), uint64_t(20000));
+    EXPECT_EQ(show("Digits;"), "10");
+}
