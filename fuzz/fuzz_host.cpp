@@ -128,6 +128,8 @@ void start(bool package)
         std::fprintf(stderr, "fuzz: cannot start: %s\n", talvo::error_text(e).c_str());
         std::exit(2);
     }
+    // The script tests draw smaller samples when TestSmall is set.
+    talvo::run_text("TestSmall := true:", talvo::RunMode::Script);
     for (const char *name : {"read", "readfolder", "readfile", "writefile"})
         talvo::define_builtin(name, refuse_files);
     save_globals();

@@ -13,7 +13,7 @@ namespace fuzz {
 // Budgets of one input.  An input that exceeds one gets a host error, as a
 // script would, and the next input starts afresh.
 constexpr uint64_t kStepBudget = 2000000;       // evaluation steps (eval.hpp)
-constexpr size_t kMemoryCeiling = size_t(256) << 20; // the host's heap
+constexpr size_t kMemoryCeiling = size_t(64) << 20; // the host's heap
 
 // Start the host once: collector, builtins, the statistics library found
 // beside the program (or in TALVO_FUZZ_LIB), its start-up entry, and with
