@@ -21,8 +21,9 @@ int main(int argc, char **argv)
     for (int i = 1; i < argc; ++i) {
         fs::path p(argv[i]);
         if (fs::is_directory(p)) {
+            // A README in a folder of inputs describes it.
             for (const auto &e : fs::directory_iterator(p))
-                if (e.is_regular_file())
+                if (e.is_regular_file() && !e.path().filename().string().starts_with("README"))
                     files.push_back(e.path());
         } else if (fs::is_regular_file(p)) {
             files.push_back(p);
