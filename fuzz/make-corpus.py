@@ -5,7 +5,10 @@
                     boundaries into pieces the target takes (4096 bytes);
   corpus/entries/   for every entry of include/stats_entries.h, a few hand-made
                     argument sequences in the input layout of fuzz_entries.cpp
-                    (numbers, sizes, arrays of float64, quoted output names).
+                    (numbers, sizes, arrays of float64, quoted output names);
+  language.dict     the tokens of the language (keywords, operators, the
+                    host's builtins, the package's commands, the entries), the
+                    dictionary scripts/fuzz gives fuzz_language.
 
 Run from anywhere: python3 fuzz/make-corpus.py.  It rewrites both folders.
 """
@@ -95,5 +98,29 @@ def entries():
             open(os.path.join(out, '%s-%d' % (name, i + 1)), 'wb').write(s)
 
 
+def dictionary():
+    words = ['proc', 'local', 'global', 'end', 'if', 'then', 'elif', 'else', 'fi', 'for', 'from', 'by', 'to',
+             'while', 'do', 'od', 'in', 'break', 'next', 'return', 'error', 'try', 'catch', 'finally', 'and',
+             'or', 'not', 'end proc', 'end if', 'end do', 'end try']
+    words += ':= ; : -> .. <> <= >= \' " [ ] ( ) , %1 # ? $ ^ * / + -'.split()
+    words += ['Digits := ', 'args', 'nargs', 'lasterror', 'infolevel', 'Pi', 'I', 'infinity', 'undefined',
+              'true', 'false', 'NULL', 'Float(infinity)', 'Float(undefined)', 'Array(1..', 'datatype = ',
+              'storage = sparse', 'order = C_order', 'float64', 'complex128', 'float32', 'int8', 'int16', 'int32',
+              'int64', 'sfloat', 'complex', 'anything', '1e-400', '1e400', '10^12', '2^63', '0.', 'upper = true']
+    for path in sorted(glob.glob(os.path.join(top, 'platform', 'kernel', '*.cpp'))):
+        words += re.findall(r'define_builtin\("([^"]+)"', open(path).read())
+    for path in sorted(glob.glob(os.path.join(top, 'package', '*.tv'))):
+        words += re.findall(r'^([A-Z][A-Za-z]*) := proc', open(path).read(), re.M)
+    header = open(os.path.join(top, 'include', 'stats_entries.h')).read()
+    words += [n + '(' for n in re.findall(r'^STATS_DECLARE_(?:ARRAY_)?ENTRY\(([A-Za-z0-9_]+)\)', header, re.M)]
+    seen, lines = set(), ['# Tokens for fuzz_language (libFuzzer -dict), written by fuzz/make-corpus.py.']
+    for w in words:
+        if w not in seen:
+            seen.add(w)
+            lines.append('"' + w.replace('\\', '\\\\').replace('"', '\\"') + '"')
+    open(os.path.join(here, 'language.dict'), 'w').write('\n'.join(lines) + '\n')
+
+
 language()
 entries()
+dictionary()
