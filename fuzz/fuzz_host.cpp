@@ -154,11 +154,30 @@ void begin_input()
 
 void run(std::string_view text)
 {
+    size_t protected_before = talvo::gc_protected_count();
     {
         Quiet quiet;
         talvo::run_text(text, talvo::RunMode::Prompt);
     }
     talvo::set_step_budget(0);
+    // Values an entry protects from the collector are released when it
+    // returns or fails, except what the library keeps for good, which it
+    // protects the first time only.  So an input that leaves more protected
+    // values twice in a row leaks them: a finding.
+    size_t after = talvo::gc_protected_count();
+    if (after > protected_before) {
+        begin_input();
+        {
+            Quiet quiet;
+            talvo::run_text(text, talvo::RunMode::Prompt);
+        }
+        talvo::set_step_budget(0);
+        if (talvo::gc_protected_count() > after) {
+            std::fprintf(stderr, "fuzz: the input leaves protected values behind (%zu, then %zu, then %zu)\n",
+                         protected_before, after, talvo::gc_protected_count());
+            std::abort();
+        }
+    }
 }
 
 bool verbose() { return g_verbose; }

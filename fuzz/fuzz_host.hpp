@@ -27,7 +27,9 @@ void start(bool package);
 void begin_input();
 
 // Run text as the prompt does (each statement, errors reported and the next
-// statement run); host errors are normal outcomes.  Standard output is
+// statement run); host errors are normal outcomes.  An input that leaves
+// values protected from the collector behind, twice when run twice, aborts
+// (a leak across the entry's return or error).  Standard output is
 // dropped unless TALVO_FUZZ_VERBOSE is set.
 void run(std::string_view text);
 
