@@ -77,7 +77,11 @@ inline void count_step()
 inline void check_stack()
 {
     char here;
-    if (g_stack_base != nullptr && size_t(g_stack_base - &here) > g_stack_limit)
+    // The stack grows down.  A frame above the measured base (a program that
+    // started the host in a deeper call than the one it evaluates from) is
+    // not deep: its distance would otherwise wrap around to a huge size.
+    uintptr_t base = reinterpret_cast<uintptr_t>(g_stack_base), at = reinterpret_cast<uintptr_t>(&here);
+    if (g_stack_base != nullptr && at < base && base - at > g_stack_limit)
         raise_plain("too many levels of recursion");
 }
 

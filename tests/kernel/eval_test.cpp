@@ -185,3 +185,30 @@ TEST(Eval, StepBudget)
     EXPECT_GT(steps_taken(), uint64_t(20000));
     EXPECT_EQ(show("Digits;"), "10");
 }
+
+namespace {
+// Measures the recursion guard n calls deeper than the caller.
+[[gnu::noinline]] void measure_guard_deeper(int n)
+{
+    volatile char pad[256];
+    pad[0] = 0;
+    if (n > 0)
+        measure_guard_deeper(n - 1);
+    else
+        reset_stack_guard();
+    (void)pad[0];
+}
+} // namespace
+
+// A program that starts the host in a deeper call than the one it evaluates
+// from (the fuzz harness starts it in LLVMFuzzerInitialize): evaluation above
+// the measured base is not deep recursion, and deep recursion is still caught.
+TEST(Eval, RecursionGuardMeasuredInADeeperCall)
+{
+    measure_guard_deeper(50);
+    EXPECT_EQ(error_of("1 + 1;"), "");
+    EXPECT_EQ(show("1 + 1;"), "2");
+    EXPECT_EQ(show("h := proc(n) if n = 0 then 0 else 1 + h(n - 1) end if end proc: h(20);"), "20");
+    EXPECT_EQ(error_of("g := n -> g(n + 1): g(1);"), "(in g) too many levels of recursion");
+    reset_stack_guard();
+}
