@@ -154,6 +154,9 @@ void begin_input()
 
 void run(std::string_view text)
 {
+    // The recursion guard measures from here: the host was started in
+    // LLVMFuzzerInitialize, a call that has returned since.
+    talvo::reset_stack_guard();
     size_t protected_before = talvo::gc_protected_count();
     {
         Quiet quiet;
