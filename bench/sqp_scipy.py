@@ -3,7 +3,8 @@
 definitions of tests/numerics/hs_problems.hpp, restated), in double
 precision, with exact gradients and Jacobians.  Prints one line per
 problem: id, major iterations (nit), function evaluations (nfev), gradient
-evaluations (njev), the final value, the exit status.
+evaluations (njev), the final value, the exit status, and the largest
+violation of a bound or constraint at the final point.
 Usage: sqp_scipy.py [ftol, default 1e-6 (SciPy's own default)]
 """
 import math
@@ -111,4 +112,11 @@ for p in P:
     bounds = Bounds(p["lb"], p["ub"]) if p["lb"] is not None else None
     r = minimize(p["f"], p["x0"], jac=p["g"], method="SLSQP", bounds=bounds, constraints=p["cons"],
                  options={"maxiter": 500, "ftol": FTOL})
-    print("%s\t%d\t%d\t%d\t%.17g\t%d" % (p["id"], r.nit, r.nfev, r.njev, r.fun, r.status))
+    viol = 0.0
+    for c in p["cons"]:
+        v = np.atleast_1d(c["fun"](r.x))
+        viol = max(viol, float(np.max(np.abs(v))) if c["type"] == "eq" else float(np.max(np.maximum(0.0, -v))))
+    if p["lb"] is not None:
+        viol = max(viol, float(np.max(np.maximum(0.0, np.array(p["lb"], float) - r.x))))
+        viol = max(viol, float(np.max(np.maximum(0.0, r.x - np.array(p["ub"], float)))))
+    print("%s\t%d\t%d\t%d\t%.17g\t%d\t%.3g" % (p["id"], r.nit, r.nfev, r.njev, r.fun, r.status, viol))

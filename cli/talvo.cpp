@@ -183,8 +183,16 @@ int main(int argc, char **argv)
     }
     // The package's commands call the statistics library's entries: without
     // a library there is no package.
-    if (!no_lib && !no_package && access(package_file().c_str(), R_OK) == 0)
+    // In the collector's stress mode the package's source is read without
+    // the forced collections, unless TALVO_GC_STRESS_STARTUP is set: reading
+    // it runs the same parser and evaluator as every script, under a live
+    // heap that grows as it goes, and stressed it costs seconds in every
+    // run.  The test suite stresses the start in one test of its own.
+    if (!no_lib && !no_package && access(package_file().c_str(), R_OK) == 0) {
+        talvo::gc_stress_pause(std::getenv("TALVO_GC_STRESS_STARTUP") == nullptr);
         load_package(package_file());
+        talvo::gc_stress_pause(false);
+    }
 
     int status = 0;
     if (!statements.empty() || !script.empty()) {

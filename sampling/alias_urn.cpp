@@ -8,34 +8,72 @@
 #include "stats_entries.h"
 #include "talvo_utils.hpp"
 
+#include <algorithm>
 #include <bit>
+#include <cstdlib>
+#include <new>
 #include <vector>
 
-namespace {
+// count MPFR numbers of one precision, all +0, with their limbs in one
+// malloc'd block (nothing in it for the collector to scan).
+struct STATS_AliasUrnGenerator_MP::Thresholds {
+    Thresholds(size_t count, mpfr_prec_t prec) : prec(prec), limbs(mpfr_custom_get_size(prec) / sizeof(mp_limb_t))
+    {
+        items = static_cast<__mpfr_struct *>(std::malloc(std::max<size_t>(count, 1) * sizeof(__mpfr_struct)));
+        block = static_cast<mp_limb_t *>(std::malloc(std::max<size_t>(count * limbs, 1) * sizeof(mp_limb_t)));
+        if (items == nullptr || block == nullptr) {
+            std::free(items);
+            std::free(block);
+            throw std::bad_alloc();
+        }
+        for (size_t i = 0; i < count; ++i) {
+            mpfr_custom_init(block + i * limbs, prec);
+            mpfr_custom_init_set(items + i, MPFR_ZERO_KIND, 0, prec, block + i * limbs);
+        }
+    }
+    ~Thresholds()
+    {
+        std::free(items);
+        std::free(block);
+    }
+    Thresholds(const Thresholds &) = delete;
+    Thresholds &operator=(const Thresholds &) = delete;
+    mpfr_ptr operator[](size_t i) { return items + i; }
 
-bool Finite(const TalvoFloat &x)
-{
-    return !IsTalvoFloatUndefined(x) && !IsTalvoFloatInfinity(x) && !IsTalvoFloatNegativeInfinity(x);
-}
-
-} // namespace
+    mpfr_prec_t prec;
+    size_t limbs;
+    __mpfr_struct *items = nullptr;
+    mp_limb_t *block = nullptr;
+};
 
 STATS_AliasUrnGenerator_MP::STATS_AliasUrnGenerator_MP(int n, int m, TalvoFloat *weights) { Reset(n, m, weights); }
 
 STATS_AliasUrnGenerator_MP::~STATS_AliasUrnGenerator_MP() = default;
 
+TalvoFloat STATS_AliasUrnGenerator_MP::prob(int j) const
+{
+    return TalvoFloat::from_handle(talvo_float_from_mpfr((*m_prob)[static_cast<size_t>(j)], m_prob->prec));
+}
+
 void STATS_AliasUrnGenerator_MP::Reset(int n, int m, TalvoFloat *weights)
 {
-    TalvoFloat total;
+    // Every operation rounds to the precision of "Digits" to nearest, as the
+    // same operations on host floats do, so the thresholds are those of the
+    // host-float arithmetic; only the floats themselves are not made.
+    const mpfr_prec_t prec = talvo_float_precision();
+    Thresholds scratch(3, prec);
+    mpfr_ptr total = scratch[0], scale = scratch[1], one = scratch[2];
+    mpfr_set_ui(one, 1, MPFR_RNDN);
     for (int i = 0; i < m; ++i)
-        total += weights[i];
+        mpfr_add(total, total, weights[i].mpfr(), MPFR_RNDN);
     // With two cells or more the thresholds are scaled by n / total, which
     // is not a number for a total of zero, undefined or infinite: the cells
     // would all fall on the small stack and the draws would ignore the
     // weights (or, in the envelope generator, never end).
-    if (n >= 2 && (!Finite(total) || total == TalvoFloat()))
+    if (n >= 2 && (!mpfr_number_p(total) || mpfr_zero_p(total)))
         TalvoRaiseError1(STATS_TalvoUtils_MP::gTKernelVector, "unable to build an alias urn from weights adding up to %1",
-                         STATS_DoubleToTalvoFloat_MP(STATS_TalvoUtils_MP::gTKernelVector, total));
+                         STATS_DoubleToTalvoFloat_MP(STATS_TalvoUtils_MP::gTKernelVector,
+                                                     TalvoFloat::from_handle(talvo_float_from_mpfr(total, prec))));
 
     m_m = m;
     m_n = n;
@@ -44,12 +82,12 @@ void STATS_AliasUrnGenerator_MP::Reset(int n, int m, TalvoFloat *weights)
     m_cells.reset();
     if (n <= 0)
         return;
-    m_prob.reset(new TalvoFloat[n]);
+    m_prob = std::make_unique<Thresholds>(static_cast<size_t>(n), prec);
     m_alias.reset(new int32_t[n]);
-    TalvoFloat *prob = m_prob.get();
+    Thresholds &prob = *m_prob;
     int32_t *alias = m_alias.get();
     if (n == 1) {
-        prob[0] = TalvoFloat(1.0);
+        mpfr_set_ui(prob[0], 1, MPFR_RNDN);
         alias[0] = 0;
         Bounds();
         return;
@@ -60,30 +98,30 @@ void STATS_AliasUrnGenerator_MP::Reset(int n, int m, TalvoFloat *weights)
     // so they never meet.
     std::vector<int32_t> work(static_cast<size_t>(n) + 2);
     size_t small = 0, large = work.size();
-    const TalvoFloat one(1.0);
-    TalvoFloat scale = TalvoFloat(static_cast<double>(n)) / total;
+    mpfr_set_d(scale, static_cast<double>(n), MPFR_RNDN);
+    mpfr_div(scale, scale, total, MPFR_RNDN);
     for (int i = 0; i < m; ++i) {
-        prob[i] = weights[i] * scale;
-        if (prob[i] >= one) {
+        mpfr_mul(prob[size_t(i)], weights[i].mpfr(), scale, MPFR_RNDN);
+        if (mpfr_greaterequal_p(prob[size_t(i)], one)) {
             work[--large] = i;
             alias[i] = i;
         } else {
             work[small++] = i;
         }
     }
-    for (int i = m; i < n; ++i) {
-        prob[i] = TalvoFloat();
-        work[small++] = i;
-    }
+    for (int i = m; i < n; ++i)
+        work[small++] = i; // probability +0
 
     // Pair the top small cell with the top large one: the large cell gives
     // the small one what it lacks of 1, and joins the small cells when it
     // falls below 1 itself.
+    mpfr_ptr lack = scale; // the scale is no longer needed
     while (small > 0 && large < work.size()) {
         int32_t s = work[small - 1], l = work[large];
         alias[s] = l;
-        prob[l] = prob[l] + (prob[s] - one);
-        if (prob[l] < one) {
+        mpfr_sub(lack, prob[size_t(s)], one, MPFR_RNDN);
+        mpfr_add(prob[size_t(l)], prob[size_t(l)], lack, MPFR_RNDN);
+        if (mpfr_less_p(prob[size_t(l)], one)) {
             ++large;
             work[small - 1] = l;
         } else {
@@ -94,7 +132,7 @@ void STATS_AliasUrnGenerator_MP::Reset(int n, int m, TalvoFloat *weights)
     while (small > 0) {
         int32_t s = work[--small];
         alias[s] = s;
-        prob[s] = one;
+        mpfr_set_ui(prob[size_t(s)], 1, MPFR_RNDN);
     }
     Bounds();
 }
@@ -102,8 +140,22 @@ void STATS_AliasUrnGenerator_MP::Reset(int n, int m, TalvoFloat *weights)
 void STATS_AliasUrnGenerator_MP::Bounds()
 {
     m_cells.reset(new Cell[static_cast<size_t>(m_n)]);
-    for (int32_t j = 0; j < m_n; ++j)
-        m_cells[j] = {mpfr_get_d(m_prob[j].mpfr(), MPFR_RNDD), m_alias[j]};
+    mpfr_t scaled;
+    mpfr_init2(scaled, 64);
+    for (int32_t j = 0; j < m_n; ++j) {
+        // floor(prob 2^32), clamped to 0 .. 2^32 - 1 (prob may be negative,
+        // undefined or above 1 when the weights are).
+        uint32_t lo = 0;
+        mpfr_srcptr p = (*m_prob)[static_cast<size_t>(j)];
+        if (mpfr_nan_p(p) || mpfr_cmp_ui(p, 1) >= 0) {
+            lo = mpfr_nan_p(p) ? 0 : UINT32_MAX;
+        } else if (mpfr_sgn(p) > 0) {
+            mpfr_mul_2ui(scaled, p, 32, MPFR_RNDD);
+            lo = static_cast<uint32_t>(mpfr_get_ui(scaled, MPFR_RNDD));
+        }
+        m_cells[j] = {lo, m_alias[j]};
+    }
+    mpfr_clear(scaled);
 }
 
 int STATS_AliasUrnGenerator_MP::Next()
@@ -120,14 +172,16 @@ int STATS_AliasUrnGenerator_MP::Next()
     } while (j >= static_cast<uint32_t>(m_n));
     if (static_cast<int32_t>(j) < m_m) {
         TalvoFloat u = STATS_TalvoRandomStream_MP::NextDouble();
-        // u <= prob[j], decided on doubles unless u's rounding meets prob[j]'s.
+        // u <= prob[j], decided on 32-bit fractions unless they are equal.
+        // u is in [0, 1); rounded down to a double its first 32 bits are
+        // still exact, and so is the product by 2^32.
         const Cell &c = m_cells[j];
-        double d = mpfr_get_d(u.mpfr(), MPFR_RNDD);
+        const uint32_t d = static_cast<uint32_t>(mpfr_get_d(u.mpfr(), MPFR_RNDD) * 4294967296.0);
         if (d < c.lo)
             return static_cast<int>(j);
         if (d > c.lo)
             return c.alias;
-        return u <= m_prob[j] ? static_cast<int>(j) : c.alias;
+        return mpfr_lessequal_p(u.mpfr(), (*m_prob)[static_cast<size_t>(j)]) ? static_cast<int>(j) : c.alias;
     }
     return m_cells[j].alias;
 }

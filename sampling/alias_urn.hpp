@@ -38,7 +38,7 @@ public:
     int cells() const { return m_n; }
     int weighted() const { return m_m; }
     int alias(int j) const { return m_alias[j]; }
-    TalvoFloat prob(int j) const { return m_prob[j]; }
+    TalvoFloat prob(int j) const;
 
 private:
     void Bounds();
@@ -46,15 +46,21 @@ private:
     int32_t m_m = 0;
     int32_t m_n = 0;
     std::unique_ptr<int32_t[]> m_alias;
-    std::unique_ptr<TalvoFloat[]> m_prob;
-    // Each cell's prob[j] rounded down to a double, beside its alias: a draw
-    // compares the uniform u (rounded down, d) with it and looks at prob[j]
-    // itself only when d equals it.  d < lo means u <= prob[j]; d above lo
-    // means u > prob[j] (prob[j] lies below the next double after lo).  So
-    // the result is that of u <= prob[j], while a large urn's draws stay in
-    // one compact array.
+    // The thresholds, MPFR numbers of the precision of "Digits" when the
+    // urn was built, in one block outside the collected heap: the build
+    // computes them in place, one rounding per operation as host floats
+    // round, without a host float per operation.
+    struct Thresholds;
+    std::unique_ptr<Thresholds> m_prob;
+    // Each cell's prob[j] as a 32-bit fixed-point fraction rounded down,
+    // lo = floor(prob[j] 2^32) (2^32 - 1 for prob[j] >= 1), beside its
+    // alias: eight bytes a cell, so that the table of an urn of 100,000
+    // cells stays in a core's second-level cache.  A draw compares
+    // d = floor(u 2^32) with lo: d < lo means u < (d + 1)/2^32 <= prob[j];
+    // d > lo means u >= (lo + 1)/2^32 > prob[j]; only d = lo (about one draw
+    // in 2^32) compares u with prob[j] itself.
     struct Cell {
-        double lo;
+        uint32_t lo;
         int32_t alias;
     };
     std::unique_ptr<Cell[]> m_cells;

@@ -34,6 +34,7 @@ constexpr size_t kInitialHeapBytes = size_t(16) << 20;
 
 unsigned long g_stress_every = 0;
 unsigned long g_alloc_count = 0;
+bool g_stress_paused = false;
 size_t g_ceiling = 0; // 0 until gc_init
 
 // Room kept free for the way out of a refused allocation: the error message,
@@ -63,7 +64,7 @@ inline void check_request(size_t bytes)
 inline void before_alloc(size_t bytes)
 {
     check_request(bytes);
-    if (g_stress_every != 0 && ++g_alloc_count % g_stress_every == 0)
+    if (g_stress_every != 0 && !g_stress_paused && ++g_alloc_count % g_stress_every == 0)
         GC_gcollect();
 }
 
@@ -136,6 +137,8 @@ void gc_init()
 }
 
 void gc_collect() { GC_gcollect(); }
+
+void gc_stress_pause(bool paused) { g_stress_paused = paused; }
 
 size_t memory_ceiling() { return g_ceiling; }
 

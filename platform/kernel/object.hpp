@@ -236,6 +236,8 @@ size_t gc_protected_count(); // number of values with a non-zero count
 // Environment variable TALVO_GC_STRESS=N: a full collection every N allocations.
 void gc_init();
 void gc_collect();
+// Holds the stress mode's forced collections off (paused) or lets them run again.
+void gc_stress_pause(bool paused);
 
 // The memory ceiling: the most the collected heap (host objects, floats and
 // every C++ heap object, all from the collector) may grow to.  A request that

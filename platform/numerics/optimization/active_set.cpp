@@ -34,11 +34,16 @@
 // downdate breaks down in rounding (then the reduced Hessian is formed and
 // factorised once).
 //
+// Pricing.  At a vertex the constraint to delete is chosen by steepest edge
+// (Goldfarb and Reid 1977): the largest decrease of the objective per unit
+// length of the edge it opens; elsewhere by the largest multiplier scaled by
+// the constraint's norm.
+//
 // Degeneracy.  The ratio test is Harris's two-pass test (1973): the largest
 // step that violates no constraint by more than the tolerance, and among the
 // constraints that block before it, the one with the largest |a'p|.  After
-// "Expand Frequency" degenerate steps in a row the least-index rule of
-// Bland (1977) chooses both the constraint that leaves and the one that
+// max("Expand Frequency", n) degenerate steps in a row the least-index rule
+// of Bland (1977) chooses both the constraint that leaves and the one that
 // enters until a step of positive length is made, so a cycling problem
 // (Beale's) finishes.
 //
@@ -100,7 +105,12 @@ public:
         rank_ = eps_pow(0.9);
         limit_ = o.iter_limit >= 0 ? o.iter_limit
                                    : std::max<long>(50, 5 * (n_ + nclin_)) * std::max<long>(1, (talvo_float_digits() + 14) / 15);
-        expand_ = o.expand_freq > 0 ? o.expand_freq : 5;
+        // The least-index rule takes over after a run of degenerate steps
+        // as long as "Expand Frequency" (default 5) or n, whichever is
+        // longer: a degenerate vertex is usually left within a few steps of
+        // steepest edge, which the least-index rule, slow to make progress,
+        // would otherwise replace at once.
+        expand_ = std::max<long>(o.expand_freq > 0 ? o.expand_freq : 5, n_);
         max_free_ = o.max_free > 0 ? o.max_free : n_;
         warm_ = o.warm;
         quadratic_ = p.type != Type::FP && p.type != Type::LP;
@@ -208,6 +218,7 @@ private:
     bool new_r_column(); // after remove: the reduced Hessian gains a column
     void refactor_r();
     void multipliers();
+    std::vector<double> edge_norms();
     void refine();
     void temp_fix_all();
     void residuals();
@@ -619,6 +630,40 @@ void Engine::multipliers()
     }
 }
 
+// At a vertex (nw = n, Z empty) deleting working constraint k moves x along
+// p_k = Q T^-1 e_k, the edge on which only that constraint is released; the
+// objective changes along it at the rate lambda_k.  Its length is
+// ||T^-1 e_k|| (Q is orthogonal).  These lengths serve the steepest-edge
+// choice of the constraint to delete (Goldfarb and Reid, Math. Programming
+// 12, 1977: the largest decrease per unit length rather than per unit of the
+// constraint's own measure); they only rank candidates, so they are worked
+// out in double precision from T, by forward substitution: row r of T holds
+// its diagonal in column n-1-r and is zero before it.
+std::vector<double> Engine::edge_norms()
+{
+    const long n = n_;
+    std::vector<double> t(size_t(n * n), 0.0), y(size_t(n), 0.0), norms(size_t(n), 0.0);
+    for (long r = 0; r < n; ++r)
+        for (long c = n - 1 - r; c < n; ++c)
+            t[size_t(r * n + c)] = mpfr_get_d(T_(r, c), MPFR_RNDN);
+    for (long k = 0; k < n; ++k) {
+        // T y = e_k: rows before k give y = 0 in their diagonal columns.
+        std::fill(y.begin(), y.end(), 0.0);
+        double sum = 0.0;
+        for (long r = k; r < n; ++r) {
+            const long d = n - 1 - r;
+            double v = r == k ? 1.0 : 0.0;
+            for (long c = d + 1; c <= n - 1 - k; ++c)
+                v -= t[size_t(r * n + c)] * y[size_t(c)];
+            v /= t[size_t(r * n + d)];
+            y[size_t(d)] = v;
+            sum += v * v;
+        }
+        norms[size_t(k)] = std::sqrt(sum);
+    }
+    return norms;
+}
+
 // Puts x back on its working constraints: T dy = b_W - W x, x += Y dy.
 void Engine::refine()
 {
@@ -851,6 +896,10 @@ Result Engine::run(TalvoFloat *x, TalvoFloat *ax, TalvoFloat *clamda)
             const Real otol = ld(opt_) * gmax;
             long del = -1;
             Real worst = 0.0L;
+            // At a vertex the candidates are ranked by steepest edge, else
+            // by their multipliers scaled by the constraints' norms.
+            const bool steepest = !bland && nz_ == 0 && nw() == n_;
+            std::vector<double> edges;
             for (long k = 0; k < nw(); ++k) {
                 const Real l = dbl(lambda_[k]) * anorm_[size_t(ws_[size_t(k)])];
                 Real bad = 0.0L;
@@ -865,7 +914,16 @@ Result Engine::run(TalvoFloat *x, TalvoFloat *ax, TalvoFloat *clamda)
                 if (bland) {
                     if (del < 0 || ws_[size_t(k)] < ws_[size_t(del)])
                         del = k;
-                } else if (bad > worst) {
+                    continue;
+                }
+                if (steepest) {
+                    if (edges.empty())
+                        edges = edge_norms();
+                    const double len = edges[size_t(k)];
+                    if (len > 0.0 && std::isfinite(len))
+                        bad = bad / anorm_[size_t(ws_[size_t(k)])] / len;
+                }
+                if (bad > worst) {
                     worst = bad;
                     del = k;
                 }
