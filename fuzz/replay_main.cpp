@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -17,14 +18,24 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
 int main(int argc, char **argv)
 {
     namespace fs = std::filesystem;
+    // In the collector's stress mode (a full collection every few
+    // allocations) the whole corpus takes minutes: the first folder (the
+    // corpus) is then replayed one input in eight, the others (the
+    // regression inputs) whole.
+    const bool stress = std::getenv("TALVO_GC_STRESS") != nullptr;
     std::vector<fs::path> files;
     for (int i = 1; i < argc; ++i) {
         fs::path p(argv[i]);
         if (fs::is_directory(p)) {
             // A README in a folder of inputs describes it.
+            std::vector<fs::path> here;
             for (const auto &e : fs::directory_iterator(p))
                 if (e.is_regular_file() && !e.path().filename().string().starts_with("README"))
-                    files.push_back(e.path());
+                    here.push_back(e.path());
+            std::sort(here.begin(), here.end());
+            for (size_t k = 0; k < here.size(); ++k)
+                if (!stress || i > 1 || k % 8 == 0)
+                    files.push_back(here[k]);
         } else if (fs::is_regular_file(p)) {
             files.push_back(p);
         } else {
