@@ -4,12 +4,12 @@
 #include "talvo_float.hpp"
 
 STATS_TalvoDataSample_MP::STATS_TalvoDataSample_MP(TKernelVector kv, ALGEB points)
-    : m_points(new STATS_Vector_MP(kv, points)), m_kv(kv)
+    : m_points(new STATS_Vector_MP(kv, points))
 {
 }
 
 STATS_TalvoDataSample_MP::STATS_TalvoDataSample_MP(TKernelVector kv, ALGEB points, ALGEB weights)
-    : m_points(new STATS_Vector_MP(kv, points)), m_weights(new STATS_Vector_MP(kv, weights)), m_kv(kv)
+    : m_points(new STATS_Vector_MP(kv, points)), m_weights(new STATS_Vector_MP(kv, weights))
 {
     if (m_weights->size() == 0)
         m_weights.reset();

@@ -64,7 +64,6 @@ public:
 private:
     std::unique_ptr<STATS_Vector_MP> m_points;
     std::unique_ptr<STATS_Vector_MP> m_weights;
-    TKernelVector m_kv;
 };
 
 // Copies n values; with skipUndefined set, only those that are not undefined

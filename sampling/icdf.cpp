@@ -115,7 +115,7 @@ TalvoFloat STATS_ICDFGenerator_MP::EvalfTalvoProc(TalvoCallback *callback, int n
 
 STATS_ICDFGenerator_MP::STATS_ICDFGenerator_MP(TKernelVector kv, ALGEB cdf, ALGEB pdf, ALGEB a, ALGEB b, ALGEB tol,
                                                int flag)
-    : m_kv(kv), m_evalf(kv, "evalf"), m_a(STATS_TalvoFloatToDouble_MP(kv, a)), m_b(STATS_TalvoFloatToDouble_MP(kv, b)),
+    : m_evalf(kv, "evalf"), m_a(STATS_TalvoFloatToDouble_MP(kv, a)), m_b(STATS_TalvoFloatToDouble_MP(kv, b)),
       m_tol(STATS_TalvoFloatToDouble_MP(kv, tol)), m_cdf(CreateTalvoCallback(kv, cdf, m_evalf.name, flag)),
       m_pdf(CreateTalvoCallback(kv, pdf, m_evalf.name, flag))
 {

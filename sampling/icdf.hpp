@@ -70,7 +70,6 @@ private:
         ProtectedName &operator=(const ProtectedName &) = delete;
     };
 
-    TKernelVector m_kv;
     ProtectedName m_evalf;
     TalvoFloat m_a, m_b, m_tol;
     TalvoFloat m_Fa, m_Fb, m_mass;

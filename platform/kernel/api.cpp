@@ -550,6 +550,10 @@ struct Library {
     std::string path;
     void *handle;
     std::string object_name; // as the dynamic linker knows it
+    // The entry names it exports, read from its file the first time a call
+    // misses (a library does not change once loaded).
+    bool entries_read = false;
+    std::vector<std::string> entries;
 };
 
 std::vector<Library> &libraries()
@@ -595,7 +599,14 @@ void read_exported_entries(const std::string &path, std::vector<std::string> *ou
     std::ifstream in(path, std::ios::binary);
     if (!in)
         return;
-    std::vector<char> file((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    in.seekg(0, std::ios::end);
+    std::streamoff length = in.tellg();
+    if (length <= 0)
+        return;
+    std::vector<char> file(static_cast<size_t>(length));
+    in.seekg(0);
+    if (!in.read(file.data(), length))
+        return;
     auto fits = [&](uint64_t offset, uint64_t size) { return offset <= file.size() && size <= file.size() - offset; };
     if (!fits(0, sizeof(ElfW(Ehdr))))
         return;
@@ -633,8 +644,13 @@ void read_exported_entries(const std::string &path, std::vector<std::string> *ou
 std::vector<std::string> nearest_entries(std::string_view name, size_t most)
 {
     std::vector<std::string> names;
-    for (const Library &l : libraries())
-        read_exported_entries(l.path, &names);
+    for (Library &l : libraries()) {
+        if (!l.entries_read) {
+            read_exported_entries(l.path, &l.entries);
+            l.entries_read = true;
+        }
+        names.insert(names.end(), l.entries.begin(), l.entries.end());
+    }
     std::sort(names.begin(), names.end());
     names.erase(std::unique(names.begin(), names.end()), names.end());
     return nearest_names(name, names, most);
@@ -676,7 +692,7 @@ void load_library(const std::string &path)
     std::string object_name = path;
     if (dlinfo(h, RTLD_DI_LINKMAP, &lm) == 0 && lm != nullptr && lm->l_name != nullptr)
         object_name = lm->l_name;
-    libraries().push_back(Library{path, h, object_name});
+    libraries().push_back(Library{path, h, object_name, false, {}});
     misses().clear();
 }
 

@@ -58,12 +58,32 @@ void init_stack_guard()
     g_stack_limit = size > (2u << 20) ? size - (3 * size / 8) : size / 2;
 }
 
+// Step budget (set_step_budget): every evaluation and every statement run
+// is a step; the first step past the budget raises a host error.
+uint64_t g_step_budget = 0; // 0: no budget
+uint64_t g_steps = 0;
+
+[[noreturn]] void step_budget_exceeded()
+{
+    raise("the computation exceeded its budget of %1 evaluation steps", make_integer64(int64_t(g_step_budget)));
+}
+
+inline void count_step()
+{
+    if (++g_steps > g_step_budget && g_step_budget != 0)
+        step_budget_exceeded();
+}
+
 // Also the evaluator's poll of a pending interrupt (Ctrl-C at the prompt):
 // every statement, call and evaluation step passes here.
 inline void check_stack()
 {
     char here;
-    if (g_stack_base != nullptr && size_t(g_stack_base - &here) > g_stack_limit)
+    // The stack grows down.  A frame above the measured base (a program that
+    // started the host in a deeper call than the one it evaluates from) is
+    // not deep: its distance would otherwise wrap around to a huge size.
+    uintptr_t base = reinterpret_cast<uintptr_t>(g_stack_base), at = reinterpret_cast<uintptr_t>(&here);
+    if (g_stack_base != nullptr && at < base && base - at > g_stack_limit)
         raise_plain("too many levels of recursion");
     poll_interrupt();
 }
@@ -752,6 +772,7 @@ void exec_for(ALGEB s, Exec &x)
 
 void exec(ALGEB s, Exec &x)
 {
+    count_step();
     check_stack();
     switch (type_of(s)) {
     case T_STATSEQ: {
@@ -837,6 +858,7 @@ ALGEB host_to_float(ALGEB x)
 
 ALGEB eval(ALGEB e)
 {
+    count_step();
     if (e == nullptr || is_immediate(e))
         return e;
     check_stack();
@@ -939,5 +961,13 @@ void init_evaluator()
 }
 
 void reset_stack_guard() { init_stack_guard(); }
+
+void set_step_budget(uint64_t steps)
+{
+    g_step_budget = steps;
+    g_steps = 0;
+}
+
+uint64_t steps_taken() { return g_steps; }
 
 } // namespace talvo

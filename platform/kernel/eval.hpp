@@ -14,6 +14,13 @@ namespace talvo {
 void init_evaluator();
 // Re-measure the recursion guard from the caller's stack position.
 void reset_stack_guard();
+// The step budget: with a budget of n (> 0), each expression evaluated and
+// each statement run counts one step, and the first step past n raises "the
+// computation exceeded its budget of n evaluation steps".  Setting a budget
+// (0: none, the default) starts the count again.  A program embedding the
+// host sets it before running untrusted text, so a script cannot loop for ever.
+void set_step_budget(uint64_t steps);
+uint64_t steps_taken(); // steps counted since the budget was last set
 
 // Full evaluation of an expression or statement in the running procedure's
 // frame (at top level: globals).

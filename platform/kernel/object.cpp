@@ -9,6 +9,7 @@
 #include <functional>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 namespace talvo {
 
@@ -86,10 +87,27 @@ ALGEB make_lexref(size_t depth, size_t index)
     return new_node(T_LEXREF, {make_immediate(static_cast<intptr_t>(depth)), make_immediate(static_cast<intptr_t>(index))});
 }
 
+namespace {
+// The name table is on the C++ heap (scanned), so names live for ever.
+std::unordered_map<std::string, ALGEB> &name_table()
+{
+    static auto *names = new std::unordered_map<std::string, ALGEB>();
+    return *names;
+}
+} // namespace
+
+std::vector<ALGEB> all_names()
+{
+    std::vector<ALGEB> out;
+    out.reserve(name_table().size());
+    for (const auto &entry : name_table())
+        out.push_back(entry.second);
+    return out;
+}
+
 ALGEB intern(std::string_view text)
 {
-    // The name table is on the C++ heap (scanned), so names live for ever.
-    static auto *names = new std::unordered_map<std::string, ALGEB>();
+    auto *names = &name_table();
     std::string key(text);
     auto it = names->find(key);
     if (it != names->end())

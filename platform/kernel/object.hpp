@@ -19,6 +19,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace talvo {
 
@@ -283,6 +284,9 @@ ALGEB make_lexref(size_t depth, size_t index);
 // The unique global name with this text (names are interned and never collected).
 ALGEB intern(std::string_view text);
 std::string_view name_text(ALGEB name);
+// Every name interned so far (for a program that saves and restores the
+// global state, such as a fuzzing harness between inputs).
+std::vector<ALGEB> all_names();
 std::string_view string_text(ALGEB str);
 
 // Elements of an expression sequence or of a list, and the sequence flattening

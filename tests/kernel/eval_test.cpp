@@ -163,3 +163,52 @@ TEST(Eval, NameChains)
     EXPECT_EQ(show("unassign('cy'): cx := cy: cy := 3: cx;"), "3");
     EXPECT_EQ(error_of("cp := cq: cq := cp: cp;"), "too many levels of recursion in the value of cp");
 }
+
+// The step budget stops a loop that would run for ever, the host stays
+// usable, and with no budget the same work runs to its end.
+TEST(Eval, StepBudget)
+{
+    set_step_budget(10000);
+    EXPECT_EQ(error_of("i := 0: while true do i := i + 1 end do;"),
+              "the computation exceeded its budget of 10000 evaluation steps");
+    EXPECT_GT(steps_taken(), uint64_t(10000));
+    // A few hundred levels of recursion: below the recursion guard in any build.
+    set_step_budget(1000);
+    EXPECT_EQ(error_of("f := n -> f(n + 1): f(1);"), "(in f) the computation exceeded its budget of 1000 evaluation steps");
+    set_step_budget(10000);
+    EXPECT_EQ(error_of("seq(i, i = 1..10^9);"), "(in seq) the computation exceeded its budget of 10000 evaluation steps");
+    set_step_budget(10000);
+    EXPECT_EQ(show("add(i, i = 1..100);"), "5050");
+    EXPECT_LT(steps_taken(), uint64_t(10000));
+    set_step_budget(0);
+    EXPECT_EQ(show("s := 0: for i to 20000 do s := s + i end do: s;"), "200010000");
+    EXPECT_GT(steps_taken(), uint64_t(20000));
+    EXPECT_EQ(show("Digits;"), "10");
+}
+
+namespace {
+// Measures the recursion guard n calls deeper than the caller.
+[[gnu::noinline]] void measure_guard_deeper(int n)
+{
+    volatile char pad[256];
+    pad[0] = 0;
+    if (n > 0)
+        measure_guard_deeper(n - 1);
+    else
+        reset_stack_guard();
+    (void)pad[0];
+}
+} // namespace
+
+// A program that starts the host in a deeper call than the one it evaluates
+// from (the fuzz harness starts it in LLVMFuzzerInitialize): evaluation above
+// the measured base is not deep recursion, and deep recursion is still caught.
+TEST(Eval, RecursionGuardMeasuredInADeeperCall)
+{
+    measure_guard_deeper(50);
+    EXPECT_EQ(error_of("1 + 1;"), "");
+    EXPECT_EQ(show("1 + 1;"), "2");
+    EXPECT_EQ(show("h := proc(n) if n = 0 then 0 else 1 + h(n - 1) end if end proc: h(20);"), "20");
+    EXPECT_EQ(error_of("g := n -> g(n + 1): g(1);"), "(in g) too many levels of recursion");
+    reset_stack_guard();
+}

@@ -41,3 +41,22 @@ TEST(NumericsErrors, IterationLimit)
 }
 
 } // namespace
+
+// A non-centrality far beyond any affordable series (the fuzz target
+// fuzz_entries reached 10^30 through the non-central F variate): refused as
+// too costly, its term count estimated in floating point and never
+// converted from a double too large for an integer.
+namespace {
+using namespace talvo::test;
+
+TEST(NumericsErrors, HugeNonCentralityIsTooCostly)
+{
+    DigitsScope d(28);
+    for (const char *lambda : {"1e30", "1e300", "5e18"}) {
+        NagError fail{};
+        TalvoMP_g01gcc(F("1e30"), F("1e30"), F(lambda), TalvoFloat(), 1000000, &fail);
+        EXPECT_EQ(fail.code, NE_TOO_COSTLY) << lambda << ": " << fail.message;
+    }
+}
+
+} // namespace

@@ -268,7 +268,7 @@ namespace {
 class Rader final : public PrimeTransform {
 public:
     Rader(size_t p, mpfr_prec_t prec)
-        : p_(p), l_(p - 1), sub_(p - 1, prec), x_(p, prec), a_(p - 1, prec), ahat_(p - 1, prec),
+        : l_(p - 1), sub_(p - 1, prec), x_(p, prec), a_(p - 1, prec), ahat_(p - 1, prec),
           bhat_(p - 1, prec), temps_(2, prec)
     {
         size_t g = primitive_root(p), ginv = powmod(g, p - 2, p);
@@ -315,7 +315,7 @@ public:
     }
 
 private:
-    size_t p_, l_;
+    size_t l_;
     ComplexPlan sub_;
     ComplexArray x_, a_, ahat_, bhat_, temps_;
     std::vector<size_t> in_, out_;

@@ -226,9 +226,11 @@ Status mixture_sum(arb_ptr S, MixtureComponent *c, int nc, slong trunc, slong wp
             m = std::max(m, e.log_weight(static_cast<double>(j)) + e.log_ladder(static_cast<double>(j)));
         return m;
     };
-    slong jmax = static_cast<slong>(std::ceil(z + 12 * std::sqrt(z) + 40));
-    if (jmax > 4 * kMaxSeriesTerms)
+    // Compared as a double: a huge z (or a NaN) has no slong value.
+    const double jmax_d = std::ceil(z + 12 * std::sqrt(z) + 40);
+    if (!(jmax_d <= 4.0 * kMaxSeriesTerms))
         return Status::TooCostly;
+    slong jmax = static_cast<slong>(jmax_d);
     slong peak = argmax_unimodal(0, jmax, log_term);
     double want = log_term(peak) - (trunc + 8) * kLn2;
 
