@@ -54,18 +54,6 @@ const char *const kUsage =
     "prints nothing.  A script stops at its first error, and the exit status\n"
     "is then 1.\n";
 
-std::string program_folder()
-{
-    char buf[PATH_MAX];
-    ssize_t n = readlink("/proc/self/exe", buf, sizeof buf - 1);
-    if (n <= 0)
-        return ".";
-    buf[n] = '\0';
-    std::string p(buf);
-    size_t slash = p.rfind('/');
-    return slash == std::string::npos ? "." : p.substr(0, slash);
-}
-
 bool read_file(const std::string &path, std::string *out)
 {
     std::ifstream in(path, std::ios::binary);
@@ -122,7 +110,7 @@ int prompt(bool quiet)
 // The statistics package that the program reads at start: beside the
 // program's folder, in share/talvo/package/ (the build tree and an installed
 // tree have the same shape).
-std::string package_file() { return program_folder() + "/../share/talvo/package/statistics.tv"; }
+std::string package_file() { return talvo::program_folder() + "/../share/talvo/package/statistics.tv"; }
 
 // Reads the package; a failure is reported and the program goes on without it.
 void load_package(const std::string &path)
@@ -194,7 +182,7 @@ int main(int argc, char **argv)
     try {
         if (!no_lib) {
             if (libs.empty()) {
-                std::string beside = program_folder() + "/libstatsmp.so";
+                std::string beside = talvo::program_folder() + "/libstatsmp.so";
                 if (access(beside.c_str(), R_OK) == 0)
                     libs.push_back(beside);
             }

@@ -33,18 +33,6 @@ std::unordered_set<ALGEB> *g_saved_set = nullptr;
 bool g_verbose = false;
 int g_null_fd = -1;
 
-std::string program_folder()
-{
-    char buf[PATH_MAX];
-    ssize_t n = readlink("/proc/self/exe", buf, sizeof buf - 1);
-    if (n <= 0)
-        return ".";
-    buf[n] = '\0';
-    std::string p(buf);
-    size_t slash = p.rfind('/');
-    return slash == std::string::npos ? "." : p.substr(0, slash);
-}
-
 ALGEB refuse_files(ALGEB)
 {
     talvo::raise_plain("file access is turned off while fuzzing");
@@ -118,12 +106,12 @@ void start(bool package)
     talvo::host_init();
     talvo::set_memory_ceiling(kMemoryCeiling);
     const char *lib = std::getenv("TALVO_FUZZ_LIB");
-    std::string path = lib != nullptr ? std::string(lib) : program_folder() + "/libstatsmp.so";
+    std::string path = lib != nullptr ? std::string(lib) : talvo::program_folder() + "/libstatsmp.so";
     try {
         talvo::load_library(path);
         talvo::initialize_libraries();
         if (package)
-            talvo::call_by_name("read", talvo::make_string(program_folder() + "/../share/talvo/package/statistics.tv"));
+            talvo::call_by_name("read", talvo::make_string(talvo::program_folder() + "/../share/talvo/package/statistics.tv"));
     } catch (talvo::HostError &e) {
         std::fprintf(stderr, "fuzz: cannot start: %s\n", talvo::error_text(e).c_str());
         std::exit(2);

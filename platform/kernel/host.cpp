@@ -7,6 +7,9 @@
 #include "parse.hpp"
 #include "print.hpp"
 
+#include <unistd.h>
+
+#include <climits>
 #include <cstdio>
 #include <new>
 
@@ -87,6 +90,18 @@ bool run_text(std::string_view text, RunMode mode)
     }
     std::fflush(stdout);
     return ok;
+}
+
+std::string program_folder()
+{
+    char buf[PATH_MAX];
+    ssize_t n = readlink("/proc/self/exe", buf, sizeof buf - 1);
+    if (n <= 0)
+        return ".";
+    buf[n] = '\0';
+    std::string p(buf);
+    size_t slash = p.rfind('/');
+    return slash == std::string::npos ? "." : p.substr(0, slash);
 }
 
 } // namespace talvo

@@ -31,4 +31,8 @@ std::string error_text(const HostError &e);
 // assignment, nothing for NULL.
 std::string statement_display(ALGEB stmt, ALGEB value);
 
+// The folder of the running program (from /proc/self/exe), "." when unknown:
+// where a program built with the host finds the library and the package.
+std::string program_folder();
+
 } // namespace talvo

@@ -36,6 +36,16 @@ bool log_step(arb_ptr step, arb_srcptr value, arb_srcptr dens, arb_srcptr x, arb
     return arb_is_finite(step);
 }
 
+// X = x (1 +- 2^-rad_bits): the ball of an interval Newton step around x.
+void relative_ball(arb_t X, const arf_t x, slong rad_bits)
+{
+    arb_set_arf(X, x);
+    Mag r;
+    arf_get_mag(r, x);
+    mag_mul_2exp_si(r, r, -rad_bits);
+    mag_set(arb_radref(X), r);
+}
+
 } // namespace
 
 Status invert(arb_ptr root, const Inversion &f, arb_srcptr p, double start, const Target &target)
@@ -150,12 +160,7 @@ Status invert(arb_ptr root, const Inversion &f, arb_srcptr p, double start, cons
     for (int attempt = 0; attempt < 24; ++attempt) {
         Arb X, G, D, N;
         arb_set_arf(bx, x);
-        // X = x (1 +- 2^-rad_bits)
-        arb_set_arf(X, x);
-        Mag r;
-        arf_get_mag(r, x);
-        mag_mul_2exp_si(r, r, -rad_bits);
-        mag_set(arb_radref(X), r);
+        relative_ball(X, x, rad_bits);
         Status s = f.cdf(G, bx, w);
         if (s != Status::Ok)
             return s;
@@ -242,11 +247,7 @@ bool invert_fast(arb_ptr root, const Inversion &f, arb_srcptr p, double start, c
     // X = x (1 +- 2^-rad_bits); N = x - G / D with G = F(x) - p, D = F'(X).
     Arb X, G, D, N;
     arb_set_arf(bx, x);
-    arb_set_arf(X, x);
-    Mag r;
-    arf_get_mag(r, x);
-    mag_mul_2exp_si(r, r, -rad_bits);
-    mag_set(arb_radref(X), r);
+    relative_ball(X, x, rad_bits);
     if (f.cdf(G, bx, wp) != Status::Ok)
         return false;
     arb_sub(G, G, p, wp);
