@@ -117,7 +117,11 @@ send("\x03")
 time.sleep(0.3)
 expect("1 + 1, assigned(unfinished);", "2, false")
 
-# The end of input ends the program normally.
+# The end of input ends the program normally.  Ctrl-D is typed only once
+# the prompt is back: typed while the statement before still runs, the
+# terminal is in its cooked mode and takes the end-of-file as its own,
+# and the line editor, switching to raw mode, may never see it.
+read_until(r"> ", "the prompt before the end of input")
 send("\x04")
 deadline = time.monotonic() + TIMEOUT
 while time.monotonic() < deadline:
