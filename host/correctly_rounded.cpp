@@ -360,6 +360,86 @@ bool ZivLoop::Decided(mpfr_srcptr lo, mpfr_prec_t lo_prec, mpfr_srcptr hi, bool 
     return same;
 }
 
+// ---------------------------------------------------------------------------
+// Balls
+// ---------------------------------------------------------------------------
+
+namespace {
+bool g_ball_first = true;
+} // namespace
+
+bool SetBallFirstStep(bool on)
+{
+    bool was = g_ball_first;
+    g_ball_first = on;
+    return was;
+}
+
+bool BallFirstStep() { return g_ball_first; }
+
+namespace detail {
+talvo::mp::BallArena *g_arena = nullptr;
+long g_ball_prec = 0;
+} // namespace detail
+
+namespace {
+
+using talvo::mp::BallOp;
+
+inline talvo::mp::BallRef TakeBall() { return detail::g_arena->take(); }
+
+inline BallFloat BallApply(BallOp op, const BallFloat &a, const BallFloat &b)
+{
+    talvo::mp::BallRef r = TakeBall();
+    talvo::mp::ball_apply(op, r, a.ref(), b.ref(), detail::g_ball_prec);
+    return BallFloat(r);
+}
+
+inline BallFloat BallApply(BallOp op, const BallFloat &a) { return BallApply(op, a, a); }
+
+} // namespace
+
+BallFloat::BallFloat(double x) : r_(TakeBall()) { talvo::mp::ball_set_d(r_, x); }
+BallFloat::BallFloat(mpfr_srcptr v) : r_(TakeBall()) { talvo::mp::ball_set_mpfr(r_, v); }
+
+BallFloat operator+(const BallFloat &a, const BallFloat &b) { return BallApply(BallOp::Add, a, b); }
+BallFloat operator-(const BallFloat &a, const BallFloat &b) { return BallApply(BallOp::Sub, a, b); }
+BallFloat operator*(const BallFloat &a, const BallFloat &b) { return BallApply(BallOp::Mul, a, b); }
+BallFloat operator/(const BallFloat &a, const BallFloat &b) { return BallApply(BallOp::Div, a, b); }
+BallFloat operator/(double a, const BallFloat &b) { return BallApply(BallOp::Div, BallFloat(a), b); }
+BallFloat operator-(const BallFloat &a) { return BallApply(BallOp::Neg, a); }
+
+bool operator<(const BallFloat &a, const BallFloat &b) { return talvo::mp::ball_cmp_mid(a.ref(), b.ref()) < 0; }
+bool operator<=(const BallFloat &a, const BallFloat &b) { return talvo::mp::ball_cmp_mid(a.ref(), b.ref()) <= 0; }
+bool operator>(const BallFloat &a, const BallFloat &b) { return talvo::mp::ball_cmp_mid(a.ref(), b.ref()) > 0; }
+
+BallFloat exp(const BallFloat &x) { return BallApply(BallOp::Exp, x); }
+BallFloat log(const BallFloat &x) { return BallApply(BallOp::Log, x); }
+BallFloat sqrt(const BallFloat &x) { return BallApply(BallOp::Sqrt, x); }
+BallFloat pow(const BallFloat &x, const BallFloat &y) { return BallApply(BallOp::Pow, x, y); }
+BallFloat pow(const BallFloat &x, double y) { return BallApply(BallOp::Pow, x, BallFloat(y)); }
+BallFloat OneMinusExp(const BallFloat &t) { return -BallApply(BallOp::Expm1, t); }
+BallFloat LnOneMinus(const BallFloat &p) { return BallApply(BallOp::Log1p, -p); }
+BallFloat Log1p(const BallFloat &x) { return BallApply(BallOp::Log1p, x); }
+BallFloat Tan(const BallFloat &x) { return BallApply(BallOp::Tan, x); }
+BallFloat Arctan(const BallFloat &x) { return BallApply(BallOp::Atan, x); }
+
+BallFloat PiAt(const BallFloat &)
+{
+    talvo::mp::BallRef r = TakeBall();
+    talvo::mp::ball_const_pi(r, detail::g_ball_prec);
+    return BallFloat(r);
+}
+
+bool RoundBall(const BallFloat &v, mpfr_prec_t prec, TalvoFloat *out)
+{
+    ALGEB r = talvo_float_new(prec);
+    if (!talvo::mp::ball_round(talvo_float_mpfr(r), v.ref()))
+        return false;
+    *out = TalvoFloat::from_handle(r);
+    return true;
+}
+
 TalvoFloat RoundedFloat(mpfr_srcptr v, mpfr_prec_t prec)
 {
     return TalvoFloat::from_handle(talvo_float_from_mpfr(v, prec));

@@ -37,6 +37,7 @@
 #pragma once
 
 #include "talvo_float.hpp"
+#include "talvo_mp_ball.h"
 
 #include <array>
 #include <cstddef>
@@ -156,6 +157,81 @@ PoolFloat Tan(const PoolFloat &x);
 PoolFloat Arctan(const PoolFloat &x);
 PoolFloat PiAt(const PoolFloat &);
 
+// A number of the first, certified evaluation of a closed form: a ball (an
+// enclosure of the exact value, talvo_mp_ball.h) of the current arena,
+// computed at the arena's working precision.  Comparisons compare midpoints:
+// exact for the point p and the parameters, so a formula may branch on them;
+// a branch on a computed value must choose between two forms of one value
+// (both then enclose it).
+class BallFloat {
+public:
+    BallFloat(double x); // exact
+    explicit BallFloat(mpfr_srcptr v);
+    explicit BallFloat(talvo::mp::BallRef r) : r_(r) {}
+    talvo::mp::BallRef ref() const { return r_; }
+
+private:
+    talvo::mp::BallRef r_;
+};
+
+namespace detail {
+extern talvo::mp::BallArena *g_arena;
+extern long g_ball_prec;
+
+// Makes an arena the current one for one evaluation at prec bits.
+class ArenaScope {
+public:
+    ArenaScope(talvo::mp::BallArena &arena, long prec) : saved_(g_arena), saved_prec_(g_ball_prec)
+    {
+        arena.reset();
+        g_arena = &arena;
+        g_ball_prec = prec;
+    }
+    ~ArenaScope()
+    {
+        g_arena = saved_;
+        g_ball_prec = saved_prec_;
+    }
+    ArenaScope(const ArenaScope &) = delete;
+    ArenaScope &operator=(const ArenaScope &) = delete;
+
+private:
+    talvo::mp::BallArena *saved_;
+    long saved_prec_;
+};
+} // namespace detail
+
+BallFloat operator+(const BallFloat &a, const BallFloat &b);
+BallFloat operator-(const BallFloat &a, const BallFloat &b);
+BallFloat operator*(const BallFloat &a, const BallFloat &b);
+BallFloat operator/(const BallFloat &a, const BallFloat &b);
+BallFloat operator/(double a, const BallFloat &b);
+BallFloat operator-(const BallFloat &a);
+bool operator<(const BallFloat &a, const BallFloat &b);
+bool operator<=(const BallFloat &a, const BallFloat &b);
+bool operator>(const BallFloat &a, const BallFloat &b);
+BallFloat exp(const BallFloat &x);
+BallFloat log(const BallFloat &x);
+BallFloat sqrt(const BallFloat &x);
+BallFloat pow(const BallFloat &x, const BallFloat &y);
+BallFloat pow(const BallFloat &x, double y);
+BallFloat OneMinusExp(const BallFloat &t);
+BallFloat LnOneMinus(const BallFloat &p);
+BallFloat Log1p(const BallFloat &x);
+BallFloat Tan(const BallFloat &x);
+BallFloat Arctan(const BallFloat &x);
+BallFloat PiAt(const BallFloat &);
+
+// The bits beyond the target with which the first, certified evaluation
+// works: it fails to decide the rounding about once in 2^25 draws (and
+// always when the value is 0).
+constexpr long kBallGuardBits = 32;
+
+// Whether the first evaluation is tried (for tests: off, every value comes
+// from the loop).  Returns the previous setting.
+bool SetBallFirstStep(bool on);
+bool BallFirstStep();
+
 // The precisions of CorrectlyRounded's loop for the "Digits" current when it
 // is made, each with its pool, and the loop itself on in-place evaluations.
 class ZivLoop {
@@ -211,6 +287,9 @@ private:
     std::deque<Raised> levels_;
 };
 
+// True, with *out a host float of prec bits holding it, when every point of
+// the ball v rounds (to nearest) to one float that is not zero.
+bool RoundBall(const BallFloat &v, mpfr_prec_t prec, TalvoFloat *out);
 // A host float holding v rounded to nearest at prec bits.
 TalvoFloat RoundedFloat(mpfr_srcptr v, mpfr_prec_t prec);
 // The ceiling of v rounded to nearest at prec bits, as a host float of prec bits.
@@ -244,11 +323,18 @@ public:
 
     // formula(p, ...) correctly rounded to the current precision (Ziv's
     // strategy, as CorrectlyRounded).
+    //
+    // In place, the formula is first evaluated once on balls at the target
+    // precision plus kBallGuardBits: when its ball rounds to one float, that
+    // float is the correctly rounded value, the one the loop finds.
     template <class... X>
     TalvoFloat Rounded(const TalvoFloat &p, X... extra)
     {
         if (!InPlaceClosedForms())
             return CorrectlyRounded([&] { return OnHostFloats(p, extra...); });
+        TalvoFloat r;
+        if (OnBalls(p, &r, extra...))
+            return r;
         return RoundedFloat(loop_.Run([&] { return InPool(p, extra...); }), loop_.target());
     }
 
@@ -260,6 +346,9 @@ public:
     {
         if (!InPlaceClosedForms())
             return ceil(CorrectlyRounded([&] { return OnHostFloats(p, extra...); }));
+        TalvoFloat r;
+        if (OnBalls(p, &r, extra...))
+            return ceil(r);
         return CeilingOfRounded(loop_.Run([&] { return InPool(p, extra...); }, true), loop_.target());
     }
 
@@ -281,6 +370,22 @@ public:
     }
 
 private:
+    // The formula on balls; true with *out its correctly rounded value when
+    // the ball decides it.
+    template <class... X>
+    bool OnBalls(const TalvoFloat &p, TalvoFloat *out, X... extra)
+    {
+        if (!BallFirstStep())
+            return false;
+        detail::ArenaScope scope(arena_, long(loop_.target()) + kBallGuardBits);
+        BallFloat v = CallOnBalls(p, std::make_index_sequence<N>(), extra...);
+        return RoundBall(v, loop_.target(), out);
+    }
+    template <std::size_t... I, class... X>
+    BallFloat CallOnBalls(const TalvoFloat &p, std::index_sequence<I...>, X... extra)
+    {
+        return formula_(BallFloat(p.mpfr()), BallFloat(copies_[I])..., extra...);
+    }
     template <class... X>
     TalvoFloat OnHostFloats(const TalvoFloat &p, X... extra)
     {
@@ -301,6 +406,7 @@ private:
     std::array<TalvoFloat, N> params_; // on the caller's stack: the collector sees them
     mpfr_t copies_[N > 0 ? N : 1];
     ZivLoop loop_;
+    talvo::mp::BallArena arena_;
     std::unique_ptr<FloatPool> exact_pool_;
 };
 

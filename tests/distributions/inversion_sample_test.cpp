@@ -6,7 +6,11 @@
 //    when each draw evaluated its formula through host floats with "Digits"
 //    raised (TALVO_RECORD_INVERSION=FILE writes that table again);
 //  - as the draws of the host-float evaluation that the library still keeps,
-//    forced by stats::SetInPlaceClosedForms(false), at Digits 10, 15, 30, 50.
+//    forced by stats::SetInPlaceClosedForms(false), at Digits 10, 15, 30, 50,
+//    both with the first evaluation on balls (the default) and without it
+//    (stats::SetBallFirstStep(false): every value from the in-place loop).
+// Deviates at chosen points (branches, poles, exact values, undefined and
+// infinite arguments) are compared the same way.
 #include "stats_support.hpp"
 
 #include "correctly_rounded.hpp"
@@ -145,6 +149,13 @@ struct InPlaceScope {
     ~InPlaceScope() { stats::SetInPlaceClosedForms(saved); }
 };
 
+// Sets the first, certified evaluation on balls for one scope.
+struct BallScope {
+    bool saved;
+    explicit BallScope(bool on) : saved(stats::SetBallFirstStep(on)) {}
+    ~BallScope() { stats::SetBallFirstStep(saved); }
+};
+
 // The same float: value, sign (of a zero too) and precision; undefined
 // matches undefined.
 bool SameFloat(const TalvoFloat &a, const TalvoFloat &b)
@@ -174,18 +185,23 @@ TEST_P(InversionSampleInPlace, DrawsAreThoseOfTheHostFloatEvaluation)
     DigitsScope d(GetParam());
     for (size_t l = 0; l < Laws().size(); ++l) {
         long seed = 77 + long(l) * 1000 + GetParam();
-        std::vector<TalvoFloat> in_place, host;
+        std::vector<TalvoFloat> in_place, loop_only, host;
         {
             InPlaceScope s(true);
             in_place = Sample(Laws()[l], seed, kComparedDraws);
+            BallScope b(false);
+            loop_only = Sample(Laws()[l], seed, kComparedDraws);
         }
         {
             InPlaceScope s(false);
             host = Sample(Laws()[l], seed, kComparedDraws);
         }
-        for (int i = 0; i < kComparedDraws; ++i)
+        for (int i = 0; i < kComparedDraws; ++i) {
             ASSERT_TRUE(SameFloat(in_place[i], host[i]))
                 << Key(Laws()[l], GetParam(), i) << ": " << Exact(in_place[i]) << " against " << Exact(host[i]);
+            ASSERT_TRUE(SameFloat(loop_only[i], host[i]))
+                << Key(Laws()[l], GetParam(), i) << ": " << Exact(loop_only[i]) << " against " << Exact(host[i]);
+        }
         // The next draw after the sample is the same too: both consumed the
         // same uniforms.
         InPlaceScope s(true);
@@ -221,16 +237,20 @@ TalvoFloat At(const char *text) { return STATS_TalvoUtils_MP::TalvoDAGToDouble(e
 template <class Fn>
 void ExpectSameBothWays(const std::string &what, Fn fn)
 {
-    TalvoFloat in_place, host;
+    TalvoFloat in_place, loop_only, host;
     {
         InPlaceScope s(true);
         in_place = fn();
+        BallScope b(false);
+        loop_only = fn();
     }
     {
         InPlaceScope s(false);
         host = fn();
     }
     EXPECT_TRUE(SameFloat(in_place, host)) << what << ": " << Exact(in_place) << " against " << Exact(host);
+    EXPECT_TRUE(SameFloat(loop_only, host)) << what << " (loop only): " << Exact(loop_only) << " against "
+                                            << Exact(host);
 }
 
 } // namespace
