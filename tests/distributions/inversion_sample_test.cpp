@@ -170,7 +170,7 @@ bool SameFloat(const TalvoFloat &a, const TalvoFloat &b)
 
 // The host-float evaluation takes 10-70 us a draw; the sanitizer builds, ten
 // times slower, compare fewer draws.
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(TALVO_SANITIZED)
 constexpr int kComparedDraws = 60;
 #else
 constexpr int kComparedDraws = 300;
