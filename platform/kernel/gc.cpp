@@ -61,11 +61,23 @@ inline void check_request(size_t bytes)
         refuse_allocation(bytes);
 }
 
+// Bytes allocated through gc_alloc and gc_alloc_atomic since the collector
+// was last asked whether a collection is due.  Asked after every MiB, it
+// collects at its own pace whatever room the heap has (the float library asks
+// the same for its floats; see refill_and_take there).
+size_t g_bytes_since_poll = 0;
+constexpr size_t kPollBytes = size_t(1) << 20;
+
 inline void before_alloc(size_t bytes)
 {
     check_request(bytes);
     if (g_stress_every != 0 && !g_stress_paused && ++g_alloc_count % g_stress_every == 0)
         GC_gcollect();
+    g_bytes_since_poll += bytes;
+    if (g_bytes_since_poll >= kPollBytes) {
+        g_bytes_since_poll = 0;
+        GC_collect_a_little();
+    }
 }
 
 // The collector returns null when the heap cannot grow within its maximum
