@@ -12,6 +12,8 @@
 //   - lfill >= 0: its level, lev(i,q) + lev(p,c) + 1 with original entries
 //     at level 0, is at most lfill (ILU(k) of Meijerink and van der Vorst);
 //   - lfill < 0: its size is at least dtol times the 2-norm of row i of A.
+// (Saad's ILUT, row by row with dual dropping, and the symmetric orderings
+// of ordering.cpp applied first, are further options: see ilut() below.)
 // A fill entry that is dropped is, with modified ILU (Gustafsson 1978),
 // added to the pivot of its row, so that M and A have the same row sums.
 // Pivots: 'N' the diagonal in the natural order; 'U' the caller's order;
@@ -294,15 +296,23 @@ int eliminate(const Cs<K> &a, const IluOptions &o, const long *user_p, const lon
 // Saad's ILUT (Iterative Methods for Sparse Linear Systems, 2nd ed., alg.
 // 10.8), the IKJ form of Gaussian elimination: row i of A is copied to a
 // dense work row w, and for each k < i with w_k != 0, in increasing order
-// (a heap of the columns), l = w_k / u_kk; l is dropped when |l| < tau_i,
-// else w -= l u_k (row k of U, pivot included).  Then entries of w below
-// tau_i are dropped, the L part (j < i) and the U part (j > i) each keep
-// their lfil largest (and at most fill_factor * nnz(a_i) entries in all,
-// split between the two), and the rest is row i of the factor.  tau_i is
-// dtol times the 2-norm of row i of A.  The diagonal is always kept; a
-// pivot of size at most eps times the 1-norm of its row is replaced as in
-// the elimination.  The work per row is linear in the fill it meets, plus a
-// log for the heap and a selection for the largest entries.
+// (a heap of the columns), l = w_k / u_kk is dropped when |w_k| < tau_i,
+// else w -= l u_k (row k of U, pivot included).  Then the entries of U
+// (j > i) below tau_i are dropped, the L part and the U part each keep
+// their lfil largest, and, with a fill factor, both keep their largest
+// within what is left of the budget fill_factor * (entries of A's rows so
+// far) - (entries of the factor's rows so far), split evenly; the rest is
+// row i of the factor.  tau_i is dtol times the largest entry of row i of
+// A.  Two departures from Saad's text, both making the dropping
+// independent of the scale of the matrix: a multiplier is judged by the
+// entry |l u_kk| it removes, not by |l| (a multiplier is a ratio, the
+// threshold a size), and the fill limit is a running budget, not a
+// per-row count, so the rows that meet much fill late in a fill-reducing
+// order (the separators of minimum degree) can use what earlier rows
+// left.  The diagonal is always kept; a pivot of size at most eps times the
+// 1-norm of its row is replaced as in the elimination.  The work per row is
+// linear in the fill it meets, plus a log for the heap and a selection for
+// the largest entries.
 template <class K>
 int ilut(const Cs<K> &a, const IluOptions &o, IluFactor<K> &f, long &npivm)
 {

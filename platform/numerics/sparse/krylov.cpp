@@ -15,7 +15,9 @@
 //   - CGS (Sonneveld 1989), preconditioned as in Barrett et al., Templates
 //     for the Solution of Linear Systems (1994);
 //   - Bi-CGSTAB(l) (Sleijpen and Fokkema 1993), l BiCG steps then a minimal
-//     residual polynomial of degree l;
+//     residual polynomial of degree l; x is updated once per cycle from the
+//     accumulated update of y (one more solve with M), except for l = 1,
+//     where both updates of x come from the two solves of the step;
 //   - TFQMR (Freund 1993), in the form of Saad's Iterative Methods for
 //     Sparse Linear Systems, alg. 7.8, with the quasi-residual bound
 //     tau sqrt(m + 1) deciding when the true residual is checked;
@@ -518,9 +520,12 @@ Request Krylov<K>::run()
                     K::div(alpha, rho, sigma, t);
                     for (long i = 0; i <= S.j; ++i)
                         axmy(S.rh[i], alpha, S.uh[i + 1], t);
+                    if (s_.m == 1) // x += alpha M^{-1} uh[0], which z holds
+                        axpy(x_, alpha, z_, t);
                     KRYLOV_PRECON(S.rh[S.j], z_);
                     KRYLOV_MATVEC(z_, S.rh[S.j + 1]);
-                    axpy(S.w[1], alpha, S.uh[0], t);
+                    if (s_.m > 1)
+                        axpy(S.w[1], alpha, S.uh[0], t);
                     ++itn_;
                 }
                 if (S.i == 0) {
@@ -559,7 +564,10 @@ Request Krylov<K>::run()
                         for (long i = j + 1; i <= l - 1; ++i)
                             K::muladd(S.gpp[j], T(j, i), S.gam[i + 1], t);
                     }
-                    axpy(S.w[1], S.gam[1], S.rh[0], t);
+                    if (l == 1) // x += gamma_1 M^{-1} rh[0], which z holds
+                        axpy(x_, S.gam[1], z_, t);
+                    else
+                        axpy(S.w[1], S.gam[1], S.rh[0], t);
                     axmy(S.rh[0], S.gp[l], S.rh[l], t);
                     axmy(S.uh[0], S.gam[l], S.uh[l], t);
                     for (long j = 1; j <= l - 1; ++j) {
@@ -570,9 +578,11 @@ Request Krylov<K>::run()
                     if (K::is_zero(omega) && !mpfr_zero_p(S.sig[l]))
                         KRYLOV_FINISH(kBreakdown);
                 }
-                KRYLOV_PRECON(S.w[1], z_);
-                for (long k = 0; k < n; ++k)
-                    K::add(x_[k], x_[k], z_[k]);
+                if (s_.m > 1) { // l > 1: x += M^{-1} (the cycle's update of y)
+                    KRYLOV_PRECON(S.w[1], z_);
+                    for (long k = 0; k < n; ++k)
+                        K::add(x_[k], x_[k], z_[k]);
+                }
                 if (test(S.rh[0], x_))
                     KRYLOV_FINISH(kConverged);
                 if (!mpfr_number_p(stplhs_) || S.i != 0)
