@@ -326,8 +326,17 @@ int ilut(const Cs<K> &a, const IluOptions &o, IluFactor<K> &f, long &npivm)
     Real eps(prec), thr(prec), nrm1(prec), s(prec), dtol(prec);
     mpfr_set_ui_2exp(eps, 1, 1 - prec, MPFR_RNDN);
     mpfr_set_d(dtol, o.dtol, MPFR_RNDN);
-    std::vector<long> pos(un, -1), nz;
-    // the rows of L (column, pool index) and of U with its pivots (column, pool index)
+    // Columns carry labels, their columns in A; colpos[label] is the
+    // label's pivot position and lab[position] its inverse.  Threshold
+    // pivoting swaps two positions at or after the current row, so a row of
+    // U made earlier keeps labels that are all after its own position.  The
+    // work row is indexed by label.
+    std::vector<long> pos(un, -1), nz, lab(un), colpos(un);
+    for (long k = 0; k < n; ++k)
+        lab[size_t(k)] = colpos[size_t(k)] = k;
+    Real pbig(prec), pthr(prec);
+    mpfr_set_d(pthr, o.pivot_thresh, MPFR_RNDN);
+    // the rows of L (position, pool index) and of U (label, pool index)
     std::vector<std::vector<std::pair<long, long>>> lrow(un), urow(un);
     std::vector<long> upiv(un); // pool index of u_kk
     std::vector<long> heap, keep;
@@ -343,8 +352,8 @@ int ilut(const Cs<K> &a, const IluOptions &o, IluFactor<K> &f, long &npivm)
             K::set(w[j], a.a[e]);
             pos[size_t(j)] = long(nz.size());
             nz.push_back(j);
-            if (j < i)
-                heap.push_back(j);
+            if (colpos[size_t(j)] < i)
+                heap.push_back(colpos[size_t(j)]);
             K::abs(s, a.a[e], t);
             mpfr_add(nrm1, nrm1, s, MPFR_RNDN);
             if (mpfr_cmp(s, thr) > 0)
@@ -356,27 +365,52 @@ int ilut(const Cs<K> &a, const IluOptions &o, IluFactor<K> &f, long &npivm)
         std::make_heap(heap.begin(), heap.end(), std::greater<long>());
         while (!heap.empty()) {
             std::pop_heap(heap.begin(), heap.end(), std::greater<long>());
-            const long k = heap.back();
+            const long k = heap.back(), c = lab[size_t(k)];
             heap.pop_back();
-            K::mul(l[0], w[k], rdiag[k], t);
-            K::abs(s, w[k], t);
+            K::mul(l[0], w[c], rdiag[k], t);
+            K::abs(s, w[c], t);
             if (mpfr_cmp(s, thr) < 0 || K::is_zero(l[0])) {
-                K::zero(w[k]);
+                K::zero(w[c]);
                 continue;
             }
-            K::set(w[k], l[0]);
+            K::set(w[c], l[0]);
             for (auto &[j, v] : urow[size_t(k)]) {
                 K::mul(upd[0], l[0], pool[v], t);
                 if (pos[size_t(j)] < 0) {
                     K::neg(w[j], upd[0]);
                     pos[size_t(j)] = long(nz.size());
                     nz.push_back(j);
-                    if (j < i) {
-                        heap.push_back(j);
+                    if (colpos[size_t(j)] < i) {
+                        heap.push_back(colpos[size_t(j)]);
                         std::push_heap(heap.begin(), heap.end(), std::greater<long>());
                     }
                 } else {
                     K::sub(w[j], w[j], upd[0]);
+                }
+            }
+        }
+        // threshold pivoting: the largest entry of the U part becomes the
+        // pivot when the diagonal is below pivot_thresh times it
+        long d = lab[size_t(i)];
+        if (o.pstrat == 'P') {
+            long big = -1;
+            for (long j : nz)
+                if (colpos[size_t(j)] > i && !K::is_zero(w[j]) && (big < 0 || K::cmpabs(w[j], w[big], t) > 0))
+                    big = j;
+            if (big >= 0) {
+                K::abs(pbig, w[big], t);
+                mpfr_mul(pbig, pbig, pthr, MPFR_RNDN);
+                if (pos[size_t(d)] >= 0)
+                    K::abs(s, w[d], t);
+                else
+                    mpfr_set_zero(s, 1);
+                if (mpfr_cmp(s, pbig) < 0) {
+                    const long pb = colpos[size_t(big)];
+                    lab[size_t(i)] = big;
+                    lab[size_t(pb)] = d;
+                    colpos[size_t(big)] = i;
+                    colpos[size_t(d)] = pb;
+                    d = big;
                 }
             }
         }
@@ -390,7 +424,8 @@ int ilut(const Cs<K> &a, const IluOptions &o, IluFactor<K> &f, long &npivm)
         for (int part = 0; part < 2; ++part) {
             keep.clear();
             for (long j : nz) {
-                if ((part == 0 && j >= i) || (part == 1 && j <= i) || K::is_zero(w[j]))
+                const long cp = colpos[size_t(j)];
+                if ((part == 0 && cp >= i) || (part == 1 && cp <= i) || K::is_zero(w[j]))
                     continue;
                 K::abs(s, w[j], t);
                 if (part == 0 || mpfr_cmp(s, thr) >= 0) // L entries were tested when made
@@ -400,20 +435,21 @@ int ilut(const Cs<K> &a, const IluOptions &o, IluFactor<K> &f, long &npivm)
                 std::nth_element(keep.begin(), keep.begin() + cap, keep.end(), larger);
                 keep.resize(size_t(cap));
             }
-            std::sort(keep.begin(), keep.end());
             auto &dst = part == 0 ? lrow[size_t(i)] : urow[size_t(i)];
             for (long j : keep) {
                 const long v = pool.add();
                 K::set(pool[v], w[j]);
-                dst.push_back({j, v});
+                dst.push_back({part == 0 ? colpos[size_t(j)] : j, v});
             }
+            if (part == 0)
+                std::sort(dst.begin(), dst.end());
             used += long(keep.size());
         }
         used += 1;
         // the pivot
         const long pv = pool.add();
-        if (pos[size_t(i)] >= 0)
-            K::set(pool[pv], w[i]);
+        if (pos[size_t(d)] >= 0)
+            K::set(pool[pv], w[d]);
         K::abs(s, pool[pv], t);
         mpfr_mul(l[0], eps, nrm1, MPFR_RNDN);
         if (mpfr_cmp(s, l[0]) <= 0) {
@@ -435,7 +471,11 @@ int ilut(const Cs<K> &a, const IluOptions &o, IluFactor<K> &f, long &npivm)
     f.q.resize(un);
     long total = 0;
     for (long k = 0; k < n; ++k) {
-        f.p[size_t(k)] = f.q[size_t(k)] = k;
+        f.p[size_t(k)] = k;
+        f.q[size_t(k)] = lab[size_t(k)];
+        for (auto &e : urow[size_t(k)]) // labels to their final positions
+            e.first = colpos[size_t(e.first)];
+        std::sort(urow[size_t(k)].begin(), urow[size_t(k)].end());
         total += long(lrow[size_t(k)].size() + urow[size_t(k)].size()) + 1;
     }
     f.start.assign(un + 1, 0);
@@ -493,7 +533,7 @@ template <class K>
 int ilu_factor(const Cs<K> &a, const IluOptions &o, const long *user_p, const long *user_q, IluFactor<K> &f,
                long &npivm)
 {
-    if (o.ilut && (o.lfill >= 0 || o.pstrat != 'N' || o.hermitian || o.milu))
+    if (o.ilut && (o.lfill >= 0 || !one_of(o.pstrat, "NP") || o.hermitian || o.milu || !(o.pivot_thresh > 0)))
         return kIluBadOptions;
     if (o.order != 'N' && o.pstrat != 'U') {
         // factor P A P^T, then express its pivot order in A's indices

@@ -76,8 +76,11 @@ struct IluOptions {
     // (ordering.cpp): 'N' none, 'R' reverse Cuthill-McKee, 'D' minimum degree.
     // Ignored with the caller's pivot order (pstrat 'U').
     char order = 'N';
-    // Saad's ILUT instead of the elimination above (lfill < 0, pstrat 'N',
-    // not hermitian, not milu): row by row, dual dropping (ilu.cpp).  With
+    // Saad's ILUT instead of the elimination above (lfill < 0, pstrat 'N'
+    // or 'P', not hermitian, not milu): row by row, dual dropping (ilu.cpp).
+    // With pstrat 'P' threshold pivoting by columns (ILUTP): the largest
+    // entry of a row's U part becomes its pivot when the diagonal entry is
+    // below pivot_thresh times it (1: always the largest).  With
     // tau_i = dtol times the largest entry of row i of A, a multiplier
     // l_ik is dropped when |l_ik u_kk| < tau_i, an entry of U when it is
     // below tau_i; each row keeps the lfil largest entries of its L part and
@@ -87,6 +90,7 @@ struct IluOptions {
     bool ilut = false;
     long lfil = 0;
     double fill_factor = 0;
+    double pivot_thresh = 0.1;
 };
 
 enum IluStatus { kIluOk = 0, kIluBadPivotOrder = 1, kIluBadOptions = 2 };
