@@ -346,12 +346,36 @@ Request Krylov<K>::run()
                     {
                         const long j = S.j, m1 = s_.m + 1;
                         Vec<K> &wv = S.V[j + 1];
-                        for (long i = 0; i <= j; ++i) { // modified Gram-Schmidt
-                            mpfr_ptr h = S.H[i + j * m1];
-                            dot(h, S.V[i], wv, t, acc);
-                            axmy(wv, h, S.V[i], t);
+                        // Modified Gram-Schmidt, one pass over w per basis
+                        // vector: the update of w by V_i and the inner product
+                        // of V_{i+1} with the updated w (the next h) go
+                        // together, and the last pass also sums |w|^2; the
+                        // operations and their order are those of the plain
+                        // loop (h_i = V_i^H w, w -= h_i V_i, then ||w||), so
+                        // the results are the same to the bit, with fewer
+                        // reads of w.
+                        dot(S.H[j * m1], S.V[0], wv, t, acc);
+                        mpfr_set_zero(r2, 1);
+                        for (long i = 0; i <= j; ++i) {
+                            mpfr_srcptr h = S.H[i + j * m1];
+                            const Vec<K> &vi = S.V[i];
+                            if (i < j) {
+                                const Vec<K> &vn = S.V[i + 1];
+                                K::zero(acc);
+                                for (long k = 0; k < n; ++k) {
+                                    K::mulsub(wv[k], h, vi[k], t);
+                                    K::cmuladd(acc, vn[k], wv[k], t);
+                                }
+                                K::set(S.H[i + 1 + j * m1], acc);
+                            } else {
+                                for (long k = 0; k < n; ++k) {
+                                    K::mulsub(wv[k], h, vi[k], t);
+                                    K::abs2(r3, wv[k], t);
+                                    mpfr_add(r2, r2, r3, MPFR_RNDN);
+                                }
+                            }
                         }
-                        norm(r2, wv, '2', t);
+                        mpfr_sqrt(r2, r2, MPFR_RNDN);
                         K::set_real(S.H[j + 1 + j * m1], r2);
                         if (!mpfr_zero_p(r2)) {
                             mpfr_ui_div(r3, 1, r2, MPFR_RNDN);
