@@ -16,7 +16,7 @@ using namespace stats::test;
 
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(TALVO_SANITIZED)
 constexpr int kRandomCases = 40;
 #else
 constexpr int kRandomCases = 200;

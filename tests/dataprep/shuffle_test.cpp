@@ -15,7 +15,7 @@ using namespace stats::test;
 
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(TALVO_SANITIZED)
 constexpr int kTrials = 12000;       // the sanitizer builds are about ten times slower
 constexpr unsigned kLarge = 100000;
 #else

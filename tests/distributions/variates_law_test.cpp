@@ -319,7 +319,7 @@ TEST(VariateLaws, NonCentralAt50Digits)
 // on 4000 draws; the optimised build takes the full count.  Inversion follows
 // the distribution function itself: no allowance for the chi-square; the F
 // ratio's denominator is a chi-square draw from the gamma generator.
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(TALVO_SANITIZED)
 constexpr int kInversionDraws = 4000;
 #else
 constexpr int kInversionDraws = kDraws;

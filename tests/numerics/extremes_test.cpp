@@ -232,7 +232,7 @@ std::vector<Sweep> Sweeps()
 // The sanitizer builds, several times slower, sweep every third case of each
 // grid (a different third for each routine), with the same assertions and a
 // hang bound scaled to their speed; the optimised build sweeps them all.
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(TALVO_SANITIZED)
 constexpr size_t kStride = 3;
 constexpr double kSlowest = 120.0;
 #else

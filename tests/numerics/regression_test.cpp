@@ -510,7 +510,7 @@ TEST(NumericsRegressionInfluence, Failures)
 
 // The sanitizer builds, several times slower, check the rows at 15 and 30
 // digits, with the same assertions; the optimised build checks them all.
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(TALVO_SANITIZED)
 constexpr long kMostDigits = 30;
 constexpr int kTableRows = 10;
 #else

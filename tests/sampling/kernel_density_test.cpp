@@ -26,7 +26,7 @@ using namespace stats::test;
 
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(TALVO_SANITIZED)
 constexpr bool kSanitized = true;
 #else
 constexpr bool kSanitized = false;

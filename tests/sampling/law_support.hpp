@@ -16,7 +16,7 @@
 
 namespace stats::test {
 
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(TALVO_SANITIZED)
 inline constexpr int kSanitizerDivisor = 10;
 inline constexpr int kCostlySanitizerDivisor = 20;
 #else
