@@ -24,40 +24,43 @@
 
 namespace {
 
-TalvoFloat HostPi(TKernelVector kv)
-{
-    return STATS_TalvoUtils_MP::TalvoDAGToDouble(ToTalvoName(kv, "Pi", 1));
-}
-
-TalvoFloat Arctan(const TalvoFloat &x) { return TalvoEvalf1("arctan", x); }
-TalvoFloat Tan(const TalvoFloat &x) { return TalvoEvalf1("tan", x); }
+// The probability's formula, for host floats and in place
+// (correctly_rounded.hpp).
+constexpr auto kProbability = [](auto x, auto a, auto b) {
+    using N = decltype(x);
+    N pi = stats::PiAt(x);
+    auto z = (x - a) / b;
+    if (z < N(-1.0))
+        return -(1.0 / pi * stats::Arctan(1.0 / z));
+    return N(0.5) + 1.0 / pi * stats::Arctan(z);
+};
+using Probability = stats::ClosedForm<decltype(kProbability), 2>;
 
 } // namespace
 
-TalvoFloat STATS_CauchyProbability_MP(TKernelVector kv, TalvoFloat x, TalvoFloat a, TalvoFloat b)
+TalvoFloat STATS_CauchyProbability_MP(TKernelVector, TalvoFloat x, TalvoFloat a, TalvoFloat b)
 {
-    return stats::CorrectlyRounded([&] {
-        TalvoFloat pi = HostPi(kv);
-        TalvoFloat z = (x - a) / b;
-        if (z < TalvoFloat(-1.0))
-            return -(1.0 / pi * Arctan(1.0 / z));
-        return TalvoFloat(0.5) + 1.0 / pi * Arctan(z);
-    });
+    return Probability(kProbability, {a, b}).Rounded(x);
 }
 
-TalvoFloat STATS_CauchyDeviate_MP(TKernelVector kv, TalvoFloat p, TalvoFloat a, TalvoFloat b)
+namespace {
+
+// The deviate's formula, for host floats and in place (correctly_rounded.hpp).
+constexpr auto kQuantile = [](auto p, auto a, auto b) {
+    using N = decltype(p);
+    N pi = stats::PiAt(p);
+    auto t = p < N(0.25)   ? -(1.0 / stats::Tan(pi * p))
+             : p > N(0.75) ? 1.0 / stats::Tan(pi * (N(1.0) - p))
+                           : stats::Tan(pi * (p - N(0.5)));
+    return a + b * t;
+};
+using Quantile = stats::ClosedForm<decltype(kQuantile), 2>;
+
+} // namespace
+
+TalvoFloat STATS_CauchyDeviate_MP(TKernelVector, TalvoFloat p, TalvoFloat a, TalvoFloat b)
 {
-    return stats::CorrectlyRounded([&] {
-        TalvoFloat pi = HostPi(kv);
-        TalvoFloat t;
-        if (p < TalvoFloat(0.25))
-            t = -(1.0 / Tan(pi * p));
-        else if (p > TalvoFloat(0.75))
-            t = 1.0 / Tan(pi * (TalvoFloat(1.0) - p));
-        else
-            t = Tan(pi * (p - TalvoFloat(0.5)));
-        return a + b * t;
-    });
+    return Quantile(kQuantile, {a, b}).Rounded(p);
 }
 
 TalvoFloat STATS_CauchyRandomVariate_MP(TKernelVector kv, TalvoFloat a, TalvoFloat b)
@@ -94,6 +97,5 @@ STATS_ENTRY ALGEB STATS_TalvoCauchyRandomVariate_MP(TKernelVector kv, ALGEB args
 
 STATS_ENTRY ALGEB STATS_TalvoCauchyRandomSample_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::SampleEntry<2>(kv, args, __func__,
-                                 [](TKernelVector kv, auto... p) { return STATS_CauchyRandomVariate_MP(kv, p...); });
+    return stats::InversionSampleEntry<Quantile>(kv, args, __func__, kQuantile, [](Quantile &q, const TalvoFloat &u) { return q.Rounded(u); });
 }

@@ -28,19 +28,44 @@ TalvoFloat STATS_DiscreteUniformProbability_MP(TKernelVector, TalvoFloat x, long
     return TalvoFloat(1.0);
 }
 
-long STATS_DiscreteUniformDeviate_MP(TKernelVector, TalvoFloat p, long a, long b)
+namespace {
+
+// p (b - a + 1) + a - 1, for host floats and in place (correctly_rounded.hpp).
+constexpr auto kPoint = [](auto p, auto fa, auto fb) {
+    using N = decltype(p);
+    return p * (fb - fa + N(1.0)) + fa - N(1.0);
+};
+using Point = stats::ClosedForm<decltype(kPoint), 2>;
+
+Point MakePoint(long a, long b) { return Point(kPoint, {Whole(a), Whole(b)}); }
+
+// ceil of the correctly rounded point.  Its operations are exact with
+// 2 prec(p) + 128 bits whenever p >= 2^-prec(p), as every uniform is (the
+// bounds are whole numbers below 2^64 in magnitude: b - a + 1 and a - 1 take
+// 65 bits, p (b - a + 1) prec(p) + 65, and the sum keeps every bit from
+// 2^65 down to the last of p (b - a + 1)); so the point is rounded once
+// instead of by the loop, which never ends early on an exact value.
+long Deviate(Point &q, const TalvoFloat &p, long a)
 {
     if (p == TalvoFloat(0.0))
         return a;
-    TalvoFloat fa = Whole(a), fb = Whole(b);
-    TalvoFloat q = stats::CorrectlyRounded([&] { return p * (fb - fa + TalvoFloat(1.0)) + fa - TalvoFloat(1.0); });
-    return FloatToInt(ceil(q));
+    mpfr_prec_t bits = 2 * mpfr_get_prec(p.mpfr()) + 128;
+    return FloatToInt(ceil(q.ExactlyRounded(p, bits)));
 }
 
-TalvoFloat STATS_DiscreteUniformRandomVariate_MP(TKernelVector kv, long a, long b)
+} // namespace
+
+long STATS_DiscreteUniformDeviate_MP(TKernelVector, TalvoFloat p, long a, long b)
+{
+    Point q = MakePoint(a, b);
+    return Deviate(q, p, a);
+}
+
+TalvoFloat STATS_DiscreteUniformRandomVariate_MP(TKernelVector, long a, long b)
 {
     TalvoFloat u = STATS_TalvoRandomStream_MP::NextDouble();
-    return Whole(STATS_DiscreteUniformDeviate_MP(kv, u, a, b));
+    Point q = MakePoint(a, b);
+    return Whole(Deviate(q, u, a));
 }
 
 TalvoFloat STATS_DiscreteUniformRandomVariate_MP(TKernelVector kv, const TalvoFloat *params)
@@ -78,5 +103,6 @@ STATS_ENTRY ALGEB STATS_TalvoDiscreteUniformRandomSample_MP(TKernelVector kv, AL
     stats::EntryFrame f(kv, args, __func__, 3);
     int n = f.int32(1);
     long a = f.integer(2), b = f.integer(3);
-    return stats::FillRandomSample(kv, n, [&] { return STATS_DiscreteUniformRandomVariate_MP(kv, a, b); });
+    Point q = MakePoint(a, b);
+    return stats::FillRandomSample(kv, n, [&] { return Whole(Deviate(q, STATS_TalvoRandomStream_MP::NextDouble(), a)); });
 }

@@ -28,20 +28,39 @@ TalvoFloat STATS_GeometricProbability_MP(TKernelVector, TalvoFloat x, TalvoFloat
     });
 }
 
-long STATS_GeometricDeviate_MP(TKernelVector, TalvoFloat p, TalvoFloat prob)
+namespace {
+
+// ln(1 - u) / ln(1 - p), for host floats and in place (correctly_rounded.hpp).
+constexpr auto kQuotient = [](auto u, auto prob) { return stats::LnOneMinus(u) / stats::LnOneMinus(prob); };
+using Quotient = stats::ClosedForm<decltype(kQuotient), 1>;
+
+// ceil of the correctly rounded quotient, minus 1: the loop ends as soon as
+// that integer is known, so a quotient that is a whole number (u = 0.75 with
+// p = 0.5) does not climb to the last precision.
+long Deviate(Quotient &q, const TalvoFloat &p)
 {
     if (p == TalvoFloat(0.0))
         return 0;
-    TalvoFloat q = stats::CorrectlyRounded([&] { return stats::LnOneMinus(p) / stats::LnOneMinus(prob); });
     // The subtraction is made on the float so that a saturated value cannot
     // overflow the long.
-    return FloatToInt(ceil(q) - TalvoFloat(1.0));
+    return FloatToInt(q.Ceiling(p) - TalvoFloat(1.0));
 }
 
-TalvoFloat STATS_GeometricRandomVariate_MP(TKernelVector kv, TalvoFloat p)
+TalvoFloat Variate(Quotient &q, const TalvoFloat &u) { return TalvoFloat(static_cast<double>(Deviate(q, u))); }
+
+} // namespace
+
+long STATS_GeometricDeviate_MP(TKernelVector, TalvoFloat p, TalvoFloat prob)
+{
+    Quotient q(kQuotient, {prob});
+    return Deviate(q, p);
+}
+
+TalvoFloat STATS_GeometricRandomVariate_MP(TKernelVector, TalvoFloat p)
 {
     TalvoFloat u = STATS_TalvoRandomStream_MP::NextDouble();
-    return TalvoFloat(static_cast<double>(STATS_GeometricDeviate_MP(kv, u, p)));
+    Quotient q(kQuotient, {p});
+    return Variate(q, u);
 }
 
 TalvoFloat STATS_GeometricRandomVariate_MP(TKernelVector kv, const TalvoFloat *params)
@@ -72,6 +91,5 @@ STATS_ENTRY ALGEB STATS_TalvoGeometricRandomVariate_MP(TKernelVector kv, ALGEB a
 
 STATS_ENTRY ALGEB STATS_TalvoGeometricRandomSample_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::SampleEntry<1>(kv, args, __func__,
-                                 [](TKernelVector kv, auto... p) { return STATS_GeometricRandomVariate_MP(kv, p...); });
+    return stats::InversionSampleEntry<Quotient>(kv, args, __func__, kQuotient, Variate);
 }

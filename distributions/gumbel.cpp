@@ -19,9 +19,17 @@ TalvoFloat STATS_GumbelProbability_MP(TKernelVector, TalvoFloat x, TalvoFloat a,
     });
 }
 
+namespace {
+
+// The deviate's formula, for host floats and in place (correctly_rounded.hpp).
+constexpr auto kQuantile = [](auto p, auto a, auto b) { return a - b * log(-log(p)); };
+using Quantile = stats::ClosedForm<decltype(kQuantile), 2>;
+
+} // namespace
+
 TalvoFloat STATS_GumbelDeviate_MP(TKernelVector, TalvoFloat p, TalvoFloat a, TalvoFloat b)
 {
-    return stats::CorrectlyRounded([&] { return a - b * log(-log(p)); });
+    return Quantile(kQuantile, {a, b}).Rounded(p);
 }
 
 TalvoFloat STATS_GumbelRandomVariate_MP(TKernelVector kv, TalvoFloat a, TalvoFloat b)
@@ -58,6 +66,5 @@ STATS_ENTRY ALGEB STATS_TalvoGumbelRandomVariate_MP(TKernelVector kv, ALGEB args
 
 STATS_ENTRY ALGEB STATS_TalvoGumbelRandomSample_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::SampleEntry<2>(kv, args, __func__,
-                                 [](TKernelVector kv, auto... p) { return STATS_GumbelRandomVariate_MP(kv, p...); });
+    return stats::InversionSampleEntry<Quantile>(kv, args, __func__, kQuantile, [](Quantile &q, const TalvoFloat &u) { return q.Rounded(u); });
 }

@@ -20,11 +20,22 @@ TalvoFloat STATS_LaplaceProbability_MP(TKernelVector, TalvoFloat x, TalvoFloat a
     return stats::CorrectlyRounded([&] { return TalvoFloat(1.0) - TalvoFloat(0.5) * exp(-(x - a) / b); });
 }
 
+namespace {
+
+// The deviate's formula, for host floats and in place (correctly_rounded.hpp).
+constexpr auto kQuantile = [](auto p, auto a, auto b) {
+    using N = decltype(p);
+    if (p < N(0.5))
+        return a + b * log(N(2.0) * p);
+    return a - b * log(N(2.0) * (N(1.0) - p));
+};
+using Quantile = stats::ClosedForm<decltype(kQuantile), 2>;
+
+} // namespace
+
 TalvoFloat STATS_LaplaceDeviate_MP(TKernelVector, TalvoFloat p, TalvoFloat a, TalvoFloat b)
 {
-    if (p < TalvoFloat(0.5))
-        return stats::CorrectlyRounded([&] { return a + b * log(TalvoFloat(2.0) * p); });
-    return stats::CorrectlyRounded([&] { return a - b * log(TalvoFloat(2.0) * (TalvoFloat(1.0) - p)); });
+    return Quantile(kQuantile, {a, b}).Rounded(p);
 }
 
 TalvoFloat STATS_LaplaceRandomVariate_MP(TKernelVector kv, TalvoFloat a, TalvoFloat b)
@@ -61,6 +72,5 @@ STATS_ENTRY ALGEB STATS_TalvoLaplaceRandomVariate_MP(TKernelVector kv, ALGEB arg
 
 STATS_ENTRY ALGEB STATS_TalvoLaplaceRandomSample_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::SampleEntry<2>(kv, args, __func__,
-                                 [](TKernelVector kv, auto... p) { return STATS_LaplaceRandomVariate_MP(kv, p...); });
+    return stats::InversionSampleEntry<Quantile>(kv, args, __func__, kQuantile, [](Quantile &q, const TalvoFloat &u) { return q.Rounded(u); });
 }

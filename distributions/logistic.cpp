@@ -18,9 +18,20 @@ TalvoFloat STATS_LogisticProbability_MP(TKernelVector, TalvoFloat x, TalvoFloat 
     });
 }
 
+namespace {
+
+// The deviate's formula, for host floats and in place (correctly_rounded.hpp).
+constexpr auto kQuantile = [](auto p, auto a, auto b) {
+    using N = decltype(p);
+    return a + b * log(p / (N(1.0) - p));
+};
+using Quantile = stats::ClosedForm<decltype(kQuantile), 2>;
+
+} // namespace
+
 TalvoFloat STATS_LogisticDeviate_MP(TKernelVector, TalvoFloat p, TalvoFloat a, TalvoFloat b)
 {
-    return stats::CorrectlyRounded([&] { return a + b * log(p / (TalvoFloat(1.0) - p)); });
+    return Quantile(kQuantile, {a, b}).Rounded(p);
 }
 
 TalvoFloat STATS_LogisticRandomVariate_MP(TKernelVector kv, TalvoFloat a, TalvoFloat b)
@@ -57,6 +68,5 @@ STATS_ENTRY ALGEB STATS_TalvoLogisticRandomVariate_MP(TKernelVector kv, ALGEB ar
 
 STATS_ENTRY ALGEB STATS_TalvoLogisticRandomSample_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::SampleEntry<2>(kv, args, __func__,
-                                 [](TKernelVector kv, auto... p) { return STATS_LogisticRandomVariate_MP(kv, p...); });
+    return stats::InversionSampleEntry<Quantile>(kv, args, __func__, kQuantile, [](Quantile &q, const TalvoFloat &u) { return q.Rounded(u); });
 }

@@ -33,17 +33,25 @@ TalvoFloat STATS_ParetoProbability_MP(TKernelVector, TalvoFloat x, TalvoFloat a,
     });
 }
 
+namespace {
+
+// The deviate's formula, for host floats and in place (correctly_rounded.hpp).
+// (1 - p)^e = exp(e log1p(-p)) for p <= 1; above 1 the power of the negative
+// 1 - p stands as it is.
+constexpr auto kQuantile = [](auto p, auto a, auto c) {
+    using N = decltype(p);
+    auto e = -1.0 / c;
+    if (p <= N(1.0))
+        return a * exp(e * stats::LnOneMinus(p));
+    return a * pow(N(1.0) - p, e);
+};
+using Quantile = stats::ClosedForm<decltype(kQuantile), 2>;
+
+} // namespace
+
 TalvoFloat STATS_ParetoDeviate_MP(TKernelVector, TalvoFloat p, TalvoFloat a, TalvoFloat c)
 {
-    // (1 - p)^e = exp(e log1p(-p)) for p <= 1; above 1 the power of the
-    // negative 1 - p stands as it is.
-    bool logs = p <= TalvoFloat(1.0);
-    return stats::CorrectlyRounded([&] {
-        TalvoFloat e = -1.0 / c;
-        if (logs)
-            return a * exp(e * stats::LnOneMinus(p));
-        return a * pow(TalvoFloat(1.0) - p, e);
-    });
+    return Quantile(kQuantile, {a, c}).Rounded(p);
 }
 
 TalvoFloat STATS_ParetoRandomVariate_MP(TKernelVector kv, TalvoFloat a, TalvoFloat c)
@@ -80,6 +88,5 @@ STATS_ENTRY ALGEB STATS_TalvoParetoRandomVariate_MP(TKernelVector kv, ALGEB args
 
 STATS_ENTRY ALGEB STATS_TalvoParetoRandomSample_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::SampleEntry<2>(kv, args, __func__,
-                                 [](TKernelVector kv, auto... p) { return STATS_ParetoRandomVariate_MP(kv, p...); });
+    return stats::InversionSampleEntry<Quantile>(kv, args, __func__, kQuantile, [](Quantile &q, const TalvoFloat &u) { return q.Rounded(u); });
 }

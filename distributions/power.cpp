@@ -21,12 +21,20 @@ TalvoFloat STATS_PowerProbability_MP(TKernelVector, TalvoFloat x, TalvoFloat b, 
     return TalvoFloat(1.0);
 }
 
+namespace {
+
+// The deviate's formula, for host floats and in place (correctly_rounded.hpp).
+constexpr auto kQuantile = [](auto p, auto b, auto c) {
+    auto e = 1.0 / c;
+    return b * pow(p, e);
+};
+using Quantile = stats::ClosedForm<decltype(kQuantile), 2>;
+
+} // namespace
+
 TalvoFloat STATS_PowerDeviate_MP(TKernelVector, TalvoFloat p, TalvoFloat b, TalvoFloat c)
 {
-    return stats::CorrectlyRounded([&] {
-        TalvoFloat e = 1.0 / c;
-        return b * pow(p, e);
-    });
+    return Quantile(kQuantile, {b, c}).Rounded(p);
 }
 
 TalvoFloat STATS_PowerRandomVariate_MP(TKernelVector kv, TalvoFloat b, TalvoFloat c)
@@ -63,6 +71,5 @@ STATS_ENTRY ALGEB STATS_TalvoPowerRandomVariate_MP(TKernelVector kv, ALGEB args)
 
 STATS_ENTRY ALGEB STATS_TalvoPowerRandomSample_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::SampleEntry<2>(kv, args, __func__,
-                                 [](TKernelVector kv, auto... p) { return STATS_PowerRandomVariate_MP(kv, p...); });
+    return stats::InversionSampleEntry<Quantile>(kv, args, __func__, kQuantile, [](Quantile &q, const TalvoFloat &u) { return q.Rounded(u); });
 }

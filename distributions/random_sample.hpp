@@ -2,7 +2,9 @@
 // the bodies of the entries whose arguments are the reals of a law.
 #pragma once
 
+#include "correctly_rounded.hpp"
 #include "entry_frame.hpp"
+#include "random_stream.hpp"
 #include "stats_api.h"
 #include "talvo_utils.hpp"
 
@@ -72,6 +74,25 @@ ALGEB SampleEntry(TKernelVector kv, ALGEB args, const char *entry, Draw draw)
     int n = f.int32(1);
     std::array<TalvoFloat, N> p = detail::ReadReals(f, 2, std::make_index_sequence<N>());
     return std::apply([&](const auto &...r) { return FillRandomSample(kv, n, [&] { return draw(kv, r...); }); }, p);
+}
+
+// The whole body of the sample entry of a law drawn by inverting a closed
+// form: N + 1 arguments, the 32-bit count first, then the law's N reals in
+// order; the closed form (a ClosedForm<..., N>) is set up once with the reals,
+// and each of the count draws is draw(closed_form, u) for one uniform u.
+//
+//     return stats::InversionSampleEntry<Quantile>(kv, args, __func__, kQuantile,
+//                                                  [](Quantile &q, const TalvoFloat &u) { return q.Rounded(u); });
+template <class Form, class Draw>
+ALGEB InversionSampleEntry(TKernelVector kv, ALGEB args, const char *entry, const typename Form::Formula &formula,
+                           Draw draw)
+{
+    constexpr std::size_t N = Form::kParameters;
+    EntryFrame f(kv, args, entry, int(N) + 1);
+    int n = f.int32(1);
+    std::array<TalvoFloat, N> p = detail::ReadReals(f, 2, std::make_index_sequence<N>());
+    Form q(formula, p);
+    return FillRandomSample(kv, n, [&] { return draw(q, STATS_TalvoRandomStream_MP::NextDouble()); });
 }
 
 } // namespace stats

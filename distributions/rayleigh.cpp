@@ -23,12 +23,21 @@ TalvoFloat STATS_RayleighProbability_MP(TKernelVector, TalvoFloat x, TalvoFloat 
     });
 }
 
+namespace {
+
+// The deviate's formula, for host floats and in place (correctly_rounded.hpp).
+constexpr auto kQuantile = [](auto p, auto b) {
+    using N = decltype(p);
+    auto t = N(-2.0) * b * b * stats::LnOneMinus(p); // ln(1 - p)
+    return pow(t, 0.5);
+};
+using Quantile = stats::ClosedForm<decltype(kQuantile), 1>;
+
+} // namespace
+
 TalvoFloat STATS_RayleighDeviate_MP(TKernelVector, TalvoFloat p, TalvoFloat b)
 {
-    return stats::CorrectlyRounded([&] {
-        TalvoFloat t = TalvoFloat(-2.0) * b * b * stats::LnOneMinus(p); // ln(1 - p)
-        return pow(t, 0.5);
-    });
+    return Quantile(kQuantile, {b}).Rounded(p);
 }
 
 TalvoFloat STATS_RayleighRandomVariate_MP(TKernelVector kv, TalvoFloat b)
@@ -65,6 +74,5 @@ STATS_ENTRY ALGEB STATS_TalvoRayleighRandomVariate_MP(TKernelVector kv, ALGEB ar
 
 STATS_ENTRY ALGEB STATS_TalvoRayleighRandomSample_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::SampleEntry<1>(kv, args, __func__,
-                                 [](TKernelVector kv, auto... p) { return STATS_RayleighRandomVariate_MP(kv, p...); });
+    return stats::InversionSampleEntry<Quantile>(kv, args, __func__, kQuantile, [](Quantile &q, const TalvoFloat &u) { return q.Rounded(u); });
 }

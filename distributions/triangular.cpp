@@ -33,12 +33,30 @@ TalvoFloat STATS_TriangularProbability_MP(TKernelVector, TalvoFloat x, TalvoFloa
     return TalvoFloat(1.0);
 }
 
+namespace {
+
+// The deviate's branch test, at the working precision: p * (b - a) < c - a is
+// p < F(c) without a division.
+constexpr auto kBelowMode = [](auto p, auto a, auto b, auto c) { return p * (b - a) < c - a; };
+
+// The deviate's formula on each side of the mode, for host floats and in
+// place (correctly_rounded.hpp).
+constexpr auto kQuantile = [](auto p, auto a, auto b, auto c, bool below_mode) {
+    using N = decltype(p);
+    if (below_mode)
+        return a + sqrt(p * (b - a) * (c - a));
+    return b - sqrt((N(1.0) - p) * (b - a) * (b - c));
+};
+using Quantile = stats::ClosedForm<decltype(kQuantile), 3>;
+
+TalvoFloat Deviate(Quantile &q, const TalvoFloat &p) { return q.Rounded(p, q.Test(kBelowMode, p)); }
+
+} // namespace
+
 TalvoFloat STATS_TriangularDeviate_MP(TKernelVector, TalvoFloat p, TalvoFloat a, TalvoFloat b, TalvoFloat c)
 {
-    // The branch test p * (b - a) < c - a is p < F(c) without a division.
-    if (p * (b - a) < c - a)
-        return stats::CorrectlyRounded([&] { return a + sqrt(p * (b - a) * (c - a)); });
-    return stats::CorrectlyRounded([&] { return b - sqrt((TalvoFloat(1.0) - p) * (b - a) * (b - c)); });
+    Quantile q(kQuantile, {a, b, c});
+    return Deviate(q, p);
 }
 
 TalvoFloat STATS_TriangularRandomVariate_MP(TKernelVector kv, TalvoFloat a, TalvoFloat b, TalvoFloat c)
@@ -75,6 +93,5 @@ STATS_ENTRY ALGEB STATS_TalvoTriangularRandomVariate_MP(TKernelVector kv, ALGEB 
 
 STATS_ENTRY ALGEB STATS_TalvoTriangularRandomSample_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::SampleEntry<3>(
-        kv, args, __func__, [](TKernelVector kv, auto... p) { return STATS_TriangularRandomVariate_MP(kv, p...); });
+    return stats::InversionSampleEntry<Quantile>(kv, args, __func__, kQuantile, Deviate);
 }

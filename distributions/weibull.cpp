@@ -22,13 +22,21 @@ TalvoFloat STATS_WeibullProbability_MP(TKernelVector, TalvoFloat x, TalvoFloat a
     });
 }
 
+namespace {
+
+// The deviate's formula, for host floats and in place (correctly_rounded.hpp).
+constexpr auto kQuantile = [](auto p, auto a, auto b) {
+    auto e = 1.0 / b;
+    auto t = -stats::LnOneMinus(p); // -ln(1 - p)
+    return a * pow(t, e);
+};
+using Quantile = stats::ClosedForm<decltype(kQuantile), 2>;
+
+} // namespace
+
 TalvoFloat STATS_WeibullDeviate_MP(TKernelVector, TalvoFloat p, TalvoFloat a, TalvoFloat b)
 {
-    return stats::CorrectlyRounded([&] {
-        TalvoFloat e = 1.0 / b;
-        TalvoFloat t = -stats::LnOneMinus(p); // -ln(1 - p)
-        return a * pow(t, e);
-    });
+    return Quantile(kQuantile, {a, b}).Rounded(p);
 }
 
 TalvoFloat STATS_WeibullRandomVariate_MP(TKernelVector kv, TalvoFloat a, TalvoFloat b)
@@ -65,6 +73,5 @@ STATS_ENTRY ALGEB STATS_TalvoWeibullRandomVariate_MP(TKernelVector kv, ALGEB arg
 
 STATS_ENTRY ALGEB STATS_TalvoWeibullRandomSample_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::SampleEntry<2>(kv, args, __func__,
-                                 [](TKernelVector kv, auto... p) { return STATS_WeibullRandomVariate_MP(kv, p...); });
+    return stats::InversionSampleEntry<Quantile>(kv, args, __func__, kQuantile, [](Quantile &q, const TalvoFloat &u) { return q.Rounded(u); });
 }

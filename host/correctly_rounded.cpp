@@ -2,7 +2,10 @@
 // the few functions it needs that the float library lacks.
 #include "correctly_rounded.hpp"
 
+#include "talvo_utils.hpp"
+
 #include <algorithm>
+#include <cmath>
 
 namespace stats {
 
@@ -130,6 +133,324 @@ TalvoFloat Log1p(const TalvoFloat &x)
     ALGEB r = talvo_float_new(0);
     mpfr_log1p(talvo_float_mpfr(r), x.mpfr(), MPFR_RNDN);
     return PositiveZero(r);
+}
+
+} // namespace stats
+
+// ---------------------------------------------------------------------------
+// Host functions by name
+// ---------------------------------------------------------------------------
+
+namespace stats {
+
+TalvoFloat Tan(const TalvoFloat &x) { return TalvoEvalf1("tan", x); }
+TalvoFloat Arctan(const TalvoFloat &x) { return TalvoEvalf1("arctan", x); }
+
+TalvoFloat PiAt(const TalvoFloat &)
+{
+    return STATS_TalvoUtils_MP::TalvoDAGToDouble(ToTalvoName(STATS_TalvoUtils_MP::gTKernelVector, "Pi", 1));
+}
+
+// ---------------------------------------------------------------------------
+// In-place evaluation
+// ---------------------------------------------------------------------------
+
+namespace {
+bool g_in_place = true;
+} // namespace
+
+bool SetInPlaceClosedForms(bool on)
+{
+    bool was = g_in_place;
+    g_in_place = on;
+    return was;
+}
+
+bool InPlaceClosedForms() { return g_in_place; }
+
+FloatPool::~FloatPool()
+{
+    for (__mpfr_struct &s : slots_)
+        mpfr_clear(&s);
+}
+
+void FloatPool::grow()
+{
+    slots_.emplace_back();
+    mpfr_init2(&slots_.back(), prec_);
+}
+
+namespace detail {
+
+FloatPool *g_pool = nullptr;
+
+InexactScope::InexactScope() : flags_(mpfr_flags_save()) { mpfr_clear_inexflag(); }
+InexactScope::~InexactScope() { mpfr_flags_restore(flags_, MPFR_FLAGS_ALL); }
+bool InexactScope::inexact() const { return mpfr_inexflag_p() != 0; }
+
+} // namespace detail
+
+namespace {
+
+inline mpfr_ptr Take() { return detail::g_pool->take(); }
+
+using Unary = int (*)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t);
+using Binary = int (*)(mpfr_ptr, mpfr_srcptr, mpfr_srcptr, mpfr_rnd_t);
+
+inline PoolFloat Apply(Unary f, const PoolFloat &x)
+{
+    mpfr_ptr r = Take();
+    f(r, x.mpfr(), MPFR_RNDN);
+    return PoolFloat(r);
+}
+
+inline PoolFloat Apply(Binary f, const PoolFloat &x, const PoolFloat &y)
+{
+    mpfr_ptr r = Take();
+    f(r, x.mpfr(), y.mpfr(), MPFR_RNDN);
+    return PoolFloat(r);
+}
+
+// r made +0 when it is a zero, as PositiveZero does for the host float.
+inline PoolFloat PositiveZero(mpfr_ptr r)
+{
+    if (mpfr_zero_p(r))
+        mpfr_set_zero(r, 1);
+    return PoolFloat(r);
+}
+
+} // namespace
+
+PoolFloat::PoolFloat(double x)
+{
+    mpfr_ptr r = Take();
+    mpfr_set_d(r, x, MPFR_RNDN);
+    v_ = r;
+}
+
+PoolFloat operator+(const PoolFloat &a, const PoolFloat &b) { return Apply(mpfr_add, a, b); }
+PoolFloat operator-(const PoolFloat &a, const PoolFloat &b) { return Apply(mpfr_sub, a, b); }
+PoolFloat operator*(const PoolFloat &a, const PoolFloat &b) { return Apply(mpfr_mul, a, b); }
+PoolFloat operator/(const PoolFloat &a, const PoolFloat &b) { return Apply(mpfr_div, a, b); }
+
+PoolFloat operator/(double a, const PoolFloat &b)
+{
+    mpfr_ptr r = Take();
+    mpfr_d_div(r, a, b.mpfr(), MPFR_RNDN);
+    return PoolFloat(r);
+}
+
+PoolFloat operator-(const PoolFloat &a) { return Apply(mpfr_neg, a); }
+
+bool operator<(const PoolFloat &a, const PoolFloat &b) { return mpfr_less_p(a.mpfr(), b.mpfr()) != 0; }
+bool operator<=(const PoolFloat &a, const PoolFloat &b) { return mpfr_lessequal_p(a.mpfr(), b.mpfr()) != 0; }
+bool operator>(const PoolFloat &a, const PoolFloat &b) { return mpfr_greater_p(a.mpfr(), b.mpfr()) != 0; }
+
+PoolFloat exp(const PoolFloat &x) { return Apply(mpfr_exp, x); }
+PoolFloat log(const PoolFloat &x) { return Apply(mpfr_log, x); }
+PoolFloat sqrt(const PoolFloat &x) { return Apply(mpfr_sqrt, x); }
+PoolFloat pow(const PoolFloat &x, const PoolFloat &y) { return Apply(mpfr_pow, x, y); }
+
+PoolFloat pow(const PoolFloat &x, double y)
+{
+    // As the host float's pow(x, double): MPFR's integer power for a whole
+    // exponent, the general one with y exact otherwise.
+    mpfr_ptr r = Take();
+    if (y == std::trunc(y) && std::fabs(y) <= 9.0e18) {
+        mpfr_pow_si(r, x.mpfr(), static_cast<long>(y), MPFR_RNDN);
+    } else {
+        MPFR_DECL_INIT(e, 53);
+        mpfr_set_d(e, y, MPFR_RNDN);
+        mpfr_pow(r, x.mpfr(), e, MPFR_RNDN);
+    }
+    return PoolFloat(r);
+}
+
+PoolFloat OneMinusExp(const PoolFloat &t)
+{
+    mpfr_ptr r = Take();
+    mpfr_expm1(r, t.mpfr(), MPFR_RNDN);
+    mpfr_neg(r, r, MPFR_RNDN);
+    return PositiveZero(r);
+}
+
+PoolFloat LnOneMinus(const PoolFloat &p)
+{
+    // log1p(-p) with -p exact: in a number of the pool when p fits it (p is
+    // a uniform, a parameter or a result of this evaluation), else in one of
+    // p's own precision.
+    mpfr_ptr r = Take();
+    if (mpfr_get_prec(p.mpfr()) <= detail::g_pool->precision()) {
+        mpfr_ptr neg = Take();
+        mpfr_neg(neg, p.mpfr(), MPFR_RNDN);
+        mpfr_log1p(r, neg, MPFR_RNDN);
+    } else {
+        mpfr_t neg;
+        mpfr_init2(neg, mpfr_get_prec(p.mpfr()));
+        mpfr_neg(neg, p.mpfr(), MPFR_RNDN);
+        mpfr_log1p(r, neg, MPFR_RNDN);
+        mpfr_clear(neg);
+    }
+    return PositiveZero(r);
+}
+
+PoolFloat Log1p(const PoolFloat &x)
+{
+    mpfr_ptr r = Take();
+    mpfr_log1p(r, x.mpfr(), MPFR_RNDN);
+    return PositiveZero(r);
+}
+
+PoolFloat Tan(const PoolFloat &x) { return Apply(mpfr_tan, x); }
+PoolFloat Arctan(const PoolFloat &x) { return Apply(mpfr_atan, x); }
+
+PoolFloat PiAt(const PoolFloat &)
+{
+    mpfr_ptr r = Take();
+    mpfr_const_pi(r, MPFR_RNDN);
+    return PoolFloat(r);
+}
+
+ZivLoop::ZivLoop()
+    : digits_(talvo_float_digits()), target_(talvo_float_precision()), target_pool_(talvo_float_precision())
+{
+}
+
+void ZivLoop::AddLevel()
+{
+    // The k-th evaluation of CorrectlyRounded: kFirstExtraDigits * 2^k digits
+    // beyond the caller's, within the float library's limit.
+    long extra = kFirstExtraDigits << levels_.size();
+    long digits = std::min<long>(digits_ + extra, TALVO_FLOAT_MAX_DIGITS);
+    bool room = digits == digits_ + extra && extra <= kMaxExtraDigits;
+    levels_.emplace_back(talvo_float_precision_bits(digits), room);
+}
+
+bool ZivLoop::Decided(mpfr_srcptr lo, mpfr_prec_t lo_prec, mpfr_srcptr hi, bool ceiling)
+{
+    if (Decide(lo, lo_prec, hi, target_) == Verdict::Done)
+        return true;
+    if (!ceiling || !mpfr_regular_p(hi) || !mpfr_regular_p(lo) || mpfr_sgn(lo) != mpfr_sgn(hi))
+        return false;
+    // The error of hi as Decide takes it: |hi - lo|, and never below one
+    // unit in the last place of lo; the ceiling is known when both ends of
+    // hi -+ 2^e_err round (to nearest, at the target) to floats of one
+    // ceiling, since rounding and ceiling are monotonic.
+    mpfr_exp_t e_err = mpfr_get_exp(hi) - lo_prec + 1;
+    MPFR_DECL_INIT(d, 64);
+    mpfr_sub(d, hi, lo, MPFR_RNDA);
+    if (!mpfr_zero_p(d))
+        e_err = std::max(e_err, mpfr_get_exp(d));
+    mpfr_prec_t wide = mpfr_get_prec(hi) + 2;
+    mpfr_t radius, below, above;
+    mpfr_init2(radius, 2);
+    mpfr_init2(below, wide);
+    mpfr_init2(above, wide);
+    mpfr_set_ui_2exp(radius, 1, e_err, MPFR_RNDN);
+    mpfr_sub(below, hi, radius, MPFR_RNDD);
+    mpfr_add(above, hi, radius, MPFR_RNDU);
+    mpfr_prec_round(below, target_, MPFR_RNDN);
+    mpfr_prec_round(above, target_, MPFR_RNDN);
+    mpfr_rint_ceil(below, below, MPFR_RNDN);
+    mpfr_rint_ceil(above, above, MPFR_RNDN);
+    bool same = mpfr_equal_p(below, above) != 0;
+    mpfr_clear(radius);
+    mpfr_clear(below);
+    mpfr_clear(above);
+    return same;
+}
+
+// ---------------------------------------------------------------------------
+// Balls
+// ---------------------------------------------------------------------------
+
+namespace {
+bool g_ball_first = true;
+} // namespace
+
+bool SetBallFirstStep(bool on)
+{
+    bool was = g_ball_first;
+    g_ball_first = on;
+    return was;
+}
+
+bool BallFirstStep() { return g_ball_first; }
+
+namespace detail {
+talvo::mp::BallArena *g_arena = nullptr;
+long g_ball_prec = 0;
+} // namespace detail
+
+namespace {
+
+using talvo::mp::BallOp;
+
+inline talvo::mp::BallRef TakeBall() { return detail::g_arena->take(); }
+
+inline BallFloat BallApply(BallOp op, const BallFloat &a, const BallFloat &b)
+{
+    talvo::mp::BallRef r = TakeBall();
+    talvo::mp::ball_apply(op, r, a.ref(), b.ref(), detail::g_ball_prec);
+    return BallFloat(r);
+}
+
+inline BallFloat BallApply(BallOp op, const BallFloat &a) { return BallApply(op, a, a); }
+
+} // namespace
+
+BallFloat::BallFloat(double x) : r_(TakeBall()) { talvo::mp::ball_set_d(r_, x); }
+BallFloat::BallFloat(mpfr_srcptr v) : r_(TakeBall()) { talvo::mp::ball_set_mpfr(r_, v); }
+
+BallFloat operator+(const BallFloat &a, const BallFloat &b) { return BallApply(BallOp::Add, a, b); }
+BallFloat operator-(const BallFloat &a, const BallFloat &b) { return BallApply(BallOp::Sub, a, b); }
+BallFloat operator*(const BallFloat &a, const BallFloat &b) { return BallApply(BallOp::Mul, a, b); }
+BallFloat operator/(const BallFloat &a, const BallFloat &b) { return BallApply(BallOp::Div, a, b); }
+BallFloat operator/(double a, const BallFloat &b) { return BallApply(BallOp::Div, BallFloat(a), b); }
+BallFloat operator-(const BallFloat &a) { return BallApply(BallOp::Neg, a); }
+
+bool operator<(const BallFloat &a, const BallFloat &b) { return talvo::mp::ball_cmp_mid(a.ref(), b.ref()) < 0; }
+bool operator<=(const BallFloat &a, const BallFloat &b) { return talvo::mp::ball_cmp_mid(a.ref(), b.ref()) <= 0; }
+bool operator>(const BallFloat &a, const BallFloat &b) { return talvo::mp::ball_cmp_mid(a.ref(), b.ref()) > 0; }
+
+BallFloat exp(const BallFloat &x) { return BallApply(BallOp::Exp, x); }
+BallFloat log(const BallFloat &x) { return BallApply(BallOp::Log, x); }
+BallFloat sqrt(const BallFloat &x) { return BallApply(BallOp::Sqrt, x); }
+BallFloat pow(const BallFloat &x, const BallFloat &y) { return BallApply(BallOp::Pow, x, y); }
+BallFloat pow(const BallFloat &x, double y) { return BallApply(BallOp::Pow, x, BallFloat(y)); }
+BallFloat OneMinusExp(const BallFloat &t) { return -BallApply(BallOp::Expm1, t); }
+BallFloat LnOneMinus(const BallFloat &p) { return BallApply(BallOp::Log1p, -p); }
+BallFloat Log1p(const BallFloat &x) { return BallApply(BallOp::Log1p, x); }
+BallFloat Tan(const BallFloat &x) { return BallApply(BallOp::Tan, x); }
+BallFloat Arctan(const BallFloat &x) { return BallApply(BallOp::Atan, x); }
+
+BallFloat PiAt(const BallFloat &)
+{
+    talvo::mp::BallRef r = TakeBall();
+    talvo::mp::ball_const_pi(r, detail::g_ball_prec);
+    return BallFloat(r);
+}
+
+bool RoundBall(const BallFloat &v, mpfr_prec_t prec, TalvoFloat *out)
+{
+    ALGEB r = talvo_float_new(prec);
+    if (!talvo::mp::ball_round(talvo_float_mpfr(r), v.ref()))
+        return false;
+    *out = TalvoFloat::from_handle(r);
+    return true;
+}
+
+TalvoFloat RoundedFloat(mpfr_srcptr v, mpfr_prec_t prec)
+{
+    return TalvoFloat::from_handle(talvo_float_from_mpfr(v, prec));
+}
+
+TalvoFloat CeilingOfRounded(mpfr_srcptr v, mpfr_prec_t prec)
+{
+    ALGEB r = talvo_float_from_mpfr(v, prec);
+    mpfr_ptr m = talvo_float_mpfr(r);
+    mpfr_rint_ceil(m, m, MPFR_RNDN);
+    return TalvoFloat::from_handle(r);
 }
 
 } // namespace stats
