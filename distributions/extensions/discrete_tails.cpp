@@ -115,6 +115,37 @@ TalvoFloat Hypergeometric(TKernelVector kv, const TalvoFloat &x, long population
     return point ? eq : gt;
 }
 
+// ln(Gamma(n + k) / (Gamma(n) k!)) at the current precision.  The rounding
+// loop that calls it climbs to thousands of digits when the probability is
+// exactly a float (0.15625 for k = 3, n = 3, p = 1/2), and lgamma there takes
+// minutes; so the coefficient is made from cheap operations where it can be:
+// an exact binomial coefficient for a whole n, the product
+// prod_{j=1..k} (n + j - 1) / j for a small k, lgamma otherwise.
+TalvoFloat LnChoose(const TalvoFloat &n, long k)
+{
+    constexpr long kExactTop = 1L << 20; // C(n + k - 1, k) made exactly up to here
+    constexpr long kProductTerms = 10000;
+    if (mpfr_integer_p(n.mpfr()) && n >= One() && n <= TalvoFloat(double(kExactTop - k))) {
+        long top = long(mpfr_get_si(n.mpfr(), MPFR_RNDN)) + k - 1;
+        mpz_t c;
+        mpz_init(c);
+        mpz_bin_uiui(c, static_cast<unsigned long>(top), static_cast<unsigned long>(k));
+        ALGEB r = talvo_float_new(0);
+        mpfr_set_z(talvo_float_mpfr(r), c, MPFR_RNDN);
+        mpz_clear(c);
+        return log(TalvoFloat::from_handle(r));
+    }
+    if (k <= kProductTerms) {
+        TalvoFloat c = One();
+        for (long j = 1; j <= k; ++j)
+            c = c * (n + TalvoFloat(double(j - 1))) / TalvoFloat(double(j));
+        return log(fabs(c)); // lgamma's ln|Gamma|, whatever the sign of n
+
+    }
+    TalvoFloat kf = TalvoFloat(double(k));
+    return LnGamma(n + kf) - LnGamma(n) - LnGamma(kf + One());
+}
+
 TalvoFloat NegativeBinomial(TKernelVector kv, const TalvoFloat &x, const TalvoFloat &n, const TalvoFloat &p, bool point)
 {
     if (IsUndefined(x) || IsUndefined(n) || IsUndefined(p))
@@ -137,11 +168,7 @@ TalvoFloat NegativeBinomial(TKernelVector kv, const TalvoFloat &x, const TalvoFl
         c.Check(kv);
         return q;
     }
-    return CorrectlyRounded([&] {
-        TalvoFloat ln = LnGamma(n + kf) - LnGamma(n) - LnGamma(kf + One()) + n * log(p) +
-                        kf * stats::LnOneMinus(p);
-        return exp(ln);
-    });
+    return CorrectlyRounded([&] { return exp(LnChoose(n, k) + n * log(p) + kf * stats::LnOneMinus(p)); });
 }
 
 TalvoFloat Geometric(const TalvoFloat &x, const TalvoFloat &p, bool point)

@@ -218,6 +218,26 @@ TEST(Extensions, PointProbabilitiesAddUp)
     EXPECT_LT(LastDigitError(hyper, "1", 30), 20.0);
 }
 
+// Negative binomial point probabilities that are exactly floats: the rounding
+// loop climbs to its last precision on them, which took minutes through
+// lgamma (found by fuzzing); the coefficient is now exact or a short product.
+TEST(Extensions, ExactNegativeBinomialPointProbabilities)
+{
+    for (int digits : {10, 30}) {
+        DigitsScope d(digits);
+        EXPECT_EQ(Call("NegativeBinomialPointProbability", "3, 3, 0.5").to_double(), 0.15625);   // C(5,3)/2^6
+        EXPECT_EQ(Call("NegativeBinomialPointProbability", "2, 0.5, 0.25").to_double(), 0.10546875); // 3/8 * 1/2 * 9/16
+        EXPECT_EQ(Call("NegativeBinomialPointProbability", "0, 3, 0.5").to_double(), 0.125);
+        TalvoFloat tiny = Call("NegativeBinomialPointProbability", "20000, 1, 0.5"); // 2^-20001
+        EXPECT_EQ(mpfr_cmp_si_2exp(tiny.mpfr(), 1, -20001), 0) << show(tiny.handle());
+    }
+    // A negative n (no law): ln|Gamma| as before, so the value stays positive:
+    // |Gamma(1/2) / Gamma(-1/2)| 2^(1/2) / 2.
+    DigitsScope d(15);
+    EXPECT_LT(LastDigitError(Call("NegativeBinomialPointProbability", "1, -0.5, 0.5"), "0.353553390593273762200422181052", 15),
+              1.0); // sqrt(2) / 4
+}
+
 // Outside the support: an upper tail is 1 below and 0 above, a density or a
 // point probability 0; at the infinities the same; undefined stays undefined.
 TEST(Extensions, OutsideTheSupport)
