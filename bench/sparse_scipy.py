@@ -5,7 +5,12 @@ of bench_sparse.cpp (32 x 32 grid: Poisson, and convection-diffusion with
 cell Peclet numbers 0.6 and 0.2), b = 1, x0 = 0, until
 ||b - A x||_2 <= 1e-12 ||b||_2.  Prints "matrix_method iterations" lines
 (GMRES: inner iterations, one product with A each; bicgstab: iterations, two
-products each).  Run by bench_sparse; needs python3-scipy."""
+products each), and the entries of A and of spilu's L + U, L's unit diagonal not counted
+("matrix_nnz_a", "matrix_nnz_lu").  spilu is SuperLU's ILUTP: COLAMD column
+order, threshold pivoting, drop tolerance and fill factor as given.  SciPy
+1.10's gmres preconditions on the left and tests the preconditioned residual
+inside a cycle (the true one at its end); its bicgstab preconditions on the
+right.  Run by bench_sparse; needs python3-scipy."""
 import numpy as np
 import scipy
 import scipy.sparse as sp
@@ -38,6 +43,8 @@ def main():
         A = stencil(32, c, d)
         b = np.ones(A.shape[0])
         ilu = sla.spilu(A)
+        print(f"{name}_nnz_a {A.nnz}")
+        print(f"{name}_nnz_lu {ilu.L.nnz + ilu.U.nnz - A.shape[0]}")  # L's unit diagonal not counted
         M = sla.LinearOperator(A.shape, ilu.solve)
         count = [0]
 

@@ -224,7 +224,7 @@ const char *precon_name(Precon p)
 // solution against the dense solve to Digits - 5 digits and the residual.
 template <class K>
 void check_solve(const Cs<K> &a, bool lower_h, const Cs<std::type_identity_t<K>> *full, Method method, long m, Precon pc, long digits,
-                 long maxitn = 2000, double residual_slack = 0)
+                 long maxitn = 2000, double residual_slack = 0, const IluOptions *ilu_options = nullptr)
 {
     const mpfr_prec_t p = a.a.precision();
     const Cs<K> &dense_src = full ? *full : a;
@@ -233,7 +233,7 @@ void check_solve(const Cs<K> &a, bool lower_h, const Cs<std::type_identity_t<K>>
     IluFactor<K> f;
     long npivm = 0;
     if (pc == Precon::Ilu || pc == Precon::Ic) {
-        IluOptions o;
+        IluOptions o = ilu_options ? *ilu_options : IluOptions();
         o.hermitian = pc == Precon::Ic;
         ASSERT_EQ(ilu_factor(dense_src, o, nullptr, nullptr, f, npivm), kIluOk);
         EXPECT_EQ(npivm, 0);
@@ -1079,6 +1079,345 @@ TEST(SparseDrivers, IluGmresAndSsorBicgstabThroughTheRoutines)
     TalvoMP_f11def_("CGS", "S", n, nnz, a.data(), irow.data(), icol.data(), TalvoFloat(2.0), b.data(), 0, tol, 2,
                     x.data(), &rnorm, &itn, nullptr, 0, iwork.data(), &ifail);
     EXPECT_EQ(ifail, 1);
+}
+
+
+// ---------------------------------------------------------------------------
+// Orderings and ILUT
+// ---------------------------------------------------------------------------
+
+// The largest |i - j| over the entries.
+long bandwidth(const Cs<RealKind> &a)
+{
+    long b = 0;
+    for (long k = 0; k < a.nnz(); ++k)
+        b = std::max(b, std::labs(a.row[size_t(k)] - a.col[size_t(k)]));
+    return b;
+}
+
+bool is_permutation(const std::vector<long> &p, long n)
+{
+    std::vector<char> seen(static_cast<size_t>(n), 0);
+    if (long(p.size()) != n)
+        return false;
+    for (long v : p) {
+        if (v < 0 || v >= n || seen[size_t(v)])
+            return false;
+        seen[size_t(v)] = 1;
+    }
+    return true;
+}
+
+// The identity of M^{-1} (A x) = x when the factor is complete.
+template <class K>
+double exactness(const Cs<K> &a, const IluFactor<K> &f)
+{
+    const mpfr_prec_t p = a.a.precision();
+    Tmp t(p);
+    const Vec<K> x = rhs<K>(a.n, p);
+    Vec<K> ax(a.n, p), y(a.n, p);
+    matvec(a, 'N', x, ax, t);
+    ilu_solve(f, 'N', ax, y, t);
+    return rel_error(y, x);
+}
+
+// A grid matrix whose unknowns were numbered at random has a wide band;
+// reverse Cuthill-McKee brings it back near the grid's width.
+TEST(SparseOrdering, PermutationsAndReverseCuthillMcKeeNarrowsTheBand)
+{
+    DigitsScope d(20);
+    const mpfr_prec_t p = prec_for(20);
+    const long g = 8, n = g * g;
+    std::vector<long> scramble(static_cast<size_t>(n));
+    for (long i = 0; i < n; ++i)
+        scramble[size_t(i)] = (i * 37 + 11) % n;
+    const Cs<RealKind> a = permuted(poisson(g, p), scramble);
+    EXPECT_GT(bandwidth(a), 3 * g);
+    for (char how : {'N', 'R', 'D'}) {
+        const std::vector<long> perm = symmetric_order(n, a.row, a.col, how);
+        EXPECT_TRUE(is_permutation(perm, n)) << how;
+        if (how == 'N') {
+            for (long k = 0; k < n; ++k)
+                EXPECT_EQ(perm[size_t(k)], k);
+        }
+    }
+    const std::vector<long> rcm = symmetric_order(n, a.row, a.col, 'R');
+    EXPECT_LE(bandwidth(permuted(a, rcm)), g + 1);
+    // two components are each ordered: a block diagonal matrix
+    const Cs<RealKind> two = from_triplets<RealKind>(4, {{0, 0, 2, 0}, {0, 3, 1, 0}, {1, 1, 2, 0}, {1, 2, 1, 0},
+                                                         {2, 1, 1, 0}, {2, 2, 2, 0}, {3, 0, 1, 0}, {3, 3, 2, 0}},
+                                                     p);
+    for (char how : {'R', 'D'}) {
+        const std::vector<long> perm = symmetric_order(4, two.row, two.col, how);
+        EXPECT_TRUE(is_permutation(perm, 4)) << how;
+        EXPECT_EQ(bandwidth(permuted(two, perm)), 1) << how;
+    }
+}
+
+// An arrow matrix (the first unknown coupled to all): in the natural order
+// the complete factor fills in completely; minimum degree eliminates the
+// hub last and the complete factor has no fill at all.
+TEST(SparseOrdering, MinimumDegreeAvoidsTheFillOfAnArrow)
+{
+    DigitsScope d(50);
+    const mpfr_prec_t p = prec_for(50);
+    const long n = 20;
+    std::vector<Trip> t{{0, 0, double(n), 0}};
+    for (long j = 1; j < n; ++j) {
+        t.push_back({0, j, 1, 0});
+        t.push_back({j, 0, 1, 0});
+        t.push_back({j, j, 4, 0});
+    }
+    const Cs<RealKind> a = from_triplets<RealKind>(n, t, p);
+    IluOptions o;
+    o.lfill = -1;
+    o.dtol = 0;
+    o.ilut = true;
+    long npivm = -1;
+    IluFactor<RealKind> natural, md, elim;
+    ASSERT_EQ(ilu_factor(a, o, nullptr, nullptr, natural, npivm), kIluOk);
+    EXPECT_EQ(npivm, 0);
+    EXPECT_EQ(long(natural.col.size()), n * n);
+    EXPECT_LE(exactness(a, natural), -48.0);
+    o.order = 'D';
+    ASSERT_EQ(ilu_factor(a, o, nullptr, nullptr, md, npivm), kIluOk);
+    EXPECT_EQ(long(md.col.size()), a.nnz());
+    EXPECT_TRUE(md.p[size_t(n - 1)] == 0 || md.p[size_t(n - 2)] == 0); // the hub comes last (a tie with the last leaf)
+    EXPECT_LE(exactness(a, md), -48.0);
+    // the elimination with an ordering: the same pattern
+    o.ilut = false;
+    ASSERT_EQ(ilu_factor(a, o, nullptr, nullptr, elim, npivm), kIluOk);
+    EXPECT_EQ(long(elim.col.size()), a.nnz());
+    EXPECT_LE(exactness(a, elim), -48.0);
+}
+
+// Factoring A with an ordering gives the factor of P A P^T, with P in the
+// pivot order: the same entries, to the last bit.
+TEST(SparseIlut, PermutedFactorIsTheFactorOfThePermutedMatrix)
+{
+    DigitsScope d(30);
+    const mpfr_prec_t p = prec_for(30);
+    const Cs<RealKind> a = convdiff(6, p);
+    for (bool use_ilut : {false, true})
+        for (char how : {'R', 'D'}) {
+            SCOPED_TRACE(std::string(use_ilut ? "ILUT " : "elimination ") + how);
+            IluOptions o;
+            o.lfill = -1;
+            o.dtol = 1e-2;
+            o.ilut = use_ilut;
+            o.fill_factor = use_ilut ? 3 : 0;
+            o.order = how;
+            IluFactor<RealKind> f, g;
+            long np1 = -1, np2 = -1;
+            ASSERT_EQ(ilu_factor(a, o, nullptr, nullptr, f, np1), kIluOk);
+            const std::vector<long> perm = symmetric_order(a.n, a.row, a.col, how);
+            o.order = 'N';
+            ASSERT_EQ(ilu_factor(permuted(a, perm), o, nullptr, nullptr, g, np2), kIluOk);
+            EXPECT_EQ(np1, np2);
+            EXPECT_EQ(f.p, perm);
+            EXPECT_EQ(f.q, perm);
+            for (long k = 0; k < a.n; ++k)
+                EXPECT_EQ(g.p[size_t(k)], k);
+            ASSERT_EQ(f.start, g.start);
+            ASSERT_EQ(f.col, g.col);
+            ASSERT_EQ(f.diag, g.diag);
+            long same = 0;
+            for (long e = 0; e < long(f.col.size()); ++e)
+                same += mpfr_equal_p(f.c[e], g.c[e]) ? 1 : 0;
+            EXPECT_EQ(same, long(f.col.size()));
+            EXPECT_LT(long(f.col.size()), a.n * a.n / 2); // something was dropped
+        }
+}
+
+// The two rules of ILUT's dropping, and its exactness without them.
+TEST(SparseIlut, DualDroppingAndTheFillBudget)
+{
+    DigitsScope d(50);
+    const mpfr_prec_t p = prec_for(50);
+    const Cs<RealKind> a = convdiff(8, p);
+    long npivm = -1;
+    IluOptions o;
+    o.lfill = -1;
+    o.ilut = true;
+    // nothing dropped: the exact LU
+    IluFactor<RealKind> full;
+    ASSERT_EQ(ilu_factor(a, o, nullptr, nullptr, full, npivm), kIluOk);
+    EXPECT_LE(exactness(a, full), -48.0);
+    // at most lfil entries in each row's L and U parts
+    o.lfil = 3;
+    IluFactor<RealKind> capped;
+    ASSERT_EQ(ilu_factor(a, o, nullptr, nullptr, capped, npivm), kIluOk);
+    for (long k = 0; k < a.n; ++k) {
+        EXPECT_LE(capped.diag[size_t(k)] - capped.start[size_t(k)], 3) << k;
+        EXPECT_LE(capped.start[size_t(k + 1)] - capped.diag[size_t(k)] - 1, 3) << k;
+    }
+    EXPECT_GT(exactness(a, capped), -48.0);
+    // the budget: the factor's first rows never exceed fill_factor times A's
+    o.lfil = 0;
+    o.fill_factor = 2;
+    IluFactor<RealKind> budget;
+    ASSERT_EQ(ilu_factor(a, o, nullptr, nullptr, budget, npivm), kIluOk);
+    for (long k = 1; k <= a.n; ++k)
+        EXPECT_LE(budget.start[size_t(k)], 2 * a.start[size_t(k)]) << k;
+    EXPECT_LT(budget.col.size(), full.col.size());
+    // a larger tolerance keeps fewer entries
+    o.fill_factor = 0;
+    IluFactor<RealKind> f3, f1;
+    o.dtol = 1e-3;
+    ASSERT_EQ(ilu_factor(a, o, nullptr, nullptr, f3, npivm), kIluOk);
+    o.dtol = 1e-1;
+    ASSERT_EQ(ilu_factor(a, o, nullptr, nullptr, f1, npivm), kIluOk);
+    EXPECT_LT(f1.col.size(), f3.col.size());
+    EXPECT_LT(f3.col.size(), full.col.size());
+    EXPECT_LT(exactness(a, f3), exactness(a, f1));
+}
+
+TEST(SparseIlut, RefusesWhatItCannotDoAndReplacesZeroPivots)
+{
+    DigitsScope d(20);
+    const mpfr_prec_t p = prec_for(20);
+    const Cs<RealKind> a = poisson(3, p);
+    IluFactor<RealKind> f;
+    long npivm;
+    IluOptions o;
+    o.ilut = true; // with a level of fill
+    EXPECT_EQ(ilu_factor(a, o, nullptr, nullptr, f, npivm), kIluBadOptions);
+    o.lfill = -1;
+    for (int k = 0; k < 3; ++k) {
+        IluOptions b = o;
+        if (k == 0)
+            b.pstrat = 'C';
+        else if (k == 1)
+            b.milu = true;
+        else
+            b.hermitian = true;
+        EXPECT_EQ(ilu_factor(a, b, nullptr, nullptr, f, npivm), kIluBadOptions) << k;
+    }
+    IluOptions b = o;
+    b.pstrat = 'P';
+    b.pivot_thresh = 0;
+    EXPECT_EQ(ilu_factor(a, b, nullptr, nullptr, f, npivm), kIluBadOptions);
+    // a zero pivot is replaced by the 1-norm of its row and counted
+    const Cs<RealKind> z = from_triplets<RealKind>(2, {{0, 1, 1, 0}, {1, 0, 1, 0}, {1, 1, 2, 0}}, p);
+    ASSERT_EQ(ilu_factor(z, o, nullptr, nullptr, f, npivm), kIluOk);
+    EXPECT_EQ(npivm, 1);
+    EXPECT_EQ(mpfr_cmp_ui(f.c[f.diag[0]], 1), 0); // 1 / 1
+}
+
+// ILUT in every order with every nonsymmetric solver, the elimination with
+// an ordering, and the complex kind: Digits - 5 digits of the dense solve.
+TEST(SparseSolvers, IlutAndOrderingsAgreeWithTheDenseSolve)
+{
+    DigitsScope d(50);
+    const mpfr_prec_t p = prec_for(50);
+    const Cs<RealKind> systems[] = {poisson(7, p), convdiff(7, p)};
+    for (const auto &a : systems)
+        for (char how : {'N', 'R', 'D'}) {
+            IluOptions o;
+            o.lfill = -1;
+            o.dtol = 1e-3;
+            o.ilut = true;
+            o.fill_factor = 5;
+            o.order = how;
+            SCOPED_TRACE(std::string("order ") + how);
+            for (Method m : {Method::RGMRES, Method::CGS, Method::BICGSTAB, Method::TFQMR})
+                check_solve(a, false, nullptr, m, m == Method::RGMRES ? 10 : 1, Precon::Ilu, 50, 2000, 0, &o);
+            check_solve(a, false, nullptr, Method::BICGSTAB, 2, Precon::Ilu, 50, 2000, 0, &o);
+            o.ilut = false;
+            o.fill_factor = 0;
+            check_solve(a, false, nullptr, Method::RGMRES, 10, Precon::Ilu, 50, 2000, 0, &o);
+        }
+    IluOptions o;
+    o.lfill = -1;
+    o.dtol = 1e-3;
+    o.ilut = true;
+    o.fill_factor = 5;
+    o.order = 'D';
+    const Cs<ComplexKind> c = shifted(5, p);
+    check_solve(c, false, nullptr, Method::RGMRES, 8, Precon::Ilu, 50, 2000, 0, &o);
+    check_solve(c, false, nullptr, Method::BICGSTAB, 1, Precon::Ilu, 50, 2000, 0, &o);
+    bool sym;
+    const Cs<RealKind> cage = read_mtx("cage5.mtx", p, sym);
+    o.order = 'R';
+    check_solve(cage, false, nullptr, Method::RGMRES, 15, Precon::Ilu, 50, 2000, 0, &o);
+    check_solve(cage, false, nullptr, Method::BICGSTAB, 1, Precon::Ilu, 50, 2000, 0, &o);
+}
+
+// Bi-CGSTAB(1) asks for two solves and two products per iteration (x is
+// updated from the solves' results); with l = 2 one more solve per cycle
+// updates x.
+TEST(SparseReverseCommunication, BicgstabRequestSequence)
+{
+    DigitsScope d(30);
+    for (Integer l : {1, 2}) {
+        const Rc rc = drive("BICGSTAB", l, "2", 5.0, 0);
+        ASSERT_GE(rc.seq.size(), 6u);
+        EXPECT_EQ(rc.seq[0], 1);
+        EXPECT_EQ(rc.seq.back(), 100);
+        long solves = 0, products = 0;
+        for (size_t k = 1; k + 2 < rc.seq.size(); ++k) {
+            solves += rc.seq[k] == 2;
+            products += rc.seq[k] == 1;
+            if (l == 1) {
+                EXPECT_EQ(rc.seq[k], k % 2 == 1 ? 2 : 1) << k;
+            }
+        }
+        if (l == 1)
+            EXPECT_EQ(solves, products);
+        else
+            EXPECT_GT(solves, products);
+        EXPECT_NEAR(rc.u[0].to_double(), 2.0 / 9, 1e-15);
+        EXPECT_NEAR(rc.u[1].to_double(), 1.0 / 9, 1e-15);
+        EXPECT_NEAR(rc.u[2].to_double(), 13.0 / 9, 1e-15);
+    }
+}
+
+
+// ILUT with threshold pivoting (pstrat 'P'): west0067 has zero diagonal
+// entries; without pivoting they are replaced, with it the complete factor
+// is exact (and its transpose too), and the incomplete one with an ordering
+// preconditions GMRES to Digits - 5 digits of the dense solve.
+TEST(SparseIlut, ThresholdPivotingOnWest0067)
+{
+    DigitsScope d(50);
+    const mpfr_prec_t p = prec_for(50);
+    bool sym;
+    const Cs<RealKind> a = read_mtx("west0067.mtx", p, sym);
+    ASSERT_EQ(a.n, 67);
+    Tmp t(p);
+    IluOptions o;
+    o.lfill = -1;
+    o.ilut = true;
+    long npivm = -1;
+    IluFactor<RealKind> plain;
+    ASSERT_EQ(ilu_factor(a, o, nullptr, nullptr, plain, npivm), kIluOk);
+    EXPECT_GT(npivm, 0);
+    o.pstrat = 'P';
+    for (double thresh : {1.0, 0.1}) {
+        o.pivot_thresh = thresh;
+        IluFactor<RealKind> f;
+        ASSERT_EQ(ilu_factor(a, o, nullptr, nullptr, f, npivm), kIluOk);
+        EXPECT_EQ(npivm, 0) << thresh;
+        EXPECT_TRUE(is_permutation(f.q, a.n));
+        bool moved = false;
+        for (long k = 0; k < a.n; ++k)
+            moved |= f.q[size_t(k)] != k;
+        EXPECT_TRUE(moved);
+        EXPECT_LE(exactness(a, f), -45.0) << thresh;
+        const Vec<RealKind> x = rhs<RealKind>(a.n, p);
+        Vec<RealKind> atx(a.n, p), y(a.n, p);
+        matvec(a, 'T', x, atx, t);
+        ilu_solve(f, 'T', atx, y, t);
+        EXPECT_LE(rel_error(y, x), -45.0) << thresh;
+    }
+    o.dtol = 1e-3;
+    o.pivot_thresh = 0.5;
+    for (char how : {'N', 'R'}) {
+        o.order = how;
+        SCOPED_TRACE(std::string("order ") + how);
+        check_solve(a, false, nullptr, Method::RGMRES, 30, Precon::Ilu, 50, 500, 0, &o);
+        check_solve(a, false, nullptr, Method::BICGSTAB, 1, Precon::Ilu, 50, 500, 0, &o);
+    }
 }
 
 } // namespace

@@ -24,13 +24,22 @@ void index_rows(Cs<K> &a)
 template <class K>
 void matvec(const Cs<K> &a, char trans, const Vec<K> &x, Vec<K> &y, Tmp &t)
 {
-    set_zero(y);
     const long nnz = a.nnz();
-    if (trans == 'N') {
-        for (long i = 0; i < a.n; ++i)
-            for (long k = a.start[size_t(i)]; k < a.start[size_t(i + 1)]; ++k)
+    if (trans == 'N') { // row by row, the first product written straight into y_i
+        for (long i = 0; i < a.n; ++i) {
+            const long b = a.start[size_t(i)], e = a.start[size_t(i + 1)];
+            if (b == e) {
+                K::zero(y[i]);
+                continue;
+            }
+            K::mul(y[i], a.a[b], x[a.col[size_t(b)]], t);
+            for (long k = b + 1; k < e; ++k)
                 K::muladd(y[i], a.a[k], x[a.col[size_t(k)]], t);
-    } else if (trans == 'C') {
+        }
+        return;
+    }
+    set_zero(y);
+    if (trans == 'C') {
         for (long k = 0; k < nnz; ++k)
             K::cmuladd(y[a.col[size_t(k)]], a.a[k], x[a.row[size_t(k)]], t);
     } else {

@@ -12,6 +12,8 @@
 //   - lfill >= 0: its level, lev(i,q) + lev(p,c) + 1 with original entries
 //     at level 0, is at most lfill (ILU(k) of Meijerink and van der Vorst);
 //   - lfill < 0: its size is at least dtol times the 2-norm of row i of A.
+// (Saad's ILUT, row by row with dual dropping, and the symmetric orderings
+// of ordering.cpp applied first, are further options: see ilut() below.)
 // A fill entry that is dropped is, with modified ILU (Gustafsson 1978),
 // added to the pivot of its row, so that M and A have the same row sums.
 // Pivots: 'N' the diagonal in the natural order; 'U' the caller's order;
@@ -26,6 +28,7 @@
 #include "common.hpp"
 
 #include <algorithm>
+#include <functional>
 #include <map>
 #include <set>
 
@@ -58,11 +61,10 @@ struct Entry {
     long lev; // level of fill
 };
 
-} // namespace
-
+// The right-looking elimination described at the top.
 template <class K>
-int ilu_factor(const Cs<K> &a, const IluOptions &o, const long *user_p, const long *user_q, IluFactor<K> &f,
-               long &npivm)
+int eliminate(const Cs<K> &a, const IluOptions &o, const long *user_p, const long *user_q, IluFactor<K> &f,
+              long &npivm)
 {
     const long n = a.n;
     const mpfr_prec_t prec = a.a.precision();
@@ -291,78 +293,338 @@ int ilu_factor(const Cs<K> &a, const IluOptions &o, const long *user_p, const lo
     return kIluOk;
 }
 
+// Saad's ILUT (Iterative Methods for Sparse Linear Systems, 2nd ed., alg.
+// 10.8), the IKJ form of Gaussian elimination: row i of A is copied to a
+// dense work row w, and for each k < i with w_k != 0, in increasing order
+// (a heap of the columns), l = w_k / u_kk is dropped when |w_k| < tau_i,
+// else w -= l u_k (row k of U, pivot included).  Then the entries of U
+// (j > i) below tau_i are dropped, the L part and the U part each keep
+// their lfil largest, and, with a fill factor, both keep their largest
+// within what is left of the budget fill_factor * (entries of A's rows so
+// far) - (entries of the factor's rows so far), split evenly; the rest is
+// row i of the factor.  tau_i is dtol times the largest entry of row i of
+// A.  Two departures from Saad's text, both making the dropping
+// independent of the scale of the matrix: a multiplier is judged by the
+// entry |l u_kk| it removes, not by |l| (a multiplier is a ratio, the
+// threshold a size), and the fill limit is a running budget, not a
+// per-row count, so the rows that meet much fill late in a fill-reducing
+// order (the separators of minimum degree) can use what earlier rows
+// left.  The diagonal is always kept; a pivot of size at most eps times the
+// 1-norm of its row is replaced as in the elimination.  The work per row is
+// linear in the fill it meets, plus a log for the heap and a selection for
+// the largest entries.
+template <class K>
+int ilut(const Cs<K> &a, const IluOptions &o, IluFactor<K> &f, long &npivm)
+{
+    const long n = a.n;
+    const mpfr_prec_t prec = a.a.precision();
+    const size_t un = static_cast<size_t>(n);
+    Tmp t(prec);
+    Pool<K> pool(prec);
+    Vec<K> w(n, prec), l(1, prec), upd(1, prec);
+    Vec<K> rdiag(n, prec);
+    Real eps(prec), thr(prec), nrm1(prec), s(prec), dtol(prec);
+    mpfr_set_ui_2exp(eps, 1, 1 - prec, MPFR_RNDN);
+    mpfr_set_d(dtol, o.dtol, MPFR_RNDN);
+    // Columns carry labels, their columns in A; colpos[label] is the
+    // label's pivot position and lab[position] its inverse.  Threshold
+    // pivoting swaps two positions at or after the current row, so a row of
+    // U made earlier keeps labels that are all after its own position.  The
+    // work row is indexed by label.
+    std::vector<long> pos(un, -1), nz, lab(un), colpos(un);
+    for (long k = 0; k < n; ++k)
+        lab[size_t(k)] = colpos[size_t(k)] = k;
+    Real pbig(prec), pthr(prec);
+    mpfr_set_d(pthr, o.pivot_thresh, MPFR_RNDN);
+    // the rows of L (position, pool index) and of U (label, pool index)
+    std::vector<std::vector<std::pair<long, long>>> lrow(un), urow(un);
+    std::vector<long> upiv(un); // pool index of u_kk
+    std::vector<long> heap, keep;
+    long seen_a = 0, used = 0;
+    npivm = 0;
+    for (long i = 0; i < n; ++i) {
+        nz.clear();
+        heap.clear();
+        mpfr_set_zero(thr, 1);
+        mpfr_set_zero(nrm1, 1);
+        for (long e = a.start[size_t(i)]; e < a.start[size_t(i + 1)]; ++e) {
+            const long j = a.col[size_t(e)];
+            K::set(w[j], a.a[e]);
+            pos[size_t(j)] = long(nz.size());
+            nz.push_back(j);
+            if (colpos[size_t(j)] < i)
+                heap.push_back(colpos[size_t(j)]);
+            K::abs(s, a.a[e], t);
+            mpfr_add(nrm1, nrm1, s, MPFR_RNDN);
+            if (mpfr_cmp(s, thr) > 0)
+                mpfr_set(thr, s, MPFR_RNDN);
+        }
+        mpfr_mul(thr, thr, dtol, MPFR_RNDN);
+        if (mpfr_zero_p(nrm1))
+            mpfr_set_ui(nrm1, 1, MPFR_RNDN);
+        std::make_heap(heap.begin(), heap.end(), std::greater<long>());
+        while (!heap.empty()) {
+            std::pop_heap(heap.begin(), heap.end(), std::greater<long>());
+            const long k = heap.back(), c = lab[size_t(k)];
+            heap.pop_back();
+            K::mul(l[0], w[c], rdiag[k], t);
+            K::abs(s, w[c], t);
+            if (mpfr_cmp(s, thr) < 0 || K::is_zero(l[0])) {
+                K::zero(w[c]);
+                continue;
+            }
+            K::set(w[c], l[0]);
+            for (auto &[j, v] : urow[size_t(k)]) {
+                K::mul(upd[0], l[0], pool[v], t);
+                if (pos[size_t(j)] < 0) {
+                    K::neg(w[j], upd[0]);
+                    pos[size_t(j)] = long(nz.size());
+                    nz.push_back(j);
+                    if (colpos[size_t(j)] < i) {
+                        heap.push_back(colpos[size_t(j)]);
+                        std::push_heap(heap.begin(), heap.end(), std::greater<long>());
+                    }
+                } else {
+                    K::sub(w[j], w[j], upd[0]);
+                }
+            }
+        }
+        // threshold pivoting: the largest entry of the U part becomes the
+        // pivot when the diagonal is below pivot_thresh times it
+        long d = lab[size_t(i)];
+        if (o.pstrat == 'P') {
+            long big = -1;
+            for (long j : nz)
+                if (colpos[size_t(j)] > i && !K::is_zero(w[j]) && (big < 0 || K::cmpabs(w[j], w[big], t) > 0))
+                    big = j;
+            if (big >= 0) {
+                K::abs(pbig, w[big], t);
+                mpfr_mul(pbig, pbig, pthr, MPFR_RNDN);
+                if (pos[size_t(d)] >= 0)
+                    K::abs(s, w[d], t);
+                else
+                    mpfr_set_zero(s, 1);
+                if (mpfr_cmp(s, pbig) < 0) {
+                    const long pb = colpos[size_t(big)];
+                    lab[size_t(i)] = big;
+                    lab[size_t(pb)] = d;
+                    colpos[size_t(big)] = i;
+                    colpos[size_t(d)] = pb;
+                    d = big;
+                }
+            }
+        }
+        // the row of the factor: dual dropping
+        const long row_nnz = a.start[size_t(i + 1)] - a.start[size_t(i)];
+        long cap = o.lfil > 0 ? o.lfil : n;
+        seen_a += row_nnz;
+        if (o.fill_factor > 0)
+            cap = std::min(cap, std::max(0L, long((o.fill_factor * double(seen_a) - double(used) - 1) / 2)));
+        auto larger = [&](long x, long y) { return K::cmpabs(w[x], w[y], t) > 0; };
+        for (int part = 0; part < 2; ++part) {
+            keep.clear();
+            for (long j : nz) {
+                const long cp = colpos[size_t(j)];
+                if ((part == 0 && cp >= i) || (part == 1 && cp <= i) || K::is_zero(w[j]))
+                    continue;
+                K::abs(s, w[j], t);
+                if (part == 0 || mpfr_cmp(s, thr) >= 0) // L entries were tested when made
+                    keep.push_back(j);
+            }
+            if (long(keep.size()) > cap) {
+                std::nth_element(keep.begin(), keep.begin() + cap, keep.end(), larger);
+                keep.resize(size_t(cap));
+            }
+            auto &dst = part == 0 ? lrow[size_t(i)] : urow[size_t(i)];
+            for (long j : keep) {
+                const long v = pool.add();
+                K::set(pool[v], w[j]);
+                dst.push_back({part == 0 ? colpos[size_t(j)] : j, v});
+            }
+            if (part == 0)
+                std::sort(dst.begin(), dst.end());
+            used += long(keep.size());
+        }
+        used += 1;
+        // the pivot
+        const long pv = pool.add();
+        if (pos[size_t(d)] >= 0)
+            K::set(pool[pv], w[d]);
+        K::abs(s, pool[pv], t);
+        mpfr_mul(l[0], eps, nrm1, MPFR_RNDN);
+        if (mpfr_cmp(s, l[0]) <= 0) {
+            K::set_real(pool[pv], nrm1);
+            ++npivm;
+        }
+        upiv[size_t(i)] = pv;
+        K::inv(rdiag[i], pool[pv], t);
+        for (long j : nz) {
+            K::zero(w[j]);
+            pos[size_t(j)] = -1;
+        }
+    }
+
+    // The factor: L, 1/D and the unit upper U = D^{-1} U by rows.
+    f.n = n;
+    f.hermitian = false;
+    f.p.resize(un);
+    f.q.resize(un);
+    long total = 0;
+    for (long k = 0; k < n; ++k) {
+        f.p[size_t(k)] = k;
+        f.q[size_t(k)] = lab[size_t(k)];
+        for (auto &e : urow[size_t(k)]) // labels to their final positions
+            e.first = colpos[size_t(e.first)];
+        std::sort(urow[size_t(k)].begin(), urow[size_t(k)].end());
+        total += long(lrow[size_t(k)].size() + urow[size_t(k)].size()) + 1;
+    }
+    f.start.assign(un + 1, 0);
+    f.diag.assign(un, 0);
+    f.col.assign(size_t(total), 0);
+    f.c = Vec<K>(total, prec);
+    long at = 0;
+    for (long k = 0; k < n; ++k) {
+        f.start[size_t(k)] = at;
+        for (auto &[c, v] : lrow[size_t(k)]) {
+            f.col[size_t(at)] = c;
+            K::set(f.c[at++], pool[v]);
+        }
+        f.diag[size_t(k)] = at;
+        f.col[size_t(at)] = k;
+        K::set(f.c[at++], rdiag[k]);
+        for (auto &[c, v] : urow[size_t(k)]) {
+            f.col[size_t(at)] = c;
+            K::mul(f.c[at++], pool[v], rdiag[k], t);
+        }
+    }
+    f.start[un] = at;
+    return kIluOk;
+}
+
+} // namespace
+
+template <class K>
+Cs<K> permuted(const Cs<K> &a, const std::vector<long> &perm)
+{
+    const long n = a.n;
+    std::vector<long> inv(static_cast<size_t>(n));
+    for (long k = 0; k < n; ++k)
+        inv[size_t(perm[size_t(k)])] = k;
+    std::vector<std::pair<std::pair<long, long>, long>> ent; // ((new row, new column), entry)
+    ent.reserve(size_t(a.nnz()));
+    for (long e = 0; e < a.nnz(); ++e)
+        ent.push_back({{inv[size_t(a.row[size_t(e)])], inv[size_t(a.col[size_t(e)])]}, e});
+    std::sort(ent.begin(), ent.end());
+    Cs<K> b;
+    b.n = n;
+    b.row.resize(ent.size());
+    b.col.resize(ent.size());
+    b.a = Vec<K>(a.nnz(), a.a.precision());
+    for (size_t e = 0; e < ent.size(); ++e) {
+        b.row[e] = ent[e].first.first;
+        b.col[e] = ent[e].first.second;
+        K::set(b.a[long(e)], a.a[ent[e].second]);
+    }
+    index_rows(b);
+    return b;
+}
+
+template <class K>
+int ilu_factor(const Cs<K> &a, const IluOptions &o, const long *user_p, const long *user_q, IluFactor<K> &f,
+               long &npivm)
+{
+    if (o.ilut && (o.lfill >= 0 || !one_of(o.pstrat, "NP") || o.hermitian || o.milu || !(o.pivot_thresh > 0)))
+        return kIluBadOptions;
+    if (o.order != 'N' && o.pstrat != 'U') {
+        // factor P A P^T, then express its pivot order in A's indices
+        const std::vector<long> perm = symmetric_order(a.n, a.row, a.col, o.order);
+        IluOptions inner = o;
+        inner.order = 'N';
+        const int r = ilu_factor(permuted(a, perm), inner, user_p, user_q, f, npivm);
+        if (r == kIluOk)
+            for (long k = 0; k < a.n; ++k) {
+                f.p[size_t(k)] = perm[size_t(f.p[size_t(k)])];
+                f.q[size_t(k)] = perm[size_t(f.q[size_t(k)])];
+            }
+        return r;
+    }
+    if (o.ilut)
+        return ilut(a, o, f, npivm);
+    return eliminate(a, o, user_p, user_q, f, npivm);
+}
+
+// The solves work in x itself: element k of the permuted vector of the
+// triangular solves lives at x[q[k]] (M^{-1}) or x[p[k]] (M^{-T}, M^{-H} and
+// the Cholesky factor), so no temporary vector is made; each entry of the
+// factor costs one multiply-add (a multiplication for the pivots).
 template <class K>
 void ilu_solve(const IluFactor<K> &f, char trans, const Vec<K> &y, Vec<K> &x, Tmp &t)
 {
     const long n = f.n;
-    Vec<K> z(n, y.precision());
-    Vec<K> c(1, y.precision());
-    if (f.hermitian) {
+    const long *st = f.start.data(), *dg = f.diag.data(), *col = f.col.data();
+    if (f.hermitian || trans == 'N') {
+        const long *p = f.p.data(), *q = f.hermitian ? f.p.data() : f.q.data();
         for (long k = 0; k < n; ++k)
-            K::set(z[k], y[f.p[size_t(k)]]);
-        for (long k = 0; k < n; ++k)
-            for (long e = f.start[size_t(k)]; e < f.diag[size_t(k)]; ++e)
-                K::mulsub(z[k], f.c[e], z[f.col[size_t(e)]], t);
-        for (long k = 0; k < n; ++k)
-            K::mul(z[k], z[k], f.c[f.diag[size_t(k)]], t);
-        for (long k = n - 1; k >= 0; --k)
-            for (long e = f.start[size_t(k)]; e < f.diag[size_t(k)]; ++e) {
-                K::conj(c[0], f.c[e]);
-                K::mulsub(z[f.col[size_t(e)]], c[0], z[k], t);
-            }
-        for (long k = 0; k < n; ++k)
-            K::set(x[f.p[size_t(k)]], z[k]);
-        return;
-    }
-    if (trans == 'N') {
-        for (long k = 0; k < n; ++k)
-            K::set(z[k], y[f.p[size_t(k)]]);
-        for (long k = 0; k < n; ++k)
-            for (long e = f.start[size_t(k)]; e < f.diag[size_t(k)]; ++e)
-                K::mulsub(z[k], f.c[e], z[f.col[size_t(e)]], t);
-        for (long k = 0; k < n; ++k)
-            K::mul(z[k], z[k], f.c[f.diag[size_t(k)]], t);
-        for (long k = n - 1; k >= 0; --k)
-            for (long e = f.diag[size_t(k)] + 1; e < f.start[size_t(k + 1)]; ++e)
-                K::mulsub(z[k], f.c[e], z[f.col[size_t(e)]], t);
-        for (long k = 0; k < n; ++k)
-            K::set(x[f.q[size_t(k)]], z[k]);
-        return;
-    }
-    const bool cj = trans == 'C';
-    for (long k = 0; k < n; ++k)
-        K::set(z[k], y[f.q[size_t(k)]]);
-    for (long k = 0; k < n; ++k)
-        for (long e = f.diag[size_t(k)] + 1; e < f.start[size_t(k + 1)]; ++e) {
-            if (cj)
-                K::conj(c[0], f.c[e]);
-            else
-                K::set(c[0], f.c[e]);
-            K::mulsub(z[f.col[size_t(e)]], c[0], z[k], t);
+            K::set(x[q[k]], y[p[k]]);
+        for (long k = 0; k < n; ++k) {
+            mpfr_ptr zk = x[q[k]];
+            for (long e = st[k]; e < dg[k]; ++e)
+                K::mulsub(zk, f.c[e], x[q[col[e]]], t);
         }
+        for (long k = 0; k < n; ++k)
+            K::mul(x[q[k]], x[q[k]], f.c[dg[k]], t);
+        if (f.hermitian) {
+            for (long k = n - 1; k >= 0; --k) {
+                mpfr_srcptr zk = x[q[k]];
+                for (long e = st[k]; e < dg[k]; ++e)
+                    K::cmulsub(x[q[col[e]]], f.c[e], zk, t);
+            }
+            return;
+        }
+        for (long k = n - 1; k >= 0; --k) {
+            mpfr_ptr zk = x[q[k]];
+            for (long e = dg[k] + 1; e < st[k + 1]; ++e)
+                K::mulsub(zk, f.c[e], x[q[col[e]]], t);
+        }
+        return;
+    }
+    // M^{-T} y or M^{-H} y: U^T (or U^H) forward, D, L^T (L^H) backward
+    const bool cj = trans == 'C';
+    const long *p = f.p.data(), *q = f.q.data();
+    for (long k = 0; k < n; ++k)
+        K::set(x[p[k]], y[q[k]]);
+    for (long k = 0; k < n; ++k) {
+        mpfr_srcptr zk = x[p[k]];
+        for (long e = dg[k] + 1; e < st[k + 1]; ++e) {
+            if (cj)
+                K::cmulsub(x[p[col[e]]], f.c[e], zk, t);
+            else
+                K::mulsub(x[p[col[e]]], f.c[e], zk, t);
+        }
+    }
     for (long k = 0; k < n; ++k) {
         if (cj)
-            K::conj(c[0], f.c[f.diag[size_t(k)]]);
+            K::cmul(x[p[k]], f.c[dg[k]], x[p[k]], t);
         else
-            K::set(c[0], f.c[f.diag[size_t(k)]]);
-        K::mul(z[k], z[k], c[0], t);
+            K::mul(x[p[k]], x[p[k]], f.c[dg[k]], t);
     }
-    for (long k = n - 1; k >= 0; --k)
-        for (long e = f.start[size_t(k)]; e < f.diag[size_t(k)]; ++e) {
+    for (long k = n - 1; k >= 0; --k) {
+        mpfr_srcptr zk = x[p[k]];
+        for (long e = st[k]; e < dg[k]; ++e) {
             if (cj)
-                K::conj(c[0], f.c[e]);
+                K::cmulsub(x[p[col[e]]], f.c[e], zk, t);
             else
-                K::set(c[0], f.c[e]);
-            K::mulsub(z[f.col[size_t(e)]], c[0], z[k], t);
+                K::mulsub(x[p[col[e]]], f.c[e], zk, t);
         }
-    for (long k = 0; k < n; ++k)
-        K::set(x[f.p[size_t(k)]], z[k]);
+    }
 }
 
 template TALVO_SPARSE_API int ilu_factor(const Cs<RealKind> &, const IluOptions &, const long *, const long *,
                                          IluFactor<RealKind> &, long &);
 template TALVO_SPARSE_API int ilu_factor(const Cs<ComplexKind> &, const IluOptions &, const long *, const long *,
                                          IluFactor<ComplexKind> &, long &);
+template TALVO_SPARSE_API Cs<RealKind> permuted(const Cs<RealKind> &, const std::vector<long> &);
+template TALVO_SPARSE_API Cs<ComplexKind> permuted(const Cs<ComplexKind> &, const std::vector<long> &);
 template TALVO_SPARSE_API void ilu_solve(const IluFactor<RealKind> &, char, const Vec<RealKind> &,
                                          Vec<RealKind> &, Tmp &);
 template TALVO_SPARSE_API void ilu_solve(const IluFactor<ComplexKind> &, char, const Vec<ComplexKind> &,

@@ -15,7 +15,9 @@
 //   - CGS (Sonneveld 1989), preconditioned as in Barrett et al., Templates
 //     for the Solution of Linear Systems (1994);
 //   - Bi-CGSTAB(l) (Sleijpen and Fokkema 1993), l BiCG steps then a minimal
-//     residual polynomial of degree l;
+//     residual polynomial of degree l; x is updated once per cycle from the
+//     accumulated update of y (one more solve with M), except for l = 1,
+//     where both updates of x come from the two solves of the step;
 //   - TFQMR (Freund 1993), in the form of Saad's Iterative Methods for
 //     Sparse Linear Systems, alg. 7.8, with the quasi-residual bound
 //     tau sqrt(m + 1) deciding when the true residual is checked;
@@ -344,12 +346,36 @@ Request Krylov<K>::run()
                     {
                         const long j = S.j, m1 = s_.m + 1;
                         Vec<K> &wv = S.V[j + 1];
-                        for (long i = 0; i <= j; ++i) { // modified Gram-Schmidt
-                            mpfr_ptr h = S.H[i + j * m1];
-                            dot(h, S.V[i], wv, t, acc);
-                            axmy(wv, h, S.V[i], t);
+                        // Modified Gram-Schmidt, one pass over w per basis
+                        // vector: the update of w by V_i and the inner product
+                        // of V_{i+1} with the updated w (the next h) go
+                        // together, and the last pass also sums |w|^2; the
+                        // operations and their order are those of the plain
+                        // loop (h_i = V_i^H w, w -= h_i V_i, then ||w||), so
+                        // the results are the same to the bit, with fewer
+                        // reads of w.
+                        dot(S.H[j * m1], S.V[0], wv, t, acc);
+                        mpfr_set_zero(r2, 1);
+                        for (long i = 0; i <= j; ++i) {
+                            mpfr_srcptr h = S.H[i + j * m1];
+                            const Vec<K> &vi = S.V[i];
+                            if (i < j) {
+                                const Vec<K> &vn = S.V[i + 1];
+                                K::zero(acc);
+                                for (long k = 0; k < n; ++k) {
+                                    K::mulsub(wv[k], h, vi[k], t);
+                                    K::cmuladd(acc, vn[k], wv[k], t);
+                                }
+                                K::set(S.H[i + 1 + j * m1], acc);
+                            } else {
+                                for (long k = 0; k < n; ++k) {
+                                    K::mulsub(wv[k], h, vi[k], t);
+                                    K::abs2(r3, wv[k], t);
+                                    mpfr_add(r2, r2, r3, MPFR_RNDN);
+                                }
+                            }
                         }
-                        norm(r2, wv, '2', t);
+                        mpfr_sqrt(r2, r2, MPFR_RNDN);
                         K::set_real(S.H[j + 1 + j * m1], r2);
                         if (!mpfr_zero_p(r2)) {
                             mpfr_ui_div(r3, 1, r2, MPFR_RNDN);
@@ -518,9 +544,12 @@ Request Krylov<K>::run()
                     K::div(alpha, rho, sigma, t);
                     for (long i = 0; i <= S.j; ++i)
                         axmy(S.rh[i], alpha, S.uh[i + 1], t);
+                    if (s_.m == 1) // x += alpha M^{-1} uh[0], which z holds
+                        axpy(x_, alpha, z_, t);
                     KRYLOV_PRECON(S.rh[S.j], z_);
                     KRYLOV_MATVEC(z_, S.rh[S.j + 1]);
-                    axpy(S.w[1], alpha, S.uh[0], t);
+                    if (s_.m > 1)
+                        axpy(S.w[1], alpha, S.uh[0], t);
                     ++itn_;
                 }
                 if (S.i == 0) {
@@ -559,7 +588,10 @@ Request Krylov<K>::run()
                         for (long i = j + 1; i <= l - 1; ++i)
                             K::muladd(S.gpp[j], T(j, i), S.gam[i + 1], t);
                     }
-                    axpy(S.w[1], S.gam[1], S.rh[0], t);
+                    if (l == 1) // x += gamma_1 M^{-1} rh[0], which z holds
+                        axpy(x_, S.gam[1], z_, t);
+                    else
+                        axpy(S.w[1], S.gam[1], S.rh[0], t);
                     axmy(S.rh[0], S.gp[l], S.rh[l], t);
                     axmy(S.uh[0], S.gam[l], S.uh[l], t);
                     for (long j = 1; j <= l - 1; ++j) {
@@ -570,9 +602,11 @@ Request Krylov<K>::run()
                     if (K::is_zero(omega) && !mpfr_zero_p(S.sig[l]))
                         KRYLOV_FINISH(kBreakdown);
                 }
-                KRYLOV_PRECON(S.w[1], z_);
-                for (long k = 0; k < n; ++k)
-                    K::add(x_[k], x_[k], z_[k]);
+                if (s_.m > 1) { // l > 1: x += M^{-1} (the cycle's update of y)
+                    KRYLOV_PRECON(S.w[1], z_);
+                    for (long k = 0; k < n; ++k)
+                        K::add(x_[k], x_[k], z_[k]);
+                }
                 if (test(S.rh[0], x_))
                     KRYLOV_FINISH(kConverged);
                 if (!mpfr_number_p(stplhs_) || S.i != 0)

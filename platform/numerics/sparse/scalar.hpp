@@ -55,8 +55,9 @@ struct RealKind {
         mpfr_mul(t[0], a, x, MPFR_RNDN);
         mpfr_sub(y, y, t[0], MPFR_RNDN);
     }
-    // y += conj(a) x
+    // y += conj(a) x and y -= conj(a) x
     static void cmuladd(mpfr_ptr y, mpfr_srcptr a, mpfr_srcptr x, Tmp &t) { muladd(y, a, x, t); }
+    static void cmulsub(mpfr_ptr y, mpfr_srcptr a, mpfr_srcptr x, Tmp &t) { mulsub(y, a, x, t); }
     // r = a s with s real
     static void scale(mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr s) { mpfr_mul(r, a, s, MPFR_RNDN); }
     static void abs(mpfr_ptr r, mpfr_srcptr a, Tmp &) { mpfr_abs(r, a, MPFR_RNDN); }
@@ -184,6 +185,12 @@ struct ComplexKind {
         product(a, x, t, true);
         mpfr_add(y, y, t[0], MPFR_RNDN);
         mpfr_add(y + 1, y + 1, t[2], MPFR_RNDN);
+    }
+    static void cmulsub(mpfr_ptr y, mpfr_srcptr a, mpfr_srcptr x, Tmp &t)
+    {
+        product(a, x, t, true);
+        mpfr_sub(y, y, t[0], MPFR_RNDN);
+        mpfr_sub(y + 1, y + 1, t[2], MPFR_RNDN);
     }
     static void scale(mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr s)
     {

@@ -72,9 +72,37 @@ struct IluOptions {
     bool milu = false;     // modified: dropped fill added to the pivot (row sums kept)
     double dscale = 0;     // the factor is of A + dscale diag(A)
     bool hermitian = false; // keep L and D only (A Hermitian, symmetric pivoting)
+    // A symmetric ordering of rows and columns applied before the pivoting
+    // (ordering.cpp): 'N' none, 'R' reverse Cuthill-McKee, 'D' minimum degree.
+    // Ignored with the caller's pivot order (pstrat 'U').
+    char order = 'N';
+    // Saad's ILUT instead of the elimination above (lfill < 0, pstrat 'N'
+    // or 'P', not hermitian, not milu): row by row, dual dropping (ilu.cpp).
+    // With pstrat 'P' threshold pivoting by columns (ILUTP): the largest
+    // entry of a row's U part becomes its pivot when the diagonal entry is
+    // below pivot_thresh times it (1: always the largest).  With
+    // tau_i = dtol times the largest entry of row i of A, a multiplier
+    // l_ik is dropped when |l_ik u_kk| < tau_i, an entry of U when it is
+    // below tau_i; each row keeps the lfil largest entries of its L part and
+    // of its U part (lfil <= 0: no limit), and with fill_factor > 0 the
+    // first i rows of the factor hold at most fill_factor times the entries
+    // of the first i rows of A.
+    bool ilut = false;
+    long lfil = 0;
+    double fill_factor = 0;
+    double pivot_thresh = 0.1;
 };
 
-enum IluStatus { kIluOk = 0, kIluBadPivotOrder = 1 };
+enum IluStatus { kIluOk = 0, kIluBadPivotOrder = 1, kIluBadOptions = 2 };
+
+// A symmetric ordering of the structure of A + A^T (how: 'R' reverse
+// Cuthill-McKee, 'D' minimum degree, else the natural order): perm[k] is the
+// original index of position k.
+TALVO_SPARSE_API std::vector<long> symmetric_order(long n, const std::vector<long> &row, const std::vector<long> &col,
+                                                   char how);
+// P A P^T: entry (i, j) of the result is a(perm[i], perm[j]), rows ordered.
+template <class K>
+TALVO_SPARSE_API Cs<K> permuted(const Cs<K> &a, const std::vector<long> &perm);
 
 // Factorises the n x n matrix a (full storage).  user_p, user_q: the pivot
 // order when pstrat is 'U' (0-based), else ignored.  npivm: pivots that were
