@@ -8,12 +8,20 @@ sample in a library entry and a user procedure called by a library entry.
 Each must stop with "Error, interrupted" and the prompt must come back with
 the host intact: variables set before, "Digits" as the user set it, the
 library usable.  Ctrl-C while a line is typed drops the line.
+
+Keys are typed when the terminal is in the mode they are meant for, read
+from the terminal itself: Ctrl-C for a running statement once the line
+editor has handed the terminal back (canonical mode, where Ctrl-C raises
+SIGINT), and keys for the line editor once it reads again (raw mode).  On a
+busy machine the time between the echo of a line and the switch of mode is
+not bounded, and a key typed in the wrong mode means something else.
 """
 import os
 import pty
 import re
 import select
 import sys
+import termios
 import time
 
 TALVO, LIB = sys.argv[1], sys.argv[2]
@@ -51,8 +59,34 @@ def read_until(pattern, what):
             seen += chunk
 
 
+def drain(timeout):
+    """Reads what the terminal shows within `timeout` seconds."""
+    global seen
+    r, _, _ = select.select([fd], [], [], timeout)
+    if r:
+        try:
+            chunk = os.read(fd, 4096)
+        except OSError:
+            chunk = b""
+        seen += chunk
+
+
+def wait_mode(canonical, what):
+    """Waits until the terminal is in canonical mode (a statement runs) or
+    not (the line editor reads a line)."""
+    deadline = time.monotonic() + TIMEOUT
+    while bool(termios.tcgetattr(fd)[3] & termios.ICANON) != canonical:
+        if time.monotonic() > deadline:
+            fail(f"timed out waiting for the terminal mode of {what!r}")
+        drain(0.01)
+
+
 def fail(message):
-    sys.stderr.write(f"interrupt test: {message}\n--- terminal output ---\n{seen.decode(errors='replace')}\n")
+    # The reason comes last: a long log is read from its end.
+    text = seen.decode(errors="replace")
+    sys.stdout.write(f"--- terminal output (last 2000 characters) ---\n{text[-2000:]}\n---\n")
+    sys.stdout.write(f"interrupt test failed: {message}\n")
+    sys.stdout.flush()
     try:
         os.kill(pid, 9)
     except ProcessLookupError:
@@ -69,6 +103,7 @@ def interrupt_after(statement, delay, what):
     send(statement + "\n")
     read_until(re.escape(statement[:20]), f"the echo of {what}")  # the line was read
     read_until(r"\n", f"the end of the echo of {what}")
+    wait_mode(True, what)
     time.sleep(delay)
     t0 = time.monotonic()
     send("\x03")
@@ -111,6 +146,8 @@ expect("randomize(3): nops([seq(STATS_TalvoNormalRandomVariate_MP(0, 1), j = 1..
 expect("STATS_TalvoNormalProbability_MP(0, 0, 1);", "0.5")
 
 # Ctrl-C at the prompt drops the line being typed; the next statement runs.
+read_until(r"> ", "the prompt before a dropped line")
+wait_mode(False, "the prompt before a dropped line")
 send("unfinished := ")
 time.sleep(0.3)
 send("\x03")
@@ -122,18 +159,14 @@ expect("1 + 1, assigned(unfinished);", "2, false")
 # terminal is in its cooked mode and takes the end-of-file as its own,
 # and the line editor, switching to raw mode, may never see it.
 read_until(r"> ", "the prompt before the end of input")
+wait_mode(False, "the prompt before the end of input")
 send("\x04")
 deadline = time.monotonic() + TIMEOUT
 while time.monotonic() < deadline:
     done, status = os.waitpid(pid, os.WNOHANG)
     if done:
         break
-    r, _, _ = select.select([fd], [], [], 0.2)
-    if r:
-        try:
-            os.read(fd, 4096)
-        except OSError:
-            pass
+    drain(0.2)
 else:
     fail("talvo did not end at the end of input")
 if not os.WIFEXITED(status) or os.WEXITSTATUS(status) != 0:
