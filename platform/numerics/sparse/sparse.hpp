@@ -91,6 +91,13 @@ struct IluOptions {
     long lfil = 0;
     double fill_factor = 0;
     double pivot_thresh = 0.1;
+    // ILUT's rule (ilu.cpp): 'S' Saad's, as above, row by row, a multiplier
+    // dropped as it is met; 'L' Li and Shao's (SuperLU's ILUTP without its
+    // supernodes), column by column, each column complete before its
+    // entries are tested: u_kj dropped when below dtol times the largest
+    // entry of column j of A, l_ij when |l_ij| < dtol; pivoting 'P'
+    // exchanges rows, and lfil and fill_factor count columns.
+    char ilut_rule = 'S';
 };
 
 enum IluStatus { kIluOk = 0, kIluBadPivotOrder = 1, kIluBadOptions = 2 };
