@@ -12,8 +12,9 @@
 //   - lfill >= 0: its level, lev(i,q) + lev(p,c) + 1 with original entries
 //     at level 0, is at most lfill (ILU(k) of Meijerink and van der Vorst);
 //   - lfill < 0: its size is at least dtol times the 2-norm of row i of A.
-// (Saad's ILUT, row by row with dual dropping, and the symmetric orderings
-// of ordering.cpp applied first, are further options: see ilut() below.)
+// (ILUT, row by row with Saad's dual dropping or column by column with Li
+// and Shao's, and the symmetric orderings of ordering.cpp applied first,
+// are further options: see ilut() and ilut_by_columns() below.)
 // A fill entry that is dropped is, with modified ILU (Gustafsson 1978),
 // added to the pivot of its row, so that M and A have the same row sums.
 // Pivots: 'N' the diagonal in the natural order; 'U' the caller's order;
