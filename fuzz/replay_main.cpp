@@ -27,25 +27,16 @@
 #include <iterator>
 #include <random>
 #include <string>
+#include <dlfcn.h>
 #include <fcntl.h>
+#include <link.h>
 #include <unistd.h>
 #include <vector>
 
-#if defined(__has_include)
-#if __has_include(<sanitizer/common_interface_defs.h>)
-#include <sanitizer/common_interface_defs.h>
-#define REPLAY_HAS_SANITIZER_HEADER 1
-#endif
-#endif
 
 extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv);
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
 
-#ifdef REPLAY_HAS_SANITIZER_HEADER
-// Present only when a sanitizer runtime is linked in.
-extern "C" void __sanitizer_set_death_callback(void (*callback)(void)) __attribute__((weak));
-extern "C" void __sanitizer_set_report_fd(void *fd) __attribute__((weak));
-#endif
 
 namespace {
 
@@ -68,9 +59,10 @@ Bytes read_file(const fs::path &f)
 // before each run, read only by the report.
 Bytes g_current;
 volatile sig_atomic_t g_reported = 0;
-// Where the smoke run reports: standard error as it was at the start.  The
-// inputs' own messages (host errors, thousands a second) go to /dev/null.
-int g_report_fd = 2;
+// Where the smoke run reports: the descriptor of standard error.
+const int g_report_fd = 2;
+// Set while an input of the smoke run runs: an exit then is a finding too.
+volatile sig_atomic_t g_in_input = 0;
 
 void write_all(int fd, const void *p, size_t n)
 {
@@ -238,6 +230,34 @@ private:
     const std::vector<Bytes> &m_dict;
 };
 
+// Each sanitizer runtime in the process (gcc links AddressSanitizer's and
+// UndefinedBehaviorSanitizer's as two libraries, each with its own settings)
+// is told to call report_current before the program dies: UndefinedBehavior-
+// Sanitizer ends the program with _exit, which no atexit handler sees.
+int hook_sanitizer_runtime(struct dl_phdr_info *info, size_t, void *)
+{
+    const char *name = info->dlpi_name;
+    if (name == nullptr || std::strstr(name, "san") == nullptr)
+        return 0;
+    void *h = dlopen(name, RTLD_LAZY | RTLD_NOLOAD);
+    if (h == nullptr)
+        return 0;
+    using SetDeath = void (*)(void (*)(void));
+    if (auto set_death = reinterpret_cast<SetDeath>(dlsym(h, "__sanitizer_set_death_callback")))
+        set_death(report_current);
+    dlclose(h);
+    return 0;
+}
+
+void on_exit_during_input()
+{
+    if (!g_in_input)
+        return;
+    const char *m = "\nfuzz smoke: the program exited while an input ran\n";
+    write_all(g_report_fd, m, std::strlen(m));
+    report_current();
+}
+
 int usage()
 {
     std::fprintf(stderr, "usage: replay PATH...\n       replay --mutate SECONDS [--seed N] [--dict FILE] PATH...\n");
@@ -319,21 +339,16 @@ int main(int argc, char **argv)
         dict = read_dictionary(dict_path);
     for (int sig : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGALRM})
         std::signal(sig, on_fatal_signal);
+    // The inputs' own messages (host errors, thousands a second) go through
+    // the C library's stderr, which is sent to /dev/null; the descriptor 2
+    // stays as it was, for the sanitizers' reports and for ours.
     if (std::getenv("TALVO_FUZZ_VERBOSE") == nullptr) {
         std::fflush(stderr);
-        g_report_fd = dup(2);
-        int null_fd = ::open("/dev/null", O_WRONLY);
-        if (g_report_fd < 0 || null_fd < 0)
-            return 2;
-        dup2(null_fd, 2);
-        ::close(null_fd);
+        if (FILE *null_file = std::fopen("/dev/null", "w"))
+            stderr = null_file;
     }
-#ifdef REPLAY_HAS_SANITIZER_HEADER
-    if (__sanitizer_set_report_fd != nullptr)
-        __sanitizer_set_report_fd(reinterpret_cast<void *>(static_cast<intptr_t>(g_report_fd)));
-    if (__sanitizer_set_death_callback != nullptr)
-        __sanitizer_set_death_callback(report_current);
-#endif
+    dl_iterate_phdr(hook_sanitizer_runtime, nullptr);
+    std::atexit(on_exit_during_input);
     Mutator mutator(seed, pool, dict);
     const auto start = std::chrono::steady_clock::now();
     unsigned long runs = 0;
@@ -343,7 +358,9 @@ int main(int argc, char **argv)
             break;
         g_current = mutator.next();
         alarm(kInputSeconds);
+        g_in_input = 1;
         LLVMFuzzerTestOneInput(g_current.data(), g_current.size());
+        g_in_input = 0;
         alarm(0);
         ++runs;
     }
