@@ -215,6 +215,29 @@ TEST_P(FastPath, DeviatesMatchTheFullLoop)
     TalvoMP_set_fast_paths(was);
 }
 
+// Shapes below the normal range of doubles (a float such as 2.4e-322 as a
+// double is subnormal) must not reach the double-precision start: its
+// inverse incomplete beta asserts on them (an abort in a build with
+// assertions, like the sanitizer build) and is of no use there anyway.
+// Each call returns, with a value or a failure, instead of aborting.
+TEST(InversionStart, SubnormalShapesTakeTheAsymptoticStart)
+{
+    DigitsScope d(25);
+    for (const char *tiny : {"2.3715151000379834e-322", "1e-310"}) {
+        for (const char *p : {"0.3", "0.05"}) {
+            NagError f{};
+            TalvoFloat t = TalvoMP_g01fbc(Nag_UpperTail, F(p), F(tiny), &f);
+            EXPECT_TRUE(f.code != 0 || t.handle() != nullptr) << "t, df = " << tiny;
+            NagError g{};
+            TalvoFloat x = TalvoMP_g01fec(F(p), F(tiny), F("0.5"), TalvoFloat(), &g);
+            EXPECT_TRUE(g.code != 0 || x.handle() != nullptr) << "beta, a = " << tiny;
+            NagError h{};
+            TalvoFloat y = TalvoMP_g01fec(F(p), F("0.5"), F(tiny), TalvoFloat(), &h);
+            EXPECT_TRUE(h.code != 0 || y.handle() != nullptr) << "beta, b = " << tiny;
+        }
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Digits, FastPath, ::testing::Values(10L, 15L, 20L, 30L, 31L),
                          [](const ::testing::TestParamInfo<long> &i) { return "D" + std::to_string(i.param); });
 

@@ -25,13 +25,20 @@ constexpr double kTiny = 1e-280;
 
 bool usable(double x) { return std::isfinite(x) && x > 0; }
 
+// Shape parameters the double-precision inverses are given.  Below the
+// normal range of doubles (a parameter converted from a tiny float is
+// subnormal) their series assert in a build with assertions and return
+// nothing useful without: such parameters take the asymptotic start.
+constexpr double kSmallestShape = 1e-300;
+bool shape_ok(double v) { return std::isfinite(v) && v >= kSmallestShape; }
+
 double log_beta(double a, double b) { return std::lgamma(a) + std::lgamma(b) - std::lgamma(a + b); }
 
 } // namespace
 
 double start_gamma(double a, double p, double log_p, bool upper)
 {
-    if (p > kTiny) {
+    if (p > kTiny && shape_ok(a)) {
         try {
             double x = upper ? boost::math::gamma_q_inv(a, p, Quiet()) : boost::math::gamma_p_inv(a, p, Quiet());
             if (usable(x))
@@ -52,7 +59,7 @@ double start_gamma(double a, double p, double log_p, bool upper)
 
 double start_beta(double a, double b, double p, double log_p, bool upper)
 {
-    if (p > kTiny) {
+    if (p > kTiny && shape_ok(a) && shape_ok(b)) {
         try {
             double x = upper ? boost::math::ibetac_inv(a, b, p, Quiet()) : boost::math::ibeta_inv(a, b, p, Quiet());
             if (usable(x) && x < 1)
@@ -85,7 +92,7 @@ double start_normal_upper(double q)
 
 double start_t_upper(double df, double q, double log_q)
 {
-    if (q > kTiny) {
+    if (q > kTiny && shape_ok(df)) {
         try {
             boost::math::students_t_distribution<double, Quiet> dist(df);
             double t = boost::math::quantile(boost::math::complement(dist, q));
