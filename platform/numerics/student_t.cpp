@@ -339,6 +339,27 @@ struct TConstants {
     TConstants &operator=(const TConstants &) = delete;
 };
 
+// The ball k at no fewer than prec bits.
+void ensure_k(TConstants &c, slong prec)
+{
+    if (c.k_prec >= prec)
+        return;
+    slong p = std::max<slong>(prec + 32, 192);
+    double mag = std::fabs(c.dd) + 2.0;
+    slong q = p + 8 + static_cast<slong>(std::log2(std::min(mag, 1e300)));
+    Fmpq half;
+    fmpq_set_si(half, 1, 2);
+    Arb lb, l;
+    log_beta(lb, c.a, half, q);
+    arb_log(l, c.df_ball, q);
+    arb_mul_2exp_si(l, l, -1);
+    arb_add(lb, lb, l, q);
+    arb_neg(lb, lb);
+    arb_exp(c.k, lb, p);
+    arb_inv(c.inv_df, c.df_ball, p);
+    c.k_prec = p;
+}
+
 TConstants &t_constants(const TalvoFloat &df)
 {
     static TConstants c;
@@ -366,8 +387,11 @@ TConstants &t_constants(const TalvoFloat &df)
     Arf up;
     arf_set_round(up, arb_midref(c.alpha_ball), 53, ARF_RND_UP);
     c.alpha_up = arf_get_d(up, ARF_RND_UP);
-    c.log_k = -0.5 * std::log(c.dd) - (std::lgamma(c.ad) + std::lgamma(0.5) - std::lgamma(c.ad + 0.5));
     c.k_prec = 0;
+    ensure_k(c, 128);
+    // (From the ball: in double, ln Gamma(a) - ln Gamma(a + 1/2) would
+    // cancel most of its digits for a large a.)
+    c.log_k = std::log(arf_get_d(arb_midref(c.k), ARF_RND_NEAR));
     c.pow_roots = -1;
     {
         Fmpq w;
@@ -388,27 +412,6 @@ TConstants &t_constants(const TalvoFloat &df)
     c.series_c.reset(c.alpha, c.beta_c, e);
     c.have_df = true;
     return c;
-}
-
-// The ball k at no fewer than prec bits.
-void ensure_k(TConstants &c, slong prec)
-{
-    if (c.k_prec >= prec)
-        return;
-    slong p = std::max<slong>(prec + 32, 192);
-    double mag = std::fabs(c.dd) + 2.0;
-    slong q = p + 8 + static_cast<slong>(std::log2(std::min(mag, 1e300)));
-    Fmpq half;
-    fmpq_set_si(half, 1, 2);
-    Arb lb, l;
-    log_beta(lb, c.a, half, q);
-    arb_log(l, c.df_ball, q);
-    arb_mul_2exp_si(l, l, -1);
-    arb_add(lb, lb, l, q);
-    arb_neg(lb, lb);
-    arb_exp(c.k, lb, p);
-    arb_inv(c.inv_df, c.df_ball, p);
-    c.k_prec = p;
 }
 
 // A test may shrink the radius of every series result by 2^-bits, to show
@@ -487,56 +490,80 @@ bool t_tail_series(arb_ptr r, bool want_s, arb_srcptr t, TConstants &c, slong go
         return false;
     const double bits = static_cast<double>(goal + 8);
 
-    // Terms of the series of S: x^N / y <= 2^-bits.
-    double ns = (bits * kLn2 - std::log(yd)) / Ld;
-    slong n_s = (ns < kMaxFastTerms) ? static_cast<slong>(std::ceil(std::max(ns, 1.0))) : kMaxFastTerms + 1;
+    // Terms of the series of S for 2^-b of its sum: x^N / y <= 2^-b.
+    auto terms_s = [&](double b) {
+        double ns = (b * kLn2 - std::log(yd)) / Ld;
+        return (ns < kMaxFastTerms) ? static_cast<slong>(std::ceil(std::max(ns, 1.0))) : kMaxFastTerms + 1;
+    };
+    const slong n_s0 = terms_s(bits);
     // Estimates of both tails (the first term of each series is a lower
     // bound of it, the first term over 1 - x of S an upper bound).
     const double pd = std::exp(lpd);
-    double c_est = std::max(2.0 * pd, 1.0 - pd / (c.ad * yd));
+    // (A difference 1 - v below 2^-40 is mostly the rounding of v: the
+    // first term is taken then.)
+    auto above = [](double v) { return v > 0x1p-40 ? v : 0.0; };
+    double c_est = std::max(2.0 * pd, above(1.0 - pd / (c.ad * yd)));
     auto cancelled = [](double v) { return v > 0 ? std::max(0.0, -std::log2(v)) + 2.0 : 1e9; };
     const double wpd = static_cast<double>(wp);
     // Terms of the series of C, in double from an upper bound yu of y: t is
     // exact, and u = t^2/df, y = u/(1+u) in double take 8 roundings (those
     // of t and df included), each within 2^-53, and y is no more sensitive
-    // to u than u itself, so y <= yd (1 + 2^-50) <= yu.  The loop stops at
-    // the first n whose left-off part is below 2^-bits of the sum, or once
-    // the series is dearer than that of S (counting the bits its complement
-    // would cancel).
+    // to u than u itself, so y <= yd (1 + 2^-50) <= yu.  run_c(b, limit)
+    // sums on to the first n = j whose left-off part is below 2^-b of the
+    // sum (true), or stops at the limit (false); it may be called again with
+    // a larger b and goes on from where it stopped.
     const double yu = yd * (1 + 0x1p-47);
-    double limit_d = want_s ? static_cast<double>(n_s) : n_s * (1.0 + cancelled(c_est) / wpd) + 1.0;
-    slong limit = static_cast<slong>(std::min<double>(static_cast<double>(kMaxFastTerms), limit_d));
-    const double eps_bits = std::ldexp(1.0, -static_cast<int>(bits));
-    double term = 1.0, sum_c = 1.0, tn = 0, rn = 0;
-    slong n_c = -1;
     const bool rising = fmpq_cmp_si(c.a, 1) <= 0; // a + 1/2 <= 3/2
-    for (slong j = 0; j < limit; ++j) {
-        double rj = yu * (c.alpha_up + j) / (1.5 + j);
-        double rho = rising ? yu : rj; // bounds every ratio from j on
-        if (j >= 1 && rho < 1.0 && term <= (1.0 - rho) * eps_bits * sum_c) {
-            n_c = j;
-            tn = term;
-            rn = rho;
-            break;
+    double term = 1.0, sum_c = 1.0;
+    slong j = 0;
+    auto ratio = [&](slong i) { return yu * (c.alpha_up + i) / (1.5 + i); };
+    auto run_c = [&](double b, slong limit) {
+        const double eps = std::ldexp(1.0, -static_cast<int>(b));
+        for (; j < limit; ++j) {
+            double rj = ratio(j);
+            double rho = rising ? yu : rj; // bounds every ratio from j on
+            if (j >= 1 && rho < 1.0 && term <= (1.0 - rho) * eps * sum_c)
+                return true;
+            term *= rj;
+            sum_c += term;
+            if (!std::isfinite(sum_c))
+                return false;
         }
-        term *= rj;
-        sum_c += term;
-        if (!std::isfinite(sum_c))
-            break;
-    }
-    // Estimates of both tails (the first term of each series is a lower bound).
-    double s_est = std::max(pd / c.ad, n_c >= 0 ? 1.0 - 2.0 * pd * sum_c : 0.0);
-    // The cost of each way: terms times precision.
-    double cost_s = (n_s <= kMaxFastTerms) ? n_s * (wpd + (want_s ? 0.0 : cancelled(c_est))) : 1e300;
-    double cost_c = (n_c >= 0) ? n_c * (wpd + (want_s ? cancelled(s_est) : 0.0)) : 1e300;
+        return false;
+    };
+    // First to 2^-bits, stopped once it is clearly dearer than the series
+    // of S (counting the bits its complement would cancel).
+    double limit_d = want_s ? static_cast<double>(n_s0) : n_s0 * (1.0 + cancelled(c_est) / wpd) + 1.0;
+    bool c_ok = run_c(bits, static_cast<slong>(std::min<double>(static_cast<double>(kMaxFastTerms), limit_d)));
+    const slong n_c0 = c_ok ? j : -1;
+    double s_est = std::max(pd / c.ad, c_ok ? above(1.0 - 2.0 * pd * sum_c) : 0.0);
+    // The cost of each way: terms times precision, where the complement
+    // takes the bits it cancels in both.
+    const double loss_s = cancelled(s_est), loss_c = cancelled(c_est);
+    double cost_s = (n_s0 <= kMaxFastTerms) ? want_s ? n_s0 * wpd : n_s0 * (wpd + loss_c) * (bits + loss_c) / bits
+                                            : 1e300;
+    double cost_c = (n_c0 >= 0) ? want_s ? n_c0 * (wpd + loss_s) * (bits + loss_s) / bits : n_c0 * wpd : 1e300;
     if (cost_s >= 1e300 && cost_c >= 1e300)
         return false;
     const bool use_s = cost_s <= cost_c;
-    const slong n = use_s ? n_s : n_c;
     const bool direct = use_s == want_s;
-    const slong loss = direct ? 0 : static_cast<slong>(use_s ? cancelled(c_est) : cancelled(s_est));
+    const slong loss = direct ? 0 : static_cast<slong>(use_s ? loss_c : loss_s);
     if (loss > 4 * wp + 64)
         return false;
+    // The chosen series to 2^-(bits + loss) of its sum.
+    slong n;
+    double tn = 0, rn = 0;
+    if (use_s) {
+        n = terms_s(bits + static_cast<double>(loss));
+        if (n > kMaxFastTerms)
+            return false;
+    } else {
+        if (loss > 0 && !run_c(bits + static_cast<double>(loss), kMaxFastTerms))
+            return false;
+        n = j;
+        tn = term;
+        rn = rising ? yu : ratio(j);
+    }
     const slong p = wp + loss + 8;
     const slong pp = p + magnitude_bits((c.ad + 0.5) * Ld);
     ensure_k(c, pp);
