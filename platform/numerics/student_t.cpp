@@ -820,13 +820,14 @@ TalvoFloat TalvoMP_g01fbc(Nag_TailProbability tail, TalvoFloat p, TalvoFloat df,
     // At up to 30 digits one interval Newton step from the double start
     // usually proves a ball that fixes the rounding: first with the series
     // of t_tail_series and the constants of df kept between calls, then
-    // with the general incomplete beta function.  Above 30 digits a few
-    // plain Newton steps on the same series come first.  Where neither
+    // with the general incomplete beta function.  Above 30 digits (to 250)
+    // a few plain Newton steps on the same series come first.  Where neither
     // proves the rounding, the full inversion, which gives the same float
     // wherever the rounding is certain.
     Arb r;
     Status s = Status::Ok;
     bool answered = false, counted = false;
+    static const slong newton_first_limit = talvo_float_precision_bits(250);
     {
         TConstants &k = t_constants(df);
         Inversion g;
@@ -886,8 +887,10 @@ TalvoFloat TalvoMP_g01fbc(Nag_TailProbability tail, TalvoFloat p, TalvoFloat df,
             if (!answered)
                 answered = invert_fast(r, f, use_q ? q : c, start, target) && rounds_uniquely(r, target.out_prec);
             counted = answered;
-        } else {
-            // Above 30 digits: Newton steps on the same series first.
+        } else if (target.out_prec <= newton_first_limit) {
+            // Above 30 digits: Newton steps on the same series first (up to
+            // 250 digits; beyond, its series grow long enough that the full
+            // inversion costs less, as measured with bench_inversion_sample).
             answered = invert_newton_first(r, g, use_q ? q : c, start, target) &&
                        rounds_uniquely(r, target.out_prec);
         }
