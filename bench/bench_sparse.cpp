@@ -2,19 +2,26 @@
 // against SciPy, and against the MPFR work their iterations must do.
 //
 // 1. Iterations to a relative residual ||b - A x||_2 <= 1e-12 ||b||_2 on the
-//    2-D Poisson and convection-diffusion matrices (a 32 x 32 grid, n = 1024)
-//    at Digits 15: our GMRES(30) and Bi-CGSTAB(1) with incomplete LU
-//    preconditioners beside SciPy's gmres (restart 30) and bicgstab with
-//    spilu at its defaults (drop tolerance 1e-4, fill factor 10) on the same
-//    matrices (bench/sparse_scipy.py, run by this program when python3 has
-//    SciPy).  Ours: ILU(0); the elimination with drop tolerance 1e-4 in the
-//    natural order; and ILUT with drop tolerance 1e-4 and fill factor 10
-//    (each row of the factor at most 10 times the entries of its row of A)
-//    in the natural, reverse Cuthill-McKee and minimum degree orders: the
-//    last is the like-for-like match of spilu (a fill-reducing order, the
-//    same tolerance and fill limit).  The entries of each factor are printed
-//    beside spilu's.
-// 2. Time per iteration at Digits 15, 50 and 100 (the solve's time over its
+//    2-D Poisson and convection-diffusion matrices (a 32 x 32 grid, n = 1024,
+//    and a 64 x 64 grid, n = 4096) at Digits 15: our GMRES(30) and
+//    Bi-CGSTAB(1) with incomplete LU preconditioners beside SciPy's gmres
+//    (restart 30) and bicgstab with spilu at its defaults (drop tolerance
+//    1e-4, fill factor 10) on the same matrices (bench/sparse_scipy.py, run
+//    by this program when python3 has SciPy).  Ours: ILU(0); the elimination
+//    with drop tolerance 1e-4 in the natural order; and ILUT with drop
+//    tolerance 1e-4 and fill factor 10 by its two rules ('S' Saad's, row by
+//    row; 'L' Li and Shao's, column by column, SuperLU's without its
+//    supernodes) in the natural, reverse Cuthill-McKee and minimum degree
+//    orders: minimum degree is the like-for-like match of spilu (a
+//    fill-reducing order, the same tolerance and fill limit).  The entries
+//    of each factor are printed beside spilu's, and the relative residuals
+//    reached.  ILUT is also run in spilu's own pivot order (COLAMD's column
+//    order, rows the same: its pivots were all on the diagonal), which the
+//    script prints.
+// 2. The residual after 4 GMRES iterations against the factor's size: the
+//    convection-diffusion matrix on the 32 x 32 grid, ILUT with minimum
+//    degree by both rules and spilu, drop tolerances 1e-3 to 1e-5.
+// 3. Time per iteration at Digits 15, 50 and 100 (the solve's time over its
 //    iterations), against
 //      full:    the multiply-adds the run must do, counted from the method
 //               (products with A, solves with the factor's entries, the
@@ -34,6 +41,7 @@
 #include "talvo_mp.h"
 #include "timing.hpp"
 
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -117,7 +125,10 @@ struct Run {
     double seconds;
 };
 
-Run solve_once(const Cs<RealKind> &a, Method m, long mm, const IluFactor<RealKind> &f, double tol)
+// runs: how many times the solve is timed (the best is kept); rel gets the
+// relative residual ||b - A x||_2 / ||b||_2 of the stopping test.
+Run solve_once(const Cs<RealKind> &a, Method m, long mm, const IluFactor<RealKind> &f, double tol, int runs = 5,
+               long maxitn = 5000, double *rel = nullptr)
 {
     const mpfr_prec_t p = a.a.precision();
     Vec<RealKind> b = ones(a.n, p), x(a.n, p);
@@ -132,12 +143,18 @@ Run solve_once(const Cs<RealKind> &a, Method m, long mm, const IluFactor<RealKin
     s.iterm = 1;
     s.tol_mp = t;
     s.anorm_mp = an;
-    s.maxitn = 5000;
+    s.maxitn = maxitn;
     Run out{};
-    out.seconds = best_of_five([&] {
+    auto once = [&] {
         set_zero(x);
         out.r = solve(a, false, b, x, s, Precon::Ilu, &f, nullptr, nullptr, rn);
-    });
+    };
+    if (runs >= 5)
+        out.seconds = best_of_five(once);
+    else
+        once();
+    if (rel)
+        *rel = mpfr_get_d(rn, MPFR_RNDN) / std::sqrt(double(a.n));
     return out;
 }
 
@@ -164,18 +181,41 @@ double sweep_seconds(const Cs<RealKind> &a)
            double(reps);
 }
 
-std::map<std::string, long> scipy_counts(const char *script)
+struct Scipy {
+    std::map<std::string, double> v;               // "key value" lines
+    std::map<std::string, std::vector<long>> order; // "order key i_0 ... i_{n-1}" lines
+};
+
+Scipy scipy_counts(const char *script)
 {
-    std::map<std::string, long> out;
+    Scipy out;
     std::string cmd = std::string("/usr/bin/python3 ") + script + " 2>/dev/null";
     FILE *pipe = popen(cmd.c_str(), "r");
     if (!pipe)
         return out;
-    char line[256], key[128];
-    long v;
-    while (std::fgets(line, sizeof line, pipe))
-        if (line[0] != '#' && std::sscanf(line, "%127s %ld", key, &v) == 2)
-            out[key] = v;
+    std::string line;
+    char buf[4096];
+    while (std::fgets(buf, sizeof buf, pipe)) {
+        line += buf;
+        if (line.empty() || line.back() != '\n')
+            continue; // a long line: read on
+        char key[128];
+        double val;
+        int used = 0;
+        if (line.compare(0, 6, "order ") == 0 && std::sscanf(line.c_str() + 6, "%127s%n", key, &used) == 1) {
+            std::vector<long> &o = out.order[key];
+            const char *at = line.c_str() + 6 + used;
+            long i;
+            int k = 0;
+            while (std::sscanf(at, "%ld%n", &i, &k) == 1) {
+                o.push_back(i);
+                at += k;
+            }
+        } else if (line[0] != '#' && std::sscanf(line.c_str(), "%127s %lf", key, &val) == 2) {
+            out.v[key] = val;
+        }
+        line.clear();
+    }
     pclose(pipe);
     return out;
 }
@@ -210,22 +250,44 @@ struct Variant {
     IluOptions o;
 };
 
-std::vector<Variant> variants()
+IluOptions ilut_options(char rule, char order, double dtol = 1e-4)
+{
+    IluOptions o;
+    o.lfill = -1;
+    o.dtol = dtol;
+    o.ilut = true;
+    o.fill_factor = 10;
+    o.ilut_rule = rule;
+    o.order = order;
+    return o;
+}
+
+// The preconditioners of the comparison; the 64 x 64 grid takes the ILUT
+// rows with the reverse Cuthill-McKee and minimum degree orders.
+std::vector<Variant> variants(long g)
 {
     std::vector<Variant> v;
     IluOptions o;
-    v.push_back({"ILU(0)", o});
-    o.lfill = -1;
-    o.dtol = 1e-4;
-    v.push_back({"elim dtol 1e-4", o});
-    o.ilut = true;
-    o.fill_factor = 10;
-    v.push_back({"ILUT natural", o});
-    o.order = 'R';
-    v.push_back({"ILUT RCM", o});
-    o.order = 'D';
-    v.push_back({"ILUT min degree", o});
+    if (g <= 32) {
+        v.push_back({"ILU(0)", o});
+        o.lfill = -1;
+        o.dtol = 1e-4;
+        v.push_back({"elim dtol 1e-4", o});
+        v.push_back({"ILUT-S natural", ilut_options('S', 'N')});
+    }
+    v.push_back({"ILUT-S RCM", ilut_options('S', 'R')});
+    v.push_back({"ILUT-S min deg", ilut_options('S', 'D')});
+    if (g <= 32)
+        v.push_back({"ILUT-L natural", ilut_options('L', 'N')});
+    v.push_back({"ILUT-L RCM", ilut_options('L', 'R')});
+    v.push_back({"ILUT-L min deg", ilut_options('L', 'D')});
     return v;
+}
+
+double get(const std::map<std::string, double> &m, const std::string &k)
+{
+    const auto it = m.find(k);
+    return it == m.end() ? 0.0 : it->second;
 }
 
 } // namespace
@@ -233,37 +295,77 @@ std::vector<Variant> variants()
 int main(int argc, char **argv)
 {
     const char *script = argc > 1 ? argv[1] : "bench/sparse_scipy.py";
-    const long g = 32;
-    std::printf("Iterations to ||r||_2 <= 1e-12 ||b||_2, 32 x 32 grid (n = 1024), Digits 15, b = 1, x0 = 0\n");
-    std::printf("ILUT: drop tolerance 1e-4, fill factor 10; SciPy: spilu defaults (drop 1e-4, fill factor 10, COLAMD)\n");
-    std::map<std::string, long> sc = scipy_counts(script);
+    std::printf("Iterations to ||r||_2 <= 1e-12 ||b||_2, Digits 15, b = 1, x0 = 0 (res: the relative residual reached)\n");
+    std::printf("ILUT: drop tolerance 1e-4, fill factor 10, rule S (Saad, rows) or L (Li and Shao, columns);\n"
+                "SciPy: spilu defaults (drop 1e-4, fill factor 10, COLAMD)\n");
+    const Scipy scipy = scipy_counts(script);
+    const std::map<std::string, double> &sc = scipy.v;
     if (sc.empty())
         std::printf("(SciPy not available: run /usr/bin/python3 %s by hand)\n", script);
-    std::printf("%-9s %-16s %9s %9s | %-9s %6s %6s %6s\n", "matrix", "preconditioner", "nnz(F)", "spilu", "method",
-                "ours", "SciPy", "ratio");
     talvo_float_set_digits(15);
     const mpfr_prec_t p15 = talvo_float_precision_bits(15) + 24;
-    for (int which = 0; which < 2; ++which) {
-        const char *name = which == 0 ? "poisson" : "convdiff";
-        Cs<RealKind> a = which == 0 ? stencil(g, 0, 0, p15) : stencil(g, 0.6, 0.2, p15);
-        const std::string nk = std::string(name) + "_nnz_lu";
-        for (const Variant &var : variants()) {
-            IluFactor<RealKind> f;
-            long npivm;
-            ilu_factor(a, var.o, nullptr, nullptr, f, npivm);
-            for (int meth = 0; meth < 2; ++meth) {
-                const Method m = meth == 0 ? Method::RGMRES : Method::BICGSTAB;
-                const Run r = solve_once(a, m, meth == 0 ? 30 : 1, f, 1e-12);
-                const std::string key = std::string(name) + "_" + (meth == 0 ? "gmres" : "bicgstab");
-                const long theirs = sc.count(key) ? sc[key] : 0;
-                std::printf("%-9s %-16s %9ld %9ld | %-9s %6ld %6ld %6.2f%s\n", name, var.name, long(f.col.size()),
-                            sc.count(nk) ? sc[nk] : 0L, meth == 0 ? "GMRES(30)" : "BiCGSTAB", r.r.itn, theirs,
-                            theirs > 0 ? double(r.r.itn) / double(theirs) : 0.0,
-                            r.r.status == kConverged ? "" : "  (not converged)");
+    for (long g : {32L, 64L}) {
+        std::printf("\n%ld x %ld grid (n = %ld)\n", g, g, g * g);
+        std::printf("%-9s %-16s %8s %8s | %-9s %5s %5s %5s %9s %9s\n", "matrix", "preconditioner", "nnz(F)", "spilu",
+                    "method", "ours", "SciPy", "ratio", "res ours", "res SciPy");
+        for (int which = 0; which < 2; ++which) {
+            const char *name = which == 0 ? "poisson" : "convdiff";
+            const Cs<RealKind> a = which == 0 ? stencil(g, 0, 0, p15) : stencil(g, 0.6, 0.2, p15);
+            const std::string key = "g" + std::to_string(g) + "_" + name;
+            std::vector<Variant> vs = variants(g);
+            // ILUT in spilu's own pivot order (a symmetric permutation: the
+            // diagonal was each of its pivots), when SciPy gave it
+            const auto so = scipy.order.find(key);
+            const bool spilu_order = so != scipy.order.end() && long(so->second.size()) == a.n &&
+                                     get(sc, key + "_rows_as_columns") == 1;
+            if (spilu_order) {
+                vs.push_back({"ILUT-S spilu ord", ilut_options('S', 'N')});
+                vs.push_back({"ILUT-L spilu ord", ilut_options('L', 'N')});
+            }
+            for (const Variant &var : vs) {
+                const bool in_spilu_order = std::string(var.name).find("spilu") != std::string::npos;
+                const Cs<RealKind> pa = in_spilu_order ? permuted(a, so->second) : Cs<RealKind>();
+                const Cs<RealKind> &aa = in_spilu_order ? pa : a; // b = 1 is the same in any order
+                IluFactor<RealKind> f;
+                long npivm;
+                ilu_factor(aa, var.o, nullptr, nullptr, f, npivm);
+                for (int meth = 0; meth < 2; ++meth) {
+                    const Method m = meth == 0 ? Method::RGMRES : Method::BICGSTAB;
+                    double rel = 0;
+                    const Run r = solve_once(aa, m, meth == 0 ? 30 : 1, f, 1e-12, 1, 5000, &rel);
+                    const std::string mk = key + (meth == 0 ? "_gmres" : "_bicgstab");
+                    const double theirs = get(sc, mk);
+                    std::printf("%-9s %-16s %8ld %8.0f | %-9s %5ld %5.0f %5.2f %9.2e %9.2e%s\n", name, var.name,
+                                long(f.col.size()), get(sc, key + "_nnz_lu"), meth == 0 ? "GMRES(30)" : "BiCGSTAB",
+                                r.r.itn, theirs, theirs > 0 ? double(r.r.itn) / theirs : 0.0, rel,
+                                get(sc, mk + "_res"), r.r.status == kConverged ? "" : "  (not converged)");
+                }
             }
         }
     }
-    std::printf("\nTime per iteration against its multiply-adds (full) and one product's (product), MPFR in place\n");
+
+    std::printf("\nResidual after 4 GMRES(30) iterations against the factor's entries: convection-diffusion, 32 x 32,\n"
+                "Digits 15; ours ILUT with minimum degree and fill factor 10, SciPy spilu (fill factor 10) in its gmres\n");
+    std::printf("%-6s | %8s %9s | %8s %9s | %8s %9s\n", "dtol", "S nnz", "S res4", "L nnz", "L res4", "spilu", "res4");
+    {
+        const Cs<RealKind> a = stencil(32, 0.6, 0.2, p15);
+        for (const char *dt : {"1e-3", "3e-4", "1e-4", "5e-5", "3e-5", "1e-5"}) {
+            std::printf("%-6s", dt);
+            for (char rule : {'S', 'L'}) {
+                IluFactor<RealKind> f;
+                long npivm;
+                ilu_factor(a, ilut_options(rule, 'D', std::atof(dt)), nullptr, nullptr, f, npivm);
+                double rel = 0;
+                solve_once(a, Method::RGMRES, 30, f, 1e-30, 1, 4, &rel);
+                std::printf(" | %8ld %9.2e", long(f.col.size()), rel);
+            }
+            const std::string k = std::string("g32_convdiff_dtol") + dt;
+            std::printf(" | %8.0f %9.2e\n", get(sc, k + "_nnz_lu"), get(sc, k + "_res4"));
+        }
+    }
+
+    std::printf("\nTime per iteration against its multiply-adds (full) and one product's (product), MPFR in place, 32 x 32\n");
+    const long g = 32;
     std::printf("%-6s %-9s %-16s %-9s %11s %11s %8s %8s %8s\n", "Digits", "matrix", "preconditioner", "method",
                 "s/iteration", "s/madd", "madds", "full", "product");
     for (long digits : {15L, 50L, 100L}) {
@@ -282,10 +384,10 @@ int main(int argc, char **argv)
             double per, count;
         };
         std::vector<Row> rows;
+        const std::vector<Variant> all = variants(32), vs = {all[0], all[4], all[7]};
         for (int which = 0; which < 2; ++which) {
             const Cs<RealKind> &a = mats[which];
-            const std::vector<Variant> vs = variants();
-            for (const Variant *var : {&vs[0], &vs[4]}) {
+            for (const Variant *var : {&vs[0], &vs[1], &vs[2]}) {
                 IluFactor<RealKind> f;
                 long npivm;
                 ilu_factor(a, var->o, nullptr, nullptr, f, npivm);

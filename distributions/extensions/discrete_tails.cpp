@@ -19,6 +19,7 @@
 #include "stats_entries.h"
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
 
 using stats::CorrectlyRounded;
@@ -98,7 +99,11 @@ TalvoFloat Hypergeometric(TKernelVector kv, const TalvoFloat &x, long population
 {
     if (IsUndefined(x))
         return TalvoFloatUndefined();
-    long lo = std::max(0L, sample - (population - marked)); // written so that nothing overflows
+    // The lowest possible count, max(0, sample - (population - marked)), in
+    // 128 bits: parameters the routine will refuse (negative, or beyond
+    // 2^63) must not overflow on the way to its message.
+    __int128 lowest = static_cast<__int128>(sample) - (static_cast<__int128>(population) - marked);
+    long lo = lowest <= 0 ? 0L : lowest >= LONG_MAX ? LONG_MAX : static_cast<long>(lowest);
     long hi = std::min(sample, marked);
     bool integral;
     long k = FloorIn(x, lo, hi, &integral);

@@ -124,6 +124,26 @@ size_t cgroup_limit()
     return 0;
 }
 
+// Host values are kept in C++ containers and work objects, so the C++ heap
+// must be the collector's (new_delete.cpp).  A tool that puts its own
+// operator new in place of the project's (valgrind's memcheck replaces the
+// allocation functions of every object unless told otherwise) takes it out of
+// the collector's sight, and values in use would be collected: the program
+// stops at once with the reason rather than compute with freed memory.
+void check_cpp_heap()
+{
+    int *probe = new int(0);
+    bool ours = GC_is_heap_ptr(probe) != 0;
+    delete probe;
+    if (!ours) {
+        std::fprintf(stderr, "talvo: operator new does not allocate from the collector's heap (a memory "
+                             "checker or another tool replaced it); host values kept in C++ objects "
+                             "would be freed while in use.  Under valgrind, add "
+                             "--soname-synonyms=somalloc=nouserintercepts.\n");
+        std::exit(70);
+    }
+}
+
 } // namespace
 
 void gc_init()
@@ -133,6 +153,7 @@ void gc_init()
         return;
     done = true;
     GC_INIT();
+    check_cpp_heap();
     // Start with a heap of some megabytes: with the collector's tiny default
     // heap, a loop of float arithmetic triggers a collection every few
     // thousand results, which costs more than the arithmetic.

@@ -1198,13 +1198,15 @@ TEST(SparseIlut, PermutedFactorIsTheFactorOfThePermutedMatrix)
     DigitsScope d(30);
     const mpfr_prec_t p = prec_for(30);
     const Cs<RealKind> a = convdiff(6, p);
-    for (bool use_ilut : {false, true})
+    for (char method : {'E', 'S', 'L'}) // the elimination, ILUT by its two rules
         for (char how : {'R', 'D'}) {
-            SCOPED_TRACE(std::string(use_ilut ? "ILUT " : "elimination ") + how);
+            const bool use_ilut = method != 'E';
+            SCOPED_TRACE(std::string(use_ilut ? "ILUT " : "elimination ") + method + " " + how);
             IluOptions o;
             o.lfill = -1;
             o.dtol = 1e-2;
             o.ilut = use_ilut;
+            o.ilut_rule = use_ilut ? method : 'L';
             o.fill_factor = use_ilut ? 3 : 0;
             o.order = how;
             IluFactor<RealKind> f, g;
@@ -1229,47 +1231,277 @@ TEST(SparseIlut, PermutedFactorIsTheFactorOfThePermutedMatrix)
         }
 }
 
-// The two rules of ILUT's dropping, and its exactness without them.
+// The entries of each column of a factor (pivot positions) in its L part
+// (below the diagonal) and in its U part (above it).
+void column_counts(const IluFactor<RealKind> &f, std::vector<long> &lc, std::vector<long> &uc)
+{
+    lc.assign(size_t(f.n), 0);
+    uc.assign(size_t(f.n), 0);
+    for (long k = 0; k < f.n; ++k)
+        for (long e = f.start[size_t(k)]; e < f.start[size_t(k + 1)]; ++e) {
+            if (e < f.diag[size_t(k)])
+                ++lc[size_t(f.col[size_t(e)])];
+            else if (e > f.diag[size_t(k)])
+                ++uc[size_t(f.col[size_t(e)])];
+        }
+}
+
+// The limits of ILUT's dropping, and its exactness without them: by rows
+// with Saad's rule, by columns with Li and Shao's.
 TEST(SparseIlut, DualDroppingAndTheFillBudget)
 {
     DigitsScope d(50);
     const mpfr_prec_t p = prec_for(50);
     const Cs<RealKind> a = convdiff(8, p);
-    long npivm = -1;
+    std::vector<long> acol(size_t(a.n + 1), 0); // entries of A's first j columns
+    for (long k = 0; k < a.nnz(); ++k)
+        ++acol[size_t(a.col[size_t(k)] + 1)];
+    for (long j = 0; j < a.n; ++j)
+        acol[size_t(j + 1)] += acol[size_t(j)];
+    for (char rule : {'S', 'L'}) {
+        SCOPED_TRACE(std::string("rule ") + rule);
+        const bool by_rows = rule == 'S';
+        long npivm = -1;
+        IluOptions o;
+        o.lfill = -1;
+        o.ilut = true;
+        o.ilut_rule = rule;
+        // nothing dropped: the exact LU
+        IluFactor<RealKind> full;
+        ASSERT_EQ(ilu_factor(a, o, nullptr, nullptr, full, npivm), kIluOk);
+        EXPECT_LE(exactness(a, full), -48.0);
+        // at most lfil entries in each row's (S) or column's (L) L and U parts
+        o.lfil = 3;
+        IluFactor<RealKind> capped;
+        ASSERT_EQ(ilu_factor(a, o, nullptr, nullptr, capped, npivm), kIluOk);
+        std::vector<long> lc, uc;
+        column_counts(capped, lc, uc);
+        long most_l = 0, most_u = 0;
+        for (long k = 0; k < a.n; ++k) {
+            const long nl = by_rows ? capped.diag[size_t(k)] - capped.start[size_t(k)] : lc[size_t(k)];
+            const long nu = by_rows ? capped.start[size_t(k + 1)] - capped.diag[size_t(k)] - 1 : uc[size_t(k)];
+            EXPECT_LE(nl, 3) << k;
+            EXPECT_LE(nu, 3) << k;
+            most_l = std::max(most_l, nl);
+            most_u = std::max(most_u, nu);
+        }
+        EXPECT_EQ(most_l, 3);
+        EXPECT_EQ(most_u, 3);
+        EXPECT_GT(exactness(a, capped), -48.0);
+        // the budget: the factor's first rows (S) or columns (L) never hold
+        // more than fill_factor times the entries of A's
+        o.lfil = 0;
+        o.fill_factor = 2;
+        IluFactor<RealKind> budget;
+        ASSERT_EQ(ilu_factor(a, o, nullptr, nullptr, budget, npivm), kIluOk);
+        if (by_rows) {
+            for (long k = 1; k <= a.n; ++k)
+                EXPECT_LE(budget.start[size_t(k)], 2 * a.start[size_t(k)]) << k;
+        } else {
+            column_counts(budget, lc, uc);
+            long first = 0;
+            for (long k = 0; k < a.n; ++k) {
+                first += lc[size_t(k)] + uc[size_t(k)] + 1;
+                EXPECT_LE(first, 2 * acol[size_t(k + 1)]) << k;
+            }
+        }
+        EXPECT_LT(budget.col.size(), full.col.size());
+        // a larger tolerance keeps fewer entries
+        o.fill_factor = 0;
+        IluFactor<RealKind> f3, f1;
+        o.dtol = 1e-3;
+        ASSERT_EQ(ilu_factor(a, o, nullptr, nullptr, f3, npivm), kIluOk);
+        o.dtol = 1e-1;
+        ASSERT_EQ(ilu_factor(a, o, nullptr, nullptr, f1, npivm), kIluOk);
+        EXPECT_LT(f1.col.size(), f3.col.size());
+        EXPECT_LT(f3.col.size(), full.col.size());
+        EXPECT_LT(exactness(a, f3), exactness(a, f1));
+    }
+}
+
+// Every entry ILUT keeps passes its rule's test (the factor stores the
+// multipliers l, 1/u_kk and the unit upper u_kj / u_kk).  Saad's, with
+// tau_k = dtol times the largest entry of row k of A: |l_kj u_jj| >= tau_k
+// and |u_kj| >= tau_k.  Li and Shao's: |l_kj| >= dtol and |u_kj| >= dtol
+// times the largest entry of column j of A.  Some entries of the complete
+// factor fail them and are gone.
+TEST(SparseIlut, KeptEntriesPassTheirRulesTest)
+{
+    DigitsScope d(50);
+    const mpfr_prec_t p = prec_for(50);
+    const Cs<RealKind> a = convdiff(8, p);
+    const double dtol = 1e-2;
+    Vec<RealKind> rmax(a.n, p), cmax(a.n, p); // the largest entries of A's rows and columns
+    Real s(p), lim(p), u(p);
+    for (long k = 0; k < a.nnz(); ++k) {
+        mpfr_abs(s, a.a[k], MPFR_RNDN);
+        mpfr_ptr r = rmax[a.row[size_t(k)]], c = cmax[a.col[size_t(k)]];
+        if (mpfr_cmp(s, r) > 0)
+            mpfr_set(r, s, MPFR_RNDN);
+        if (mpfr_cmp(s, c) > 0)
+            mpfr_set(c, s, MPFR_RNDN);
+    }
+    Real slack(p); // the tests were made on values rounded differently
+    mpfr_set_d(slack, 1 - 1e-40, MPFR_RNDN);
+    for (char rule : {'S', 'L'}) {
+        SCOPED_TRACE(std::string("rule ") + rule);
+        IluOptions o;
+        o.lfill = -1;
+        o.ilut = true;
+        o.ilut_rule = rule;
+        o.dtol = dtol;
+        IluFactor<RealKind> f, full;
+        long npivm = -1;
+        ASSERT_EQ(ilu_factor(a, o, nullptr, nullptr, f, npivm), kIluOk);
+        o.dtol = 0;
+        ASSERT_EQ(ilu_factor(a, o, nullptr, nullptr, full, npivm), kIluOk);
+        EXPECT_LT(f.col.size(), full.col.size() * 2 / 3);
+        long l_entries = 0, u_entries = 0;
+        for (long k = 0; k < a.n; ++k) {
+            const long row = f.p[size_t(k)];
+            for (long e = f.start[size_t(k)]; e < f.start[size_t(k + 1)]; ++e) {
+                const long j = f.col[size_t(e)];
+                if (e == f.diag[size_t(k)])
+                    continue;
+                mpfr_abs(s, f.c[e], MPFR_RNDN);
+                if (e < f.diag[size_t(k)]) { // a multiplier
+                    ++l_entries;
+                    if (rule == 'S') {
+                        mpfr_div(s, s, f.c[f.diag[size_t(j)]], MPFR_RNDN); // |l_kj u_jj|
+                        mpfr_abs(s, s, MPFR_RNDN);
+                        mpfr_mul_d(lim, rmax[row], dtol, MPFR_RNDN);
+                    } else {
+                        mpfr_set_d(lim, dtol, MPFR_RNDN);
+                    }
+                } else { // an entry of U: |u_kj| = |stored| |u_kk|
+                    ++u_entries;
+                    mpfr_div(u, s, f.c[f.diag[size_t(k)]], MPFR_RNDN);
+                    mpfr_abs(s, u, MPFR_RNDN);
+                    mpfr_mul_d(lim, rule == 'S' ? rmax[row] : cmax[f.q[size_t(j)]], dtol, MPFR_RNDN);
+                }
+                mpfr_mul(lim, lim, slack, MPFR_RNDN);
+                EXPECT_GE(mpfr_cmp(s, lim), 0) << "row " << k << " column " << j;
+            }
+        }
+        EXPECT_GT(l_entries, a.n);
+        EXPECT_GT(u_entries, a.n);
+    }
+}
+
+// ILUT by Li and Shao's rule is the incomplete factor made column by column
+// with each column complete before its tests: a dense left-looking
+// elimination written straight from the rule (column j of A updated by the
+// kept multipliers of the columns before it, in order; then u_kj kept when
+// |u_kj| >= dtol max_i |a_ij|, l_ij = a~_ij / u_jj kept when |l_ij| >= dtol)
+// gives the same entries at the same places.  It is not Saad's factor, and
+// the complex kind is factored through the plain transpose (the complete
+// factor of a complex symmetric matrix is exact).
+TEST(SparseIlut, ColumnRuleIsTheDenseLeftLookingReference)
+{
+    DigitsScope d(50);
+    const mpfr_prec_t p = prec_for(50);
+    // (on this grid and tolerance both halves of the rule matter: testing
+    // the multipliers before their updates, or U against the pivot, changes
+    // the factor)
+    const Cs<RealKind> a = convdiff(8, p);
+    const long n = a.n;
+    const double dtol = 3e-3;
+    Matrix lu(n, n, p); // the reference: L below the diagonal, U on and above it
+    Matrix dense(n, n, p);
+    for (long k = 0; k < a.nnz(); ++k)
+        mpfr_set(dense(a.row[size_t(k)], a.col[size_t(k)]), a.a[k], MPFR_RNDN);
+    Real cm(p), s(p), lim(p), t(p);
+    Vec<RealKind> w(n, p);
+    for (long j = 0; j < n; ++j) {
+        mpfr_set_zero(cm, 1);
+        for (long i = 0; i < n; ++i) {
+            mpfr_set(w[i], dense(i, j), MPFR_RNDN);
+            mpfr_abs(s, dense(i, j), MPFR_RNDN);
+            if (mpfr_cmp(s, cm) > 0)
+                mpfr_set(cm, s, MPFR_RNDN);
+        }
+        for (long k = 0; k < j; ++k) {
+            if (mpfr_zero_p(w[k]))
+                continue;
+            for (long i = k + 1; i < n; ++i)
+                if (!mpfr_zero_p(lu(i, k))) {
+                    mpfr_mul(t, lu(i, k), w[k], MPFR_RNDN);
+                    mpfr_sub(w[i], w[i], t, MPFR_RNDN);
+                }
+        }
+        mpfr_mul_d(lim, cm, dtol, MPFR_RNDN);
+        for (long k = 0; k < j; ++k) {
+            mpfr_abs(s, w[k], MPFR_RNDN);
+            if (mpfr_cmp(s, lim) >= 0)
+                mpfr_set(lu(k, j), w[k], MPFR_RNDN);
+        }
+        mpfr_set(lu(j, j), w[j], MPFR_RNDN);
+        for (long i = j + 1; i < n; ++i) {
+            mpfr_div(t, w[i], w[j], MPFR_RNDN);
+            mpfr_abs(s, t, MPFR_RNDN);
+            if (mpfr_cmp_d(s, dtol) >= 0)
+                mpfr_set(lu(i, j), t, MPFR_RNDN);
+        }
+    }
     IluOptions o;
     o.lfill = -1;
     o.ilut = true;
-    // nothing dropped: the exact LU
-    IluFactor<RealKind> full;
-    ASSERT_EQ(ilu_factor(a, o, nullptr, nullptr, full, npivm), kIluOk);
-    EXPECT_LE(exactness(a, full), -48.0);
-    // at most lfil entries in each row's L and U parts
-    o.lfil = 3;
-    IluFactor<RealKind> capped;
-    ASSERT_EQ(ilu_factor(a, o, nullptr, nullptr, capped, npivm), kIluOk);
-    for (long k = 0; k < a.n; ++k) {
-        EXPECT_LE(capped.diag[size_t(k)] - capped.start[size_t(k)], 3) << k;
-        EXPECT_LE(capped.start[size_t(k + 1)] - capped.diag[size_t(k)] - 1, 3) << k;
+    o.ilut_rule = 'L';
+    o.dtol = dtol;
+    IluFactor<RealKind> f;
+    long npivm = -1;
+    ASSERT_EQ(ilu_factor(a, o, nullptr, nullptr, f, npivm), kIluOk);
+    EXPECT_EQ(npivm, 0);
+    for (long k = 0; k < n; ++k) {
+        EXPECT_EQ(f.p[size_t(k)], k);
+        EXPECT_EQ(f.q[size_t(k)], k);
     }
-    EXPECT_GT(exactness(a, capped), -48.0);
-    // the budget: the factor's first rows never exceed fill_factor times A's
-    o.lfil = 0;
-    o.fill_factor = 2;
-    IluFactor<RealKind> budget;
-    ASSERT_EQ(ilu_factor(a, o, nullptr, nullptr, budget, npivm), kIluOk);
-    for (long k = 1; k <= a.n; ++k)
-        EXPECT_LE(budget.start[size_t(k)], 2 * a.start[size_t(k)]) << k;
-    EXPECT_LT(budget.col.size(), full.col.size());
-    // a larger tolerance keeps fewer entries
-    o.fill_factor = 0;
-    IluFactor<RealKind> f3, f1;
-    o.dtol = 1e-3;
-    ASSERT_EQ(ilu_factor(a, o, nullptr, nullptr, f3, npivm), kIluOk);
-    o.dtol = 1e-1;
-    ASSERT_EQ(ilu_factor(a, o, nullptr, nullptr, f1, npivm), kIluOk);
-    EXPECT_LT(f1.col.size(), f3.col.size());
-    EXPECT_LT(f3.col.size(), full.col.size());
-    EXPECT_LT(exactness(a, f3), exactness(a, f1));
+    // the factor, dense: L, and U = D (the stored unit upper)
+    Matrix ours(n, n, p);
+    for (long k = 0; k < n; ++k)
+        for (long e = f.start[size_t(k)]; e < f.start[size_t(k + 1)]; ++e) {
+            const long j = f.col[size_t(e)];
+            if (e < f.diag[size_t(k)])
+                mpfr_set(ours(k, j), f.c[e], MPFR_RNDN);
+            else if (e == f.diag[size_t(k)])
+                mpfr_ui_div(ours(k, k), 1, f.c[e], MPFR_RNDN);
+            else
+                mpfr_div(ours(k, j), f.c[e], f.c[f.diag[size_t(k)]], MPFR_RNDN);
+        }
+    long kept = 0, same_place = 0, worst = -100000;
+    for (long i = 0; i < n; ++i)
+        for (long j = 0; j < n; ++j) {
+            const bool in_ref = !mpfr_zero_p(lu(i, j)), in_ours = !mpfr_zero_p(ours(i, j));
+            kept += in_ref;
+            same_place += in_ref == in_ours;
+            if (in_ref && in_ours) {
+                mpfr_sub(s, ours(i, j), lu(i, j), MPFR_RNDN);
+                mpfr_div(s, s, lu(i, j), MPFR_RNDN);
+                if (!mpfr_zero_p(s))
+                    worst = std::max(worst, long(mpfr_get_exp(s)));
+            }
+        }
+    EXPECT_EQ(same_place, n * n);
+    EXPECT_EQ(kept, long(f.col.size()));
+    EXPECT_LT(kept, n * n / 4); // something was dropped
+    EXPECT_LE(worst, -150);     // agreement to about 45 digits
+    // Saad's rule makes another factor (here the same pattern: other values)
+    o.ilut_rule = 'S';
+    IluFactor<RealKind> g;
+    ASSERT_EQ(ilu_factor(a, o, nullptr, nullptr, g, npivm), kIluOk);
+    bool same = g.col == f.col && g.start == f.start;
+    for (long e = 0; same && e < long(f.col.size()); ++e)
+        same = mpfr_equal_p(f.c[e], g.c[e]);
+    EXPECT_FALSE(same);
+    // the complex kind: the transpose, not the conjugate transpose
+    const Cs<ComplexKind> c = shifted(4, p);
+    IluOptions oc;
+    oc.lfill = -1;
+    oc.ilut = true;
+    oc.ilut_rule = 'L';
+    IluFactor<ComplexKind> fc;
+    ASSERT_EQ(ilu_factor(c, oc, nullptr, nullptr, fc, npivm), kIluOk);
+    EXPECT_LE(exactness(c, fc), -48.0);
 }
 
 TEST(SparseIlut, RefusesWhatItCannotDoAndReplacesZeroPivots)
@@ -1297,11 +1529,18 @@ TEST(SparseIlut, RefusesWhatItCannotDoAndReplacesZeroPivots)
     b.pstrat = 'P';
     b.pivot_thresh = 0;
     EXPECT_EQ(ilu_factor(a, b, nullptr, nullptr, f, npivm), kIluBadOptions);
-    // a zero pivot is replaced by the 1-norm of its row and counted
-    const Cs<RealKind> z = from_triplets<RealKind>(2, {{0, 1, 1, 0}, {1, 0, 1, 0}, {1, 1, 2, 0}}, p);
-    ASSERT_EQ(ilu_factor(z, o, nullptr, nullptr, f, npivm), kIluOk);
-    EXPECT_EQ(npivm, 1);
-    EXPECT_EQ(mpfr_cmp_ui(f.c[f.diag[0]], 1), 0); // 1 / 1
+    b = o;
+    b.ilut_rule = 'T';
+    EXPECT_EQ(ilu_factor(a, b, nullptr, nullptr, f, npivm), kIluBadOptions);
+    // a zero pivot is replaced by the 1-norm of its row (S) or column (L),
+    // here 1 and 3, and counted
+    const Cs<RealKind> z = from_triplets<RealKind>(2, {{0, 1, 1, 0}, {1, 0, 3, 0}, {1, 1, 2, 0}}, p);
+    for (char rule : {'S', 'L'}) {
+        o.ilut_rule = rule;
+        ASSERT_EQ(ilu_factor(z, o, nullptr, nullptr, f, npivm), kIluOk);
+        EXPECT_EQ(npivm, 1) << rule;
+        EXPECT_EQ(mpfr_cmp_ui(f.c[f.diag[0]], 1), rule == 'S' ? 0 : -1) << rule; // 1 / 1 or 1 / 3
+    }
 }
 
 // ILUT in every order with every nonsymmetric solver, the elimination with
@@ -1319,28 +1558,36 @@ TEST(SparseSolvers, IlutAndOrderingsAgreeWithTheDenseSolve)
             o.ilut = true;
             o.fill_factor = 5;
             o.order = how;
-            SCOPED_TRACE(std::string("order ") + how);
-            for (Method m : {Method::RGMRES, Method::CGS, Method::BICGSTAB, Method::TFQMR})
-                check_solve(a, false, nullptr, m, m == Method::RGMRES ? 10 : 1, Precon::Ilu, 50, 2000, 0, &o);
-            check_solve(a, false, nullptr, Method::BICGSTAB, 2, Precon::Ilu, 50, 2000, 0, &o);
+            for (char rule : {'S', 'L'}) {
+                SCOPED_TRACE(std::string("order ") + how + ", rule " + rule);
+                o.ilut_rule = rule;
+                for (Method m : {Method::RGMRES, Method::CGS, Method::BICGSTAB, Method::TFQMR})
+                    check_solve(a, false, nullptr, m, m == Method::RGMRES ? 10 : 1, Precon::Ilu, 50, 2000, 0, &o);
+                check_solve(a, false, nullptr, Method::BICGSTAB, 2, Precon::Ilu, 50, 2000, 0, &o);
+            }
+            SCOPED_TRACE(std::string("order ") + how + ", the elimination");
             o.ilut = false;
             o.fill_factor = 0;
             check_solve(a, false, nullptr, Method::RGMRES, 10, Precon::Ilu, 50, 2000, 0, &o);
         }
-    IluOptions o;
-    o.lfill = -1;
-    o.dtol = 1e-3;
-    o.ilut = true;
-    o.fill_factor = 5;
-    o.order = 'D';
-    const Cs<ComplexKind> c = shifted(5, p);
-    check_solve(c, false, nullptr, Method::RGMRES, 8, Precon::Ilu, 50, 2000, 0, &o);
-    check_solve(c, false, nullptr, Method::BICGSTAB, 1, Precon::Ilu, 50, 2000, 0, &o);
-    bool sym;
-    const Cs<RealKind> cage = read_mtx("cage5.mtx", p, sym);
-    o.order = 'R';
-    check_solve(cage, false, nullptr, Method::RGMRES, 15, Precon::Ilu, 50, 2000, 0, &o);
-    check_solve(cage, false, nullptr, Method::BICGSTAB, 1, Precon::Ilu, 50, 2000, 0, &o);
+    for (char rule : {'S', 'L'}) {
+        SCOPED_TRACE(std::string("rule ") + rule);
+        IluOptions o;
+        o.lfill = -1;
+        o.dtol = 1e-3;
+        o.ilut = true;
+        o.ilut_rule = rule;
+        o.fill_factor = 5;
+        o.order = 'D';
+        const Cs<ComplexKind> c = shifted(5, p);
+        check_solve(c, false, nullptr, Method::RGMRES, 8, Precon::Ilu, 50, 2000, 0, &o);
+        check_solve(c, false, nullptr, Method::BICGSTAB, 1, Precon::Ilu, 50, 2000, 0, &o);
+        bool sym;
+        const Cs<RealKind> cage = read_mtx("cage5.mtx", p, sym);
+        o.order = 'R';
+        check_solve(cage, false, nullptr, Method::RGMRES, 15, Precon::Ilu, 50, 2000, 0, &o);
+        check_solve(cage, false, nullptr, Method::BICGSTAB, 1, Precon::Ilu, 50, 2000, 0, &o);
+    }
 }
 
 // Bi-CGSTAB(1) asks for two solves and two products per iteration (x is
@@ -1376,7 +1623,8 @@ TEST(SparseReverseCommunication, BicgstabRequestSequence)
 // ILUT with threshold pivoting (pstrat 'P'): west0067 has zero diagonal
 // entries; without pivoting they are replaced, with it the complete factor
 // is exact (and its transpose too), and the incomplete one with an ordering
-// preconditions GMRES to Digits - 5 digits of the dense solve.
+// preconditions GMRES to Digits - 5 digits of the dense solve.  Saad's rule
+// exchanges columns (q moves), Li and Shao's rows (p moves).
 TEST(SparseIlut, ThresholdPivotingOnWest0067)
 {
     DigitsScope d(50);
@@ -1385,38 +1633,45 @@ TEST(SparseIlut, ThresholdPivotingOnWest0067)
     const Cs<RealKind> a = read_mtx("west0067.mtx", p, sym);
     ASSERT_EQ(a.n, 67);
     Tmp t(p);
-    IluOptions o;
-    o.lfill = -1;
-    o.ilut = true;
-    long npivm = -1;
-    IluFactor<RealKind> plain;
-    ASSERT_EQ(ilu_factor(a, o, nullptr, nullptr, plain, npivm), kIluOk);
-    EXPECT_GT(npivm, 0);
-    o.pstrat = 'P';
-    for (double thresh : {1.0, 0.1}) {
-        o.pivot_thresh = thresh;
-        IluFactor<RealKind> f;
-        ASSERT_EQ(ilu_factor(a, o, nullptr, nullptr, f, npivm), kIluOk);
-        EXPECT_EQ(npivm, 0) << thresh;
-        EXPECT_TRUE(is_permutation(f.q, a.n));
-        bool moved = false;
-        for (long k = 0; k < a.n; ++k)
-            moved |= f.q[size_t(k)] != k;
-        EXPECT_TRUE(moved);
-        EXPECT_LE(exactness(a, f), -45.0) << thresh;
-        const Vec<RealKind> x = rhs<RealKind>(a.n, p);
-        Vec<RealKind> atx(a.n, p), y(a.n, p);
-        matvec(a, 'T', x, atx, t);
-        ilu_solve(f, 'T', atx, y, t);
-        EXPECT_LE(rel_error(y, x), -45.0) << thresh;
-    }
-    o.dtol = 1e-3;
-    o.pivot_thresh = 0.5;
-    for (char how : {'N', 'R'}) {
-        o.order = how;
-        SCOPED_TRACE(std::string("order ") + how);
-        check_solve(a, false, nullptr, Method::RGMRES, 30, Precon::Ilu, 50, 500, 0, &o);
-        check_solve(a, false, nullptr, Method::BICGSTAB, 1, Precon::Ilu, 50, 500, 0, &o);
+    for (char rule : {'S', 'L'}) {
+        SCOPED_TRACE(std::string("rule ") + rule);
+        IluOptions o;
+        o.lfill = -1;
+        o.ilut = true;
+        o.ilut_rule = rule;
+        long npivm = -1;
+        IluFactor<RealKind> plain;
+        ASSERT_EQ(ilu_factor(a, o, nullptr, nullptr, plain, npivm), kIluOk);
+        EXPECT_GT(npivm, 0);
+        o.pstrat = 'P';
+        for (double thresh : {1.0, 0.1}) {
+            o.pivot_thresh = thresh;
+            IluFactor<RealKind> f;
+            ASSERT_EQ(ilu_factor(a, o, nullptr, nullptr, f, npivm), kIluOk);
+            EXPECT_EQ(npivm, 0) << thresh;
+            const std::vector<long> &moves = rule == 'S' ? f.q : f.p, &stays = rule == 'S' ? f.p : f.q;
+            EXPECT_TRUE(is_permutation(moves, a.n));
+            bool moved = false;
+            for (long k = 0; k < a.n; ++k) {
+                moved |= moves[size_t(k)] != k;
+                EXPECT_EQ(stays[size_t(k)], k);
+            }
+            EXPECT_TRUE(moved);
+            EXPECT_LE(exactness(a, f), -45.0) << thresh;
+            const Vec<RealKind> x = rhs<RealKind>(a.n, p);
+            Vec<RealKind> atx(a.n, p), y(a.n, p);
+            matvec(a, 'T', x, atx, t);
+            ilu_solve(f, 'T', atx, y, t);
+            EXPECT_LE(rel_error(y, x), -45.0) << thresh;
+        }
+        o.dtol = 1e-3;
+        o.pivot_thresh = 0.5;
+        for (char how : {'N', 'R'}) {
+            o.order = how;
+            SCOPED_TRACE(std::string("order ") + how);
+            check_solve(a, false, nullptr, Method::RGMRES, 30, Precon::Ilu, 50, 500, 0, &o);
+            check_solve(a, false, nullptr, Method::BICGSTAB, 1, Precon::Ilu, 50, 500, 0, &o);
+        }
     }
 }
 

@@ -12,8 +12,9 @@
 //   - lfill >= 0: its level, lev(i,q) + lev(p,c) + 1 with original entries
 //     at level 0, is at most lfill (ILU(k) of Meijerink and van der Vorst);
 //   - lfill < 0: its size is at least dtol times the 2-norm of row i of A.
-// (Saad's ILUT, row by row with dual dropping, and the symmetric orderings
-// of ordering.cpp applied first, are further options: see ilut() below.)
+// (ILUT, row by row with Saad's dual dropping or column by column with Li
+// and Shao's, and the symmetric orderings of ordering.cpp applied first,
+// are further options: see ilut() and ilut_by_columns() below.)
 // A fill entry that is dropped is, with modified ILU (Gustafsson 1978),
 // added to the pivot of its row, so that M and A have the same row sums.
 // Pivots: 'N' the diagonal in the natural order; 'U' the caller's order;
@@ -293,28 +294,34 @@ int eliminate(const Cs<K> &a, const IluOptions &o, const long *user_p, const lon
     return kIluOk;
 }
 
-// Saad's ILUT (Iterative Methods for Sparse Linear Systems, 2nd ed., alg.
-// 10.8), the IKJ form of Gaussian elimination: row i of A is copied to a
-// dense work row w, and for each k < i with w_k != 0, in increasing order
-// (a heap of the columns), l = w_k / u_kk is dropped when |w_k| < tau_i,
-// else w -= l u_k (row k of U, pivot included).  Then the entries of U
-// (j > i) below tau_i are dropped, the L part and the U part each keep
-// their lfil largest, and, with a fill factor, both keep their largest
-// within what is left of the budget fill_factor * (entries of A's rows so
-// far) - (entries of the factor's rows so far), split evenly; the rest is
-// row i of the factor.  tau_i is dtol times the largest entry of row i of
-// A.  Two departures from Saad's text, both making the dropping
-// independent of the scale of the matrix: a multiplier is judged by the
-// entry |l u_kk| it removes, not by |l| (a multiplier is a ratio, the
-// threshold a size), and the fill limit is a running budget, not a
-// per-row count, so the rows that meet much fill late in a fill-reducing
-// order (the separators of minimum degree) can use what earlier rows
-// left.  The diagonal is always kept; a pivot of size at most eps times the
-// 1-norm of its row is replaced as in the elimination.  The work per row is
-// linear in the fill it meets, plus a log for the heap and a selection for
-// the largest entries.
+// ILUT, the IKJ form of Gaussian elimination (Saad, Iterative Methods for
+// Sparse Linear Systems, 2nd ed., alg. 10.8): row i of A is copied to a
+// dense work row w, and for each k < i with w_k != 0, in increasing order (a
+// heap of the columns), the multiplier l = w_k / u_kk is formed and w -= l
+// u_k (row k of U, pivot included); the row's L part is the multipliers, its
+// U part the entries of w after column i.  The pivot is replaced when its
+// size is at most eps times the 1-norm of row i of A.  With tau_i = dtol
+// times the largest entry of row i of A, two rules decide what is dropped:
+//   - after_row false (Saad's ILUT, the rule 'S' of IluOptions): a
+//     multiplier is dropped as it is met, before its update is made, when
+//     |l u_kk| < tau_i (the size of the entry it removes; Saad's text
+//     tests |l|, but a multiplier is a ratio and the threshold a size), and
+//     an entry of the U part when it is below tau_i;
+//   - after_row true (the rows of the factor of A^T made by ilut_by_columns
+//     for the rule 'L'): every update is made, and the row's entries are
+//     tested only once the row is complete: a multiplier is dropped when
+//     |l u_kk| < tau_i, an entry of the U part when it is below dtol times
+//     the row's pivot.
+// Then the L part and the U part each keep their lfil largest, and, with a
+// fill factor, both keep their largest within what is left of the running
+// budget fill_factor * (entries of A's rows so far) - (entries of the
+// factor's rows so far), split evenly: a running budget, not a per-row
+// count, so the rows that meet much fill late in a fill-reducing order (the
+// separators of minimum degree) can use what earlier rows left.  The
+// diagonal is always kept.  The work per row is linear in the fill it meets,
+// plus a log for the heap and a selection for the largest entries.
 template <class K>
-int ilut(const Cs<K> &a, const IluOptions &o, IluFactor<K> &f, long &npivm)
+int ilut(const Cs<K> &a, const IluOptions &o, bool after_row, IluFactor<K> &f, long &npivm)
 {
     const long n = a.n;
     const mpfr_prec_t prec = a.a.precision();
@@ -323,7 +330,7 @@ int ilut(const Cs<K> &a, const IluOptions &o, IluFactor<K> &f, long &npivm)
     Pool<K> pool(prec);
     Vec<K> w(n, prec), l(1, prec), upd(1, prec);
     Vec<K> rdiag(n, prec);
-    Real eps(prec), thr(prec), nrm1(prec), s(prec), dtol(prec);
+    Real eps(prec), thr(prec), uthr(prec), nrm1(prec), s(prec), s2(prec), dtol(prec);
     mpfr_set_ui_2exp(eps, 1, 1 - prec, MPFR_RNDN);
     mpfr_set_d(dtol, o.dtol, MPFR_RNDN);
     // Columns carry labels, their columns in A; colpos[label] is the
@@ -369,7 +376,7 @@ int ilut(const Cs<K> &a, const IluOptions &o, IluFactor<K> &f, long &npivm)
             heap.pop_back();
             K::mul(l[0], w[c], rdiag[k], t);
             K::abs(s, w[c], t);
-            if (mpfr_cmp(s, thr) < 0 || K::is_zero(l[0])) {
+            if (K::is_zero(l[0]) || (!after_row && mpfr_cmp(s, thr) < 0)) {
                 K::zero(w[c]);
                 continue;
             }
@@ -414,6 +421,25 @@ int ilut(const Cs<K> &a, const IluOptions &o, IluFactor<K> &f, long &npivm)
                 }
             }
         }
+        // the pivot
+        const long pv = pool.add();
+        if (pos[size_t(d)] >= 0)
+            K::set(pool[pv], w[d]);
+        K::abs(s, pool[pv], t);
+        mpfr_mul(l[0], eps, nrm1, MPFR_RNDN);
+        if (mpfr_cmp(s, l[0]) <= 0) {
+            K::set_real(pool[pv], nrm1);
+            ++npivm;
+        }
+        upiv[size_t(i)] = pv;
+        K::inv(rdiag[i], pool[pv], t);
+        // the U part's threshold once the row is complete: dtol |pivot|
+        if (after_row) {
+            K::abs(uthr, pool[pv], t);
+            mpfr_mul(uthr, uthr, dtol, MPFR_RNDN);
+        } else {
+            mpfr_set(uthr, thr, MPFR_RNDN);
+        }
         // the row of the factor: dual dropping
         const long row_nnz = a.start[size_t(i + 1)] - a.start[size_t(i)];
         long cap = o.lfil > 0 ? o.lfil : n;
@@ -428,7 +454,17 @@ int ilut(const Cs<K> &a, const IluOptions &o, IluFactor<K> &f, long &npivm)
                 if ((part == 0 && cp >= i) || (part == 1 && cp <= i) || K::is_zero(w[j]))
                     continue;
                 K::abs(s, w[j], t);
-                if (part == 0 || mpfr_cmp(s, thr) >= 0) // L entries were tested when made
+                bool kept;
+                if (part == 1) {
+                    kept = mpfr_cmp(s, uthr) >= 0;
+                } else if (after_row) { // |l u_kk|, the size of the entry the multiplier removed
+                    K::abs(s2, pool[upiv[size_t(cp)]], t);
+                    mpfr_mul(s, s, s2, MPFR_RNDN);
+                    kept = mpfr_cmp(s, thr) >= 0;
+                } else {
+                    kept = true; // tested when made
+                }
+                if (kept)
                     keep.push_back(j);
             }
             if (long(keep.size()) > cap) {
@@ -446,18 +482,6 @@ int ilut(const Cs<K> &a, const IluOptions &o, IluFactor<K> &f, long &npivm)
             used += long(keep.size());
         }
         used += 1;
-        // the pivot
-        const long pv = pool.add();
-        if (pos[size_t(d)] >= 0)
-            K::set(pool[pv], w[d]);
-        K::abs(s, pool[pv], t);
-        mpfr_mul(l[0], eps, nrm1, MPFR_RNDN);
-        if (mpfr_cmp(s, l[0]) <= 0) {
-            K::set_real(pool[pv], nrm1);
-            ++npivm;
-        }
-        upiv[size_t(i)] = pv;
-        K::inv(rdiag[i], pool[pv], t);
         for (long j : nz) {
             K::zero(w[j]);
             pos[size_t(j)] = -1;
@@ -501,6 +525,90 @@ int ilut(const Cs<K> &a, const IluOptions &o, IluFactor<K> &f, long &npivm)
     return kIluOk;
 }
 
+// ILUTP by columns with the dropping of Li and Shao's supernodal ILUTP (ACM
+// TOMS 37(4), 2011; SuperLU's ILU), without its supernodes: the factor is
+// made column by column, and column j is complete, every update by the
+// columns before it made, before its entries are tested: an entry u_kj of U
+// is dropped when |u_kj| < dtol times the largest entry of column j of A, a
+// multiplier l_ij of L when |l_ij| < dtol.  Threshold pivoting ('P')
+// exchanges rows: the largest entry below the diagonal becomes the pivot
+// when the diagonal entry is below pivot_thresh times it.  lfil and the
+// fill factor count columns: the factor's first j columns hold at most
+// fill_factor times the entries of A's first j columns.  A column made
+// complete before its tests is a row of the factor of A^T made the same
+// way, so this is ilut() with after_row on A^T, its factor transposed: A^T
+// = P' L' D U' Q' gives A = Q'^T U'^T D L'^T P'^T, whose unit lower factor
+// is U'^T, its unit upper factor L'^T, its row order q' and its column
+// order p'.  (ilut()'s threshold for a multiplier of A^T, dtol times the
+// largest entry of its row of A^T, is that of U above; its threshold for
+// the U part, dtol times the pivot, is that of the multipliers l = u / u_jj
+// above.)
+template <class K>
+int ilut_by_columns(const Cs<K> &a, const IluOptions &o, IluFactor<K> &f, long &npivm)
+{
+    const long n = a.n;
+    const size_t un = static_cast<size_t>(n);
+    std::vector<std::pair<std::pair<long, long>, long>> ent; // ((column, row), entry)
+    ent.reserve(size_t(a.nnz()));
+    for (long e = 0; e < a.nnz(); ++e)
+        ent.push_back({{a.col[size_t(e)], a.row[size_t(e)]}, e});
+    std::sort(ent.begin(), ent.end());
+    Cs<K> at;
+    at.n = n;
+    at.row.resize(ent.size());
+    at.col.resize(ent.size());
+    at.a = Vec<K>(a.nnz(), a.a.precision());
+    for (size_t e = 0; e < ent.size(); ++e) {
+        at.row[e] = ent[e].first.first;
+        at.col[e] = ent[e].first.second;
+        K::set(at.a[long(e)], a.a[ent[e].second]); // the transpose, not the conjugate transpose
+    }
+    index_rows(at);
+    IluFactor<K> g;
+    const int r = ilut(at, o, true, g, npivm);
+    if (r != kIluOk)
+        return r;
+    // row k of the result: L(k, j < k) = U'(j, k), the pivot, U(k, j > k) = L'(j, k)
+    std::vector<long> lcount(un, 0), ucount(un, 0);
+    for (long j = 0; j < n; ++j) {
+        for (long e = g.start[size_t(j)]; e < g.diag[size_t(j)]; ++e)
+            ++ucount[size_t(g.col[size_t(e)])];
+        for (long e = g.diag[size_t(j)] + 1; e < g.start[size_t(j + 1)]; ++e)
+            ++lcount[size_t(g.col[size_t(e)])];
+    }
+    f.n = n;
+    f.hermitian = false;
+    f.p = g.q;
+    f.q = g.p;
+    f.start.assign(un + 1, 0);
+    f.diag.assign(un, 0);
+    f.col.assign(g.col.size(), 0);
+    f.c = Vec<K>(long(g.col.size()), a.a.precision());
+    std::vector<long> lnext(un), unext(un);
+    for (long k = 0; k < n; ++k) {
+        f.start[size_t(k + 1)] = f.start[size_t(k)] + lcount[size_t(k)] + 1 + ucount[size_t(k)];
+        lnext[size_t(k)] = f.start[size_t(k)];
+        f.diag[size_t(k)] = f.start[size_t(k)] + lcount[size_t(k)];
+        unext[size_t(k)] = f.diag[size_t(k)] + 1;
+        f.col[size_t(f.diag[size_t(k)])] = k;
+        K::set(f.c[f.diag[size_t(k)]], g.c[g.diag[size_t(k)]]);
+    }
+    // rows of g in increasing order: each row of the result fills in increasing column order
+    for (long j = 0; j < n; ++j) {
+        for (long e = g.start[size_t(j)]; e < g.diag[size_t(j)]; ++e) {
+            const long k = g.col[size_t(e)], at_k = unext[size_t(k)]++;
+            f.col[size_t(at_k)] = j;
+            K::set(f.c[at_k], g.c[e]);
+        }
+        for (long e = g.diag[size_t(j)] + 1; e < g.start[size_t(j + 1)]; ++e) {
+            const long k = g.col[size_t(e)], at_k = lnext[size_t(k)]++;
+            f.col[size_t(at_k)] = j;
+            K::set(f.c[at_k], g.c[e]);
+        }
+    }
+    return kIluOk;
+}
+
 } // namespace
 
 template <class K>
@@ -533,7 +641,8 @@ template <class K>
 int ilu_factor(const Cs<K> &a, const IluOptions &o, const long *user_p, const long *user_q, IluFactor<K> &f,
                long &npivm)
 {
-    if (o.ilut && (o.lfill >= 0 || !one_of(o.pstrat, "NP") || o.hermitian || o.milu || !(o.pivot_thresh > 0)))
+    if (o.ilut && (o.lfill >= 0 || !one_of(o.pstrat, "NP") || o.hermitian || o.milu || !(o.pivot_thresh > 0) ||
+                   !one_of(o.ilut_rule, "SL")))
         return kIluBadOptions;
     if (o.order != 'N' && o.pstrat != 'U') {
         // factor P A P^T, then express its pivot order in A's indices
@@ -549,7 +658,7 @@ int ilu_factor(const Cs<K> &a, const IluOptions &o, const long *user_p, const lo
         return r;
     }
     if (o.ilut)
-        return ilut(a, o, f, npivm);
+        return o.ilut_rule == 'L' ? ilut_by_columns(a, o, f, npivm) : ilut(a, o, false, f, npivm);
     return eliminate(a, o, user_p, user_q, f, npivm);
 }
 

@@ -76,8 +76,9 @@ struct IluOptions {
     // (ordering.cpp): 'N' none, 'R' reverse Cuthill-McKee, 'D' minimum degree.
     // Ignored with the caller's pivot order (pstrat 'U').
     char order = 'N';
-    // Saad's ILUT instead of the elimination above (lfill < 0, pstrat 'N'
-    // or 'P', not hermitian, not milu): row by row, dual dropping (ilu.cpp).
+    // ILUT instead of the elimination above (lfill < 0, pstrat 'N' or 'P',
+    // not hermitian, not milu), by the rule ilut_rule below.  Saad's rule:
+    // row by row, dual dropping (ilu.cpp).
     // With pstrat 'P' threshold pivoting by columns (ILUTP): the largest
     // entry of a row's U part becomes its pivot when the diagonal entry is
     // below pivot_thresh times it (1: always the largest).  With
@@ -91,6 +92,14 @@ struct IluOptions {
     long lfil = 0;
     double fill_factor = 0;
     double pivot_thresh = 0.1;
+    // ILUT's rule (ilu.cpp): 'L' (the default) Li and Shao's, the dropping
+    // of SuperLU's ILUTP without its supernodes: column by column, each
+    // column complete (every update made) before its entries are tested,
+    // u_kj dropped when below dtol times the largest entry of column j of
+    // A, l_ij when |l_ij| < dtol; pivoting 'P' exchanges rows (the largest
+    // entry below the diagonal), lfil and fill_factor count columns.  'S'
+    // Saad's, as above: row by row, a multiplier dropped as it is met.
+    char ilut_rule = 'L';
 };
 
 enum IluStatus { kIluOk = 0, kIluBadPivotOrder = 1, kIluBadOptions = 2 };
