@@ -77,6 +77,10 @@ int main(int argc, char **argv)
     const std::vector<Law> laws = {
         {"StudentT nu=5", STATS_TalvoStudentTRandomSample_MP, "5"},
         {"StudentT nu=2.5", STATS_TalvoStudentTRandomSample_MP, "2.5"},
+        {"StudentT nu=1", STATS_TalvoStudentTRandomSample_MP, "1"},
+        {"StudentT nu=0.3", STATS_TalvoStudentTRandomSample_MP, "0.3"},
+        {"StudentT nu=60", STATS_TalvoStudentTRandomSample_MP, "60"},
+        {"StudentT nu=10^6", STATS_TalvoStudentTRandomSample_MP, "10^6"},
         {"Cauchy a=0 b=1", STATS_TalvoCauchyRandomSample_MP, "0, 1"},
         {"Gumbel a=0 b=1", STATS_TalvoGumbelRandomSample_MP, "0, 1"},
         {"Laplace a=0 b=1", STATS_TalvoLaplaceRandomSample_MP, "0, 1"},

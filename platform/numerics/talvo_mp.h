@@ -118,6 +118,14 @@ TALVO_MP_API TalvoFloat TalvoMP_g01fac(Nag_TailProbability tail, TalvoFloat p, N
 // Student's t with df > 0 degrees of freedom (any tail).
 TALVO_MP_API TalvoFloat TalvoMP_g01ebc(Nag_TailProbability tail, TalvoFloat t, TalvoFloat df, NagError *fail);
 TALVO_MP_API TalvoFloat TalvoMP_g01fbc(Nag_TailProbability tail, TalvoFloat p, TalvoFloat df, NagError *fail);
+// The series behind g01fbc's first attempt, for tests: bounds lower <= S <=
+// upper of S = P(|T| >= t) (want_s) or C = P(|T| <= t) at t > 0, from the
+// ball that attempt computes at the current "Digits"; returns 0 where it
+// does not apply.  TalvoMP_t_series_radius_shift(bits) makes every such ball
+// 2^bits times too narrow (0: as computed) and returns the previous setting.
+TALVO_MP_API int TalvoMP_t_series_enclosure(TalvoFloat t, TalvoFloat df, int want_s, TalvoFloat *lower,
+                                            TalvoFloat *upper);
+TALVO_MP_API long TalvoMP_t_series_radius_shift(long bits);
 
 // Chi-square: lower or upper tail at x >= 0; lower-tail deviate for 0 <= p < 1.
 TALVO_MP_API TalvoFloat TalvoMP_g01ecc(Nag_TailProbability tail, TalvoFloat x, TalvoFloat df, NagError *fail);

@@ -46,6 +46,22 @@ void relative_ball(arb_t X, const arf_t x, slong rad_bits)
     mag_set(arb_radref(X), r);
 }
 
+// A sufficient test of N inside X that costs a few word operations:
+// |mid N - mid X| (rounded up) + rad N <= rad X.  (arb_contains decides it
+// exactly with exact endpoints; this one may refuse a ball that touches
+// the edge, where the caller then takes its longer way.)
+bool inside(arb_srcptr X, arb_srcptr N)
+{
+    if (!arb_is_finite(N) || !arb_is_finite(X))
+        return false;
+    Arf d;
+    arf_sub(d, arb_midref(N), arb_midref(X), MAG_BITS, ARF_RND_UP);
+    Mag m;
+    arf_get_mag(m, d);
+    mag_add(m, m, arb_radref(N));
+    return mag_cmp(m, arb_radref(X)) <= 0;
+}
+
 } // namespace
 
 Status invert(arb_ptr root, const Inversion &f, arb_srcptr p, double start, const Target &target)
@@ -259,7 +275,61 @@ bool invert_fast(arb_ptr root, const Inversion &f, arb_srcptr p, double start, c
     arb_div(N, G, D, wp);
     arb_sub_arf(N, N, x, wp);
     arb_neg(N, N);
-    if (!arb_contains(X, N) || !accurate_to(N, target.goal))
+    if (!inside(X, N) || !accurate_to(N, target.goal))
+        return false;
+    arb_set(root, N);
+    return true;
+}
+
+bool invert_newton_first(arb_ptr root, const Inversion &f, arb_srcptr p, double start, const Target &target)
+{
+    if (!fast_paths_on || !std::isfinite(start) || !(start > f.lo) || !(start < f.hi) || !(start > 0))
+        return false;
+    const slong wp_final = target.goal + 24;
+    Arf x;
+    arf_set_d(x, start);
+    Arb bx, value, dens, step;
+    // Each plain step squares the relative error (2^-40 -> 2^-72 -> 2^-136
+    // ..., with 8 bits of margin a step); the interval step squares it once
+    // more, so it starts once 2 rad_bits - 16 reaches the goal plus 8.
+    slong rad_bits = 40;
+    while (2 * rad_bits - 16 < target.goal + 8) {
+        slong next = 2 * rad_bits - 8;
+        slong wp = std::min(wp_final, next + 24);
+        arb_set_arf(bx, x);
+        if (f.cdf(value, bx, wp) != Status::Ok)
+            return false;
+        f.density(dens, bx, wp);
+        if (!arb_is_positive(dens))
+            return false;
+        arb_sub(step, value, p, wp);
+        arb_div(step, step, dens, wp);
+        if (f.upper)
+            arb_neg(step, step);
+        arb_sub_arf(step, step, x, wp);
+        arb_neg(step, step);
+        if (!arb_is_finite(step))
+            return false;
+        arf_set(x, arb_midref(step));
+        if (arf_sgn(x) <= 0 || arf_cmp_d(x, f.lo) <= 0 || arf_cmp_d(x, f.hi) >= 0)
+            return false;
+        rad_bits = next;
+    }
+    Arb X, G, D, N;
+    arb_set_arf(bx, x);
+    relative_ball(X, x, rad_bits);
+    if (f.cdf(G, bx, wp_final) != Status::Ok)
+        return false;
+    arb_sub(G, G, p, wp_final);
+    f.density(D, X, wp_final);
+    if (f.upper)
+        arb_neg(D, D);
+    if (arb_contains_zero(D))
+        return false;
+    arb_div(N, G, D, wp_final);
+    arb_sub_arf(N, N, x, wp_final);
+    arb_neg(N, N);
+    if (!inside(X, N) || !accurate_to(N, target.goal))
         return false;
     arb_set(root, N);
     return true;

@@ -52,6 +52,15 @@ bool fast_target(const Target &target);
 // then runs invert()).  The caller decides whether the ball is narrow
 // enough for its rounding (rounds_uniquely) before it uses it.
 bool invert_fast(arb_ptr root, const Inversion &f, arb_srcptr p, double start, const Target &target);
+// The same first attempt for a target above 30 digits, for a deviate whose
+// function is cheap at any precision: from the start (trusted to about
+// 2^-40), plain Newton steps at rising precision until the error is about
+// the square root of the goal's, then the interval Newton step.  True with a
+// proven ball accurate to the goal, false when it proved nothing (the
+// caller runs invert()).  Off with the fast paths (TalvoMP_set_fast_paths);
+// its answers are not counted by TalvoMP_fast_path_answers, which counts the
+// attempts of at most 30 digits.
+bool invert_newton_first(arb_ptr root, const Inversion &f, arb_srcptr p, double start, const Target &target);
 // Counts one call answered by a fast path (TalvoMP_fast_path_answers).
 void count_fast_answer();
 

@@ -90,7 +90,7 @@ double start_normal_upper(double q)
     return NAN;
 }
 
-double start_t_upper(double df, double q, double log_q)
+double start_t_upper_double(double df, double q)
 {
     if (q > kTiny && shape_ok(df)) {
         try {
@@ -101,6 +101,14 @@ double start_t_upper(double df, double q, double log_q)
         } catch (...) {
         }
     }
+    return NAN;
+}
+
+double start_t_upper(double df, double q, double log_q)
+{
+    double t = start_t_upper_double(df, q);
+    if (usable(t))
+        return t;
     // P(T >= t) ~ (nu / t^2)^(nu/2) / (nu B(nu/2, 1/2)) as t -> infinity.
     double lt = (0.5 * df * std::log(df) - std::log(df) - log_beta(0.5 * df, 0.5) - log_q) / df;
     return std::exp(lt);

@@ -19,5 +19,8 @@ double start_beta(double a, double b, double p, double log_p, bool upper);
 double start_normal_upper(double q);
 // Student's t with df degrees of freedom: t > 0 with P(T >= t) = q.
 double start_t_upper(double df, double q, double log_q);
+// The same start when it needs no ln q (a q whose double is not tiny and
+// an answer of the double routine); NaN otherwise.
+double start_t_upper_double(double df, double q);
 
 } // namespace talvo::mp
