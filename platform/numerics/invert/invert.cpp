@@ -228,40 +228,39 @@ bool fast_target(const Target &target)
     return fast_paths_on && target.out_prec <= limit && target.goal <= target.out_prec;
 }
 
-bool invert_fast(arb_ptr root, const Inversion &f, arb_srcptr p, double start, const Target &target)
+namespace {
+
+// One plain Newton step at wp, x <- x - (F(x) - p) / f(x), kept inside the
+// domain; false when the step cannot be taken (a failed evaluation, a
+// density that is not positive, a step out of the domain).
+bool plain_newton_step(Arf &x, const Inversion &f, arb_srcptr p, slong wp)
 {
-    if (!fast_target(target) || !std::isfinite(start) || !(start > f.lo) || !(start < f.hi) || !(start > 0))
-        return false;
-    const slong wp = target.goal + 24;
-    Arf x;
-    arf_set_d(x, start);
     Arb bx, value, dens, step;
-    // A start good to 2^-40 needs no step for a goal of up to about 60 bits
-    // (the interval step below squares its error); above that, one plain
-    // Newton step first brings it to about 2^-80.
-    slong rad_bits = 40;
-    if (target.goal > 60) {
-        arb_set_arf(bx, x);
-        if (f.cdf(value, bx, wp) != Status::Ok)
-            return false;
-        f.density(dens, bx, wp);
-        if (!arb_is_positive(dens))
-            return false;
-        arb_sub(step, value, p, wp);
-        arb_div(step, step, dens, wp);
-        if (f.upper)
-            arb_neg(step, step);
-        arb_sub_arf(step, step, x, wp);
-        arb_neg(step, step); // x - (F(x) - p) / f(x)
-        if (!arb_is_finite(step))
-            return false;
-        arf_set(x, arb_midref(step));
-        if (arf_sgn(x) <= 0 || arf_cmp_d(x, f.lo) <= 0 || arf_cmp_d(x, f.hi) >= 0)
-            return false;
-        rad_bits = 72;
-    }
-    // X = x (1 +- 2^-rad_bits); N = x - G / D with G = F(x) - p, D = F'(X).
-    Arb X, G, D, N;
+    arb_set_arf(bx, x);
+    if (f.cdf(value, bx, wp) != Status::Ok)
+        return false;
+    f.density(dens, bx, wp);
+    if (!arb_is_positive(dens))
+        return false;
+    arb_sub(step, value, p, wp);
+    arb_div(step, step, dens, wp);
+    if (f.upper)
+        arb_neg(step, step);
+    arb_sub_arf(step, step, x, wp);
+    arb_neg(step, step); // x - (F(x) - p) / f(x)
+    if (!arb_is_finite(step))
+        return false;
+    arf_set(x, arb_midref(step));
+    return !(arf_sgn(x) <= 0 || arf_cmp_d(x, f.lo) <= 0 || arf_cmp_d(x, f.hi) >= 0);
+}
+
+// The interval Newton step around x: X = x (1 +- 2^-rad_bits), N = x - G / D
+// with G = F(x) - p and D = F'(X).  N inside X proves the root lies in N;
+// it is kept in root when it also meets the target's goal.
+bool interval_newton_step(arb_ptr root, const Inversion &f, arb_srcptr p, const Arf &x, slong rad_bits, slong wp,
+                          const Target &target)
+{
+    Arb bx, X, G, D, N;
     arb_set_arf(bx, x);
     relative_ball(X, x, rad_bits);
     if (f.cdf(G, bx, wp) != Status::Ok)
@@ -281,6 +280,27 @@ bool invert_fast(arb_ptr root, const Inversion &f, arb_srcptr p, double start, c
     return true;
 }
 
+} // namespace
+
+bool invert_fast(arb_ptr root, const Inversion &f, arb_srcptr p, double start, const Target &target)
+{
+    if (!fast_target(target) || !std::isfinite(start) || !(start > f.lo) || !(start < f.hi) || !(start > 0))
+        return false;
+    const slong wp = target.goal + 24;
+    Arf x;
+    arf_set_d(x, start);
+    // A start good to 2^-40 needs no step for a goal of up to about 60 bits
+    // (the interval step below squares its error); above that, one plain
+    // Newton step first brings it to about 2^-80.
+    slong rad_bits = 40;
+    if (target.goal > 60) {
+        if (!plain_newton_step(x, f, p, wp))
+            return false;
+        rad_bits = 72;
+    }
+    return interval_newton_step(root, f, p, x, rad_bits, wp, target);
+}
+
 bool invert_newton_first(arb_ptr root, const Inversion &f, arb_srcptr p, double start, const Target &target)
 {
     if (!fast_paths_on || !std::isfinite(start) || !(start > f.lo) || !(start < f.hi) || !(start > 0))
@@ -288,51 +308,17 @@ bool invert_newton_first(arb_ptr root, const Inversion &f, arb_srcptr p, double 
     const slong wp_final = target.goal + 24;
     Arf x;
     arf_set_d(x, start);
-    Arb bx, value, dens, step;
     // Each plain step squares the relative error (2^-40 -> 2^-72 -> 2^-136
     // ..., with 8 bits of margin a step); the interval step squares it once
     // more, so it starts once 2 rad_bits - 16 reaches the goal plus 8.
     slong rad_bits = 40;
     while (2 * rad_bits - 16 < target.goal + 8) {
         slong next = 2 * rad_bits - 8;
-        slong wp = std::min(wp_final, next + 24);
-        arb_set_arf(bx, x);
-        if (f.cdf(value, bx, wp) != Status::Ok)
-            return false;
-        f.density(dens, bx, wp);
-        if (!arb_is_positive(dens))
-            return false;
-        arb_sub(step, value, p, wp);
-        arb_div(step, step, dens, wp);
-        if (f.upper)
-            arb_neg(step, step);
-        arb_sub_arf(step, step, x, wp);
-        arb_neg(step, step);
-        if (!arb_is_finite(step))
-            return false;
-        arf_set(x, arb_midref(step));
-        if (arf_sgn(x) <= 0 || arf_cmp_d(x, f.lo) <= 0 || arf_cmp_d(x, f.hi) >= 0)
+        if (!plain_newton_step(x, f, p, std::min(wp_final, next + 24)))
             return false;
         rad_bits = next;
     }
-    Arb X, G, D, N;
-    arb_set_arf(bx, x);
-    relative_ball(X, x, rad_bits);
-    if (f.cdf(G, bx, wp_final) != Status::Ok)
-        return false;
-    arb_sub(G, G, p, wp_final);
-    f.density(D, X, wp_final);
-    if (f.upper)
-        arb_neg(D, D);
-    if (arb_contains_zero(D))
-        return false;
-    arb_div(N, G, D, wp_final);
-    arb_sub_arf(N, N, x, wp_final);
-    arb_neg(N, N);
-    if (!inside(X, N) || !accurate_to(N, target.goal))
-        return false;
-    arb_set(root, N);
-    return true;
+    return interval_newton_step(root, f, p, x, rad_bits, wp_final, target);
 }
 
 } // namespace talvo::mp
