@@ -423,17 +423,20 @@ Status mixture_sum(arb_ptr S, MixtureComponent *c, int nc, slong trunc, slong wp
             double lw_goal = std::log(std::max(mag_get_d(total), 1e-300)) - (trunc + 6) * kLn2;
             if (mag_get_d(total) == 0)
                 lw_goal = want;
-            Integer more = 0;
-            double jj = static_cast<double>(j);
-            while (more < 4 * kMaxSeriesTerms) {
-                jj += dir;
-                ++more;
+            // The bound on the rest only falls as the index moves on (the
+            // sum it bounds loses terms), so the first index that meets the
+            // goal is found by doubling and bisection: a linear scan took
+            // seconds when hundreds of millions of indices were needed.
+            const double j0 = static_cast<double>(j);
+            auto enough = [&](slong k) {
+                double jj = j0 + static_cast<double>(dir * k);
                 if (jj < 0)
-                    break;
+                    return true;
                 double lt = falling ? est[0].log_weight_tail_below(jj) : est[0].log_weight_tail_above(jj);
-                if (lt <= lw_goal)
-                    break;
-            }
+                return lt <= lw_goal;
+            };
+            slong first = first_true_from(1, 4 * kMaxSeriesTerms, enough);
+            Integer more = first < 0 ? 4 * kMaxSeriesTerms : static_cast<Integer>(first);
             if (needed != nullptr)
                 *needed = count + more;
             return Status::NoConvergence;
