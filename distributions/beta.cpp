@@ -67,8 +67,21 @@ STATS_ENTRY ALGEB STATS_TalvoBetaRandomVariate_MP(TKernelVector kv, ALGEB args)
                                 [](TKernelVector kv, auto... p) { return STATS_BetaRandomVariate_MP(kv, p...); });
 }
 
+// The two gamma setups depend on the shapes only, so they are made once for
+// the whole sample; every element is the same draw STATS_BetaRandomVariate_MP
+// makes.
 STATS_ENTRY ALGEB STATS_TalvoBetaRandomSample_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::SampleEntry<2>(kv, args, __func__,
-                                 [](TKernelVector kv, auto... p) { return STATS_BetaRandomVariate_MP(kv, p...); });
+    stats::EntryFrame f(kv, args, __func__, 3);
+    int n = f.int32(1);
+    TalvoFloat a = f.real(2), b = f.real(3);
+    const TalvoFloat one(1.0);
+    TalvoFloat d1, c1, d2, c2;
+    STATS_GammaRandomVariateSetup_MP(kv, one, a, d1, c1);
+    STATS_GammaRandomVariateSetup_MP(kv, one, b, d2, c2);
+    return stats::FillRandomSample(kv, n, [&] {
+        TalvoFloat x = STATS_GammaRandomVariateMain_MP(kv, one, a, d1, c1);
+        TalvoFloat y = STATS_GammaRandomVariateMain_MP(kv, one, b, d2, c2);
+        return x / (x + y);
+    });
 }
