@@ -57,9 +57,16 @@ TalvoFloat STATS_NormalProbability_MP(TKernelVector kv, TalvoFloat x, TalvoFloat
 TalvoFloat STATS_NormalDeviate_MP(TKernelVector kv, TalvoFloat p, TalvoFloat mu, TalvoFloat sigma)
 {
     stats::NagCall c;
-    TalvoFloat z = TalvoMP_g01fac(STATS_ToNag_TailProbability_MP(STATS_LOWER_TAIL_MP), p, &c.fail);
-    c.Check(kv);
     int digits = STATS_GetTalvoDigits_MP();
+    // Above 14 digits the first Newton step reads the probability of the
+    // start; the numerics library hands it back with the deviate when it can
+    // settle it from the deviate's own enclosure (the same rounded value the
+    // probability routine returns, without a second error function).
+    TalvoFloat first_probability;
+    int settled = 0;
+    TalvoFloat z = digits > 14 ? TalvoMP_g01fac_lower_with_probability(p, &first_probability, &settled, &c.fail)
+                               : TalvoMP_g01fac(STATS_ToNag_TailProbability_MP(STATS_LOWER_TAIL_MP), p, &c.fail);
+    c.Check(kv);
     if (digits > 14) {
         // Newton's method on Phi(z) - p.  The density's constant 1/sqrt(2 Pi)
         // is a double: each step then gains about 16 digits rather than
@@ -70,7 +77,7 @@ TalvoFloat STATS_NormalDeviate_MP(TKernelVector kv, TalvoFloat p, TalvoFloat mu,
         // step happen: the last iterate's probability, usually the second of
         // two, is never computed.
         TalvoFloat tol = NewtonTolerance(digits);
-        TalvoFloat f = LowerTailNormal(kv, z) - p;
+        TalvoFloat f = (settled ? first_probability : LowerTailNormal(kv, z)) - p;
         TalvoFloat g = TalvoFloat(0.3989422804014327) * exp(TalvoFloat(-0.5) * z * z);
         for (int i = 0; i < digits; ++i) {
             if (i > 0) {

@@ -10,6 +10,14 @@
 // The deviates invert the same functions with arb_hypgeom_erfcinv (a proven
 // interval Newton iteration); a probability above 1/2 is first turned into its
 // exact complement 1 - p, so p = 1 - 1e-10 loses nothing.
+//
+// The probabilities are correctly rounded floats (their loop runs until the
+// ball decides the rounding), so the deviate routine can hand back the
+// probability of its own answer, derived from its enclosure, as the same
+// float (TalvoMP_g01fac_lower_with_probability).  Up to about 22 digits the
+// deviates' first attempt takes Q(m) from a fixed-point series instead of
+// an error function (normal_upper_series).
+#include "core/fixed_series.hpp"
 #include "core/support.hpp"
 #include "internal.hpp"
 #include "invert/invert.hpp"
@@ -17,7 +25,9 @@
 
 #include <arb_hypgeom.h>
 
+#include <algorithm>
 #include <cmath>
+#include <vector>
 
 namespace talvo::mp {
 
@@ -32,13 +42,173 @@ slong erfc_guard(arb_srcptr x)
     return 8 + static_cast<slong>(std::log2(c < 1e300 ? c : 1e300));
 }
 
+// The upper tail Q(m) = P(Z >= m) at an exact 0 <= m <= 6 without an error
+// function, for the first attempt of the deviates: with z = m^2 / 2,
+//   Q(m) = 1/2 - m phi(m) S(z),   S(z) = sum_j t_j,  t_j = z^j / (3/2)_j
+// (Kummer's series of erf: positive terms).  The terms are made forwards,
+// t_j = t_(j-1) z d_j with d_j = 2 / (2j + 1), in 128-bit fixed point with
+// both bounds rounded outwards: every term carries its error relative to
+// the largest, so the sum keeps about 120 bits whatever the size of z
+// (Horner's rule would multiply the early roundings by z^j).  Beyond the n
+// terms summed the terms fall at least geometrically, ratio r = z / (n + 3/2)
+// < 1, so the rest is at most t_n / (1 - r).  The subtraction loses about
+// log2(1 / (2 Q)) bits, which the sum carries on top of wp; when the fixed
+// point cannot hold that many (Q below about 2^-40) the caller takes the
+// error function instead.  phi(m) is stored for the density of the same
+// step.
+struct NormalSeries {
+    std::vector<u128> d_lo, d_hi; // d_j = 2 / (2j + 1) at scale 2^127, j >= 1
+    Arb inv_sqrt_2pi;             // 1 / sqrt(2 pi) to 256 bits
+
+    static constexpr slong kMaxTerms = 400;
+
+    NormalSeries()
+    {
+        arb_const_pi(inv_sqrt_2pi, 256);
+        arb_mul_2exp_si(inv_sqrt_2pi, inv_sqrt_2pi, 1);
+        arb_rsqrt(inv_sqrt_2pi, inv_sqrt_2pi, 256);
+        d_lo.push_back(0);
+        d_hi.push_back(0);
+        Arb d;
+        for (slong j = 1; j <= kMaxTerms; ++j) {
+            arb_set_ui(d, 2);
+            arb_div_ui(d, d, static_cast<ulong>(2 * j + 1), 192);
+            Arf lo, hi;
+            arb_get_lbound_arf(lo, d, 192);
+            arb_get_ubound_arf(hi, d, 192);
+            u128 l = 0, h = 0;
+            arf_to_u128(l, lo, 127, false);
+            arf_to_u128(h, hi, 127, true);
+            d_lo.push_back(l);
+            d_hi.push_back(h);
+        }
+    }
+};
+
+bool normal_upper_series(arb_ptr v, arb_ptr phi, arb_srcptr m, slong wp)
+{
+    if (!arb_is_exact(m) || arb_is_negative(m))
+        return false;
+    const double md = arf_get_d(arb_midref(m), ARF_RND_NEAR);
+    if (!(md >= 0 && md <= 6.0))
+        return false;
+    static NormalSeries ns;
+    const double zd = md * md / 2;
+    const double qd = 0.5 * std::erfc(md / std::sqrt(2.0));
+    const slong loss = 4 + static_cast<slong>(std::log2(0.5 / qd));
+    const slong bits = wp + loss + 4;
+    if (bits > 112)
+        return false;
+    // The terms in double: how many to sum, and the largest (for the scale).
+    double t = 1, sum = 1, tmax = 1;
+    slong n = 1;
+    for (;; ++n) {
+        t *= zd / (static_cast<double>(n) + 0.5); // t_n
+        tmax = std::max(tmax, t);
+        const double r = zd / (static_cast<double>(n) + 1.5);
+        if (r < 0.5 && t < std::ldexp(sum, -static_cast<int>(bits) - 8))
+            break;
+        sum += t;
+        if (n >= NormalSeries::kMaxTerms - 1)
+            return false;
+    }
+    // z at scale 2^Sz (z < 2^5), the terms at scale 2^St (every term and
+    // their sum below 2^126).
+    const slong prec = bits + 16;
+    Arb z;
+    arb_sqr(z, m, 2 * prec);
+    arb_mul_2exp_si(z, z, -1);
+    Arf zl_f, zh_f;
+    arb_get_lbound_arf(zl_f, z, 128);
+    arb_get_ubound_arf(zh_f, z, 128);
+    const slong Sz = 122;
+    int texp;
+    std::frexp(sum * 1.01 + 1, &texp);
+    const slong St = 125 - texp;
+    u128 zl, zh;
+    if (!arf_to_u128(zl, zl_f, Sz, false) || !arf_to_u128(zh, zh_f, Sz, true))
+        return false;
+    u128 tl = u128(1) << St, th = tl, sl = tl, sh = th;
+    for (slong j = 1; j <= n; ++j) {
+        u128 ul, uh;
+        if (!shift_round(ul, mul_wide(tl, zl), static_cast<int>(Sz), false) ||
+            !shift_round(uh, mul_wide(th, zh), static_cast<int>(Sz), true) ||
+            !shift_round(tl, mul_wide(ul, ns.d_lo[static_cast<size_t>(j)]), 127, false) ||
+            !shift_round(th, mul_wide(uh, ns.d_hi[static_cast<size_t>(j)]), 127, true))
+            return false;
+        if (j == n)
+            break; // t_n: only bounds the rest
+        sl += tl;
+        sh += th;
+        if (sh < th)
+            return false;
+    }
+    // The rest: t_n / (1 - r) <= th (2n + 3) / (2n + 3 - 2 z) in units of 2^-St.
+    Arb S, rest, den;
+    u128_interval_to_arb(S, sl, sh, St);
+    u128_interval_to_arb(rest, th, th, St);
+    arb_set_si(den, 2 * n + 3);
+    arb_mul_2exp_si(z, z, 1);
+    arb_sub(den, den, z, 64); // 2n + 3 - 2z
+    arb_mul_2exp_si(z, z, -1);
+    if (!arb_is_positive(den))
+        return false;
+    arb_mul_si(rest, rest, 2 * n + 3, 64);
+    arb_div(rest, rest, den, 64);
+    Mag rest_mag;
+    arb_get_mag(rest_mag, rest);
+    arb_add_error_mag(S, rest_mag);
+    // Enough bits: the width of S against S.
+    if (arb_rel_accuracy_bits(S) < bits)
+        return false;
+    // phi(m) = exp(-z) / sqrt(2 pi); Q = 1/2 - m phi(m) S.
+    arb_neg(phi, z);
+    arb_exp(phi, phi, prec);
+    arb_mul(phi, phi, ns.inv_sqrt_2pi, prec);
+    arb_mul(v, phi, S, prec);
+    arb_mul(v, v, m, prec);
+    arb_neg(v, v);
+    Arb half;
+    arb_set_d(half, 0.5);
+    arb_add(v, v, half, prec);
+    return arb_is_positive(v);
+}
+
+// phi(X) for a ball X near m or -m, from phi(m): phi(X) = phi(m) exp(-d)
+// with d = (X - m)(X + m) / 2; when |d| <= rho < 1/4, exp(-d) lies within
+// 1 +- 2 rho.  False when X is not that near.
+bool normal_density_near(arb_ptr r, arb_srcptr X, arb_srcptr m, arb_srcptr phi_m, slong wp)
+{
+    Arb d, s, f;
+    arb_sub(d, X, m, 64);
+    arb_add(s, X, m, 64);
+    arb_mul(d, d, s, 64);
+    Mag rho;
+    arb_get_mag(rho, d);
+    mag_mul_2exp_si(rho, rho, -1);
+    if (mag_cmp_2exp_si(rho, -2) >= 0)
+        return false;
+    mag_mul_2exp_si(rho, rho, 1);
+    arb_one(f);
+    mag_set(arb_radref(f), rho);
+    arb_mul(r, phi_m, f, wp);
+    return true;
+}
+
+// phi(m) at the point m of the last fast step, when the series made it.
+struct StepDensity {
+    Arb m, phi;
+    bool have = false;
+};
+
 // The cheap first attempt at up to 30 digits: every deviate but the
 // two-tail confidence one below 1/2 is z > 0 with P(Z >= z) = q for an exact
 // q < 1/2 (and a sign); one interval Newton step from a double start proves
 // a ball around z.  True when that ball fixes the rounding of the result,
 // which is then the correctly rounded deviate; otherwise the precision loop
 // answers.
-bool fast_normal_deviate(arb_ptr r, arb_srcptr p, Nag_TailProbability tail, const Target &target)
+bool fast_normal_deviate(arb_ptr r, arb_srcptr p, Nag_TailProbability tail, const Target &target,
+                         StepDensity *step = nullptr)
 {
     if (!fast_target(target))
         return false;
@@ -64,14 +234,26 @@ bool fast_normal_deviate(arb_ptr r, arb_srcptr p, Nag_TailProbability tail, cons
         arb_mul_2exp_si(q, q, -1);
         break;
     }
+    // The step's Q(m) comes from the series where it holds the bits (phi(m)
+    // then also gives the density over the step's ball), else from erfc.
+    StepDensity local;
+    StepDensity &sd = step != nullptr ? *step : local;
+    sd.have = false;
     Inversion f;
     f.lo = 0;
     f.upper = true;
-    f.cdf = [](arb_ptr v, arb_srcptr z, slong wp) {
-        normal_tail(v, z, Nag_UpperTail, wp);
+    f.cdf = [&](arb_ptr v, arb_srcptr z, slong wp) {
+        sd.have = normal_upper_series(v, sd.phi, z, wp);
+        if (sd.have)
+            arb_set(sd.m, z);
+        else
+            normal_tail(v, z, Nag_UpperTail, wp);
         return Status::Ok;
     };
-    f.density = [](arb_ptr d, arb_srcptr z, slong wp) { normal_density(d, z, wp); };
+    f.density = [&](arb_ptr d, arb_srcptr z, slong wp) {
+        if (!sd.have || !normal_density_near(d, z, sd.m, sd.phi, wp))
+            normal_density(d, z, wp);
+    };
     double start = start_normal_upper(arf_get_d(arb_midref(q), ARF_RND_NEAR));
     if (!invert_fast(r, f, q, start, target) || !rounds_uniquely(r, target.out_prec))
         return false;
@@ -196,28 +378,100 @@ TalvoFloat TalvoMP_g01eac(Nag_TailProbability tail, TalvoFloat x, NagError *fail
             arb_set_d(h, 0.5);
         return float_from_arb(h, target.out_prec);
     }
-    Status s = ziv({r}, target, erfc_guard(ax), [&](slong wp) {
+    Status s = ziv_rounded(r, target, erfc_guard(ax), [&](slong wp) {
         normal_tail(r, ax, tail, wp);
         return Status::Ok;
     });
     return call.result(r, target, s);
 }
 
-TalvoFloat TalvoMP_g01fac(Nag_TailProbability tail, TalvoFloat p, NagError *fail)
+namespace {
+
+// g01fac, with the ball of the fast attempt handed back when that attempt
+// answered (fast set true): the exact deviate lies in `ball`.
+TalvoFloat normal_deviate_call(Nag_TailProbability tail, TalvoFloat p, NagError *fail, arb_ptr ball, bool *fast,
+                               StepDensity *step = nullptr)
 {
+    *fast = false;
     Call call("TalvoMP_g01fac", fail);
     if (!call.tail_any(tail) || !call.greater("p", p, 0) || !call.less("p", p, 1))
         return Call::undefined();
     Target target = target_full();
-    Arb ap, r;
+    Arb ap;
     arb_set_float(ap, p);
     if ((tail == Nag_LowerTail || tail == Nag_UpperTail) && float_cmp_d(p, 0.5) == 0)
         return float_from_si(0, target.out_prec);
-    if (fast_normal_deviate(r, ap, tail, target))
-        return call.result(r, target, Status::Ok);
-    Status s = ziv({r}, target, 10, [&](slong wp) {
-        normal_deviate(r, ap, tail, wp);
+    if (fast_normal_deviate(ball, ap, tail, target, step)) {
+        *fast = true;
+        return call.result(ball, target, Status::Ok);
+    }
+    Status s = ziv({ball}, target, 10, [&](slong wp) {
+        normal_deviate(ball, ap, tail, wp);
         return Status::Ok;
     });
-    return call.result(r, target, s);
+    return call.result(ball, target, s);
+}
+
+} // namespace
+
+TalvoFloat TalvoMP_g01fac(Nag_TailProbability tail, TalvoFloat p, NagError *fail)
+{
+    Arb ball;
+    bool fast = false;
+    return normal_deviate_call(tail, p, fail, ball, &fast);
+}
+
+// The lower-tail deviate z of p and, when it costs no error function, the
+// lower-tail probability of z rounded as g01eac rounds it.  The fast attempt
+// encloses the exact deviate z* in a narrow ball; then
+//   Phi(z) = p + (z - z*) phi(xi)   for some xi between z and z*,
+// so p + (z - z*) phi(hull of z and the ball) encloses Phi(z).  Where that
+// enclosure fixes the rounding, its rounding is g01eac's answer (a correctly
+// rounded value is unique); elsewhere *settled stays 0.
+TalvoFloat TalvoMP_g01fac_lower_with_probability(TalvoFloat p, TalvoFloat *probability, int *settled, NagError *fail)
+{
+    *settled = 0;
+    Arb ball;
+    bool fast = false;
+    StepDensity step;
+    TalvoFloat z = normal_deviate_call(Nag_LowerTail, p, fail, ball, &fast, &step);
+    if (!fast)
+        return z;
+    const slong out_prec = target_full().out_prec;
+    const slong wp = out_prec + 64;
+    Arb az, ap, d, hull, dens, P;
+    arb_set_float(az, z);
+    arb_set_float(ap, p);
+    arb_sub(d, az, ball, wp);
+    arb_union(hull, az, ball, wp);
+    if (!step.have || !normal_density_near(dens, hull, step.m, step.phi, wp))
+        normal_density(dens, hull, wp);
+    arb_mul(d, d, dens, wp);
+    arb_add(P, ap, d, wp);
+    if (!rounds_uniquely(P, out_prec))
+        return z;
+    *probability = float_from_arb(P, out_prec);
+    *settled = 1;
+    return z;
+}
+
+int TalvoMP_normal_series_enclosure(TalvoFloat m, TalvoFloat *lower, TalvoFloat *upper)
+{
+    if (float_is_nan(m) || float_is_inf(m))
+        return 0;
+    Target target = target_full();
+    Arb am, r, phi;
+    arb_set_float(am, m);
+    if (!talvo::mp::normal_upper_series(r, phi, am, target.goal + 24))
+        return 0;
+    slong prec = 2 * target.out_prec + 64;
+    Arf lo, hi;
+    arb_get_lbound_arf(lo, r, prec);
+    arb_get_ubound_arf(hi, r, prec);
+    ALGEB hl = talvo_float_new(prec), hh = talvo_float_new(prec);
+    arf_get_mpfr(talvo_float_mpfr(hl), lo, MPFR_RNDD);
+    arf_get_mpfr(talvo_float_mpfr(hh), hi, MPFR_RNDU);
+    *lower = TalvoFloat::from_handle(hl);
+    *upper = TalvoFloat::from_handle(hh);
+    return 1;
 }

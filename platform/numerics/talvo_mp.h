@@ -114,6 +114,16 @@ TALVO_MP_API long TalvoMP_fast_path_answers(void);
 // Standard normal: tail probability at x (any tail), deviate for p in (0, 1).
 TALVO_MP_API TalvoFloat TalvoMP_g01eac(Nag_TailProbability tail, TalvoFloat x, NagError *fail);
 TALVO_MP_API TalvoFloat TalvoMP_g01fac(Nag_TailProbability tail, TalvoFloat p, NagError *fail);
+// The lower-tail deviate of p exactly as g01fac returns it and, where that
+// is settled without another error function, *probability = the lower-tail
+// probability of that deviate exactly as g01eac returns it (*settled = 1).
+// For Newton polishing of the deviate against its probability.
+TALVO_MP_API TalvoFloat TalvoMP_g01fac_lower_with_probability(TalvoFloat p, TalvoFloat *probability, int *settled,
+                                                              NagError *fail);
+// The series behind g01fac's first attempt, for tests: bounds lower <= Q(m)
+// <= upper of the upper tail P(Z >= m) from the ball that attempt computes at
+// the current "Digits"; returns 0 where the series does not apply.
+TALVO_MP_API int TalvoMP_normal_series_enclosure(TalvoFloat m, TalvoFloat *lower, TalvoFloat *upper);
 
 // Student's t with df > 0 degrees of freedom (any tail).
 TALVO_MP_API TalvoFloat TalvoMP_g01ebc(Nag_TailProbability tail, TalvoFloat t, TalvoFloat df, NagError *fail);

@@ -66,13 +66,29 @@ bool rounds_uniquely(arb_srcptr x, slong prec)
         return false;
     if (arb_is_exact(x))
         return true;
-    Arf lo, hi;
-    arb_get_interval_arf(lo, hi, x, ARF_PREC_EXACT);
-    if (arf_sgn(lo) != arf_sgn(hi) || arf_is_zero(lo) || arf_is_zero(hi))
+    // The ends rounded outwards at prec + 64 bits first: if those round to
+    // one float, so does everything between.  Only when they do not, and the
+    // ends are of a reasonable size exactly (a ball such as 1 +- 2^-10^9
+    // would take gigabytes), the exact ends decide.
+    auto decide = [&](slong end_prec) -> bool {
+        Arf lo, hi;
+        arb_get_interval_arf(lo, hi, x, end_prec);
+        if (arf_sgn(lo) != arf_sgn(hi) || arf_is_zero(lo) || arf_is_zero(hi))
+            return false;
+        arf_set_round(lo, lo, prec, ARF_RND_NEAR);
+        arf_set_round(hi, hi, prec, ARF_RND_NEAR);
+        return arf_equal(lo, hi);
+    };
+    if (decide(prec + 64))
+        return true;
+    if (mag_is_zero(arb_radref(x)) || arf_is_zero(arb_midref(x)))
         return false;
-    arf_set_round(lo, lo, prec, ARF_RND_NEAR);
-    arf_set_round(hi, hi, prec, ARF_RND_NEAR);
-    return arf_equal(lo, hi);
+    fmpz_t gap;
+    fmpz_init(gap);
+    fmpz_sub(gap, ARF_EXPREF(arb_midref(x)), MAG_EXPREF(arb_radref(x)));
+    const bool small_gap = fmpz_cmp_si(gap, 100000) < 0;
+    fmpz_clear(gap);
+    return small_gap && decide(ARF_PREC_EXACT);
 }
 
 slong next_precision(slong wp, slong have, slong goal)

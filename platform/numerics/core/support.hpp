@@ -103,6 +103,40 @@ Status ziv(std::initializer_list<arb_ptr> outputs, const Target &target, slong g
     }
 }
 
+// The precision loop for one result that must be the correctly rounded
+// float of target.out_prec bits, so that a caller deriving the same value
+// another way gets the same float: as ziv, then more precision until every
+// point of the ball rounds to nearest to the same float.  (A value exactly
+// on a rounding boundary would never be decided: past the give-up limit the
+// accurate ball is kept once the precision passes 4 out_prec + 256 bits: a
+// value that close to a boundary is rarer than 2^-(3 out_prec), and some
+// balls, such as erfc of a huge argument next to 0 or 2, do not narrow.)
+template <class Eval>
+Status ziv_rounded(arb_ptr out, const Target &target, slong guard, Eval &&eval)
+{
+    slong wp = target.goal + guard;
+    const slong rounding_limit = 4 * target.out_prec + 256;
+    for (;;) {
+        Status s = eval(wp);
+        if (s != Status::Ok)
+            return s;
+        const bool tiny = below_float_range(out);
+        const bool accurate = tiny || accurate_to(out, target.goal);
+        if (accurate && (tiny || rounds_uniquely(out, target.out_prec)))
+            return Status::Ok;
+        if (accurate) {
+            slong next = wp + wp / 4 + 32;
+            if (next > rounding_limit)
+                return Status::Ok;
+            wp = next;
+            continue;
+        }
+        wp = next_precision(wp, arb_rel_accuracy_bits(out), target.goal);
+        if (wp == 0)
+            return Status::Inaccurate;
+    }
+}
+
 // ---------------------------------------------------------------------------
 // Conversion
 // ---------------------------------------------------------------------------
