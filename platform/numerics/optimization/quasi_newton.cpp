@@ -218,12 +218,15 @@ void TalvoMP_e04dga_(Integer *n_, TalvoMP_e04dga_objfun objfun, Integer *iter, T
         if (!S.empty()) {
             // U1 and U2 for the step about to be taken: the quasi-Newton
             // model predicts the decrease -g'p / 2 from the unit step, and
-            // when that is below r (1 + |F|) and the step below sqrt(r)
-            // (1 + |x|) while U3 holds, the minimum is reached as far as
-            // the values can show.  Testing before the line search spares
-            // the searches among values that no longer differ.
+            // when that is below r |F| (with the default r, below the
+            // rounding of F itself) and the step below sqrt(r) (1 + |x|)
+            // while U3 holds, the minimum is reached as far as the values
+            // can show.  Testing before the line search spares the searches
+            // among values that no longer differ (near a minimum F* != 0);
+            // where F falls towards 0 its decrease stays visible, and U1 on
+            // the steps taken decides as before.
             const TalvoFloat fscale = one + fabs(f);
-            if (-d0 < r * fscale && pnorm < root_r * (one + norm2(xk)) && norm2(g) <= root_r * fscale)
+            if (-d0 < r * fabs(f) && pnorm < root_r * (one + norm2(xk)) && norm2(g) <= root_r * fscale)
                 return finish(xk, f, g, 0);
         }
         TalvoFloat amax = stepmx / pnorm;
