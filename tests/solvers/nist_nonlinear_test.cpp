@@ -60,12 +60,12 @@ const std::map<std::string, std::string> kModels = {
     {"Thurber", "(b[1]+b[2]*x+b[3]*x^2+b[4]*x^3)/(1+b[5]*x+b[6]*x^2+b[7]*x^3)"},
 };
 
-// Start points the solver does not bring to the certified minimum (see
-// docs/solvers.md): from BoxBOD's first start the sum of squares falls
-// towards the limit 9771.5 as b2 grows without bound (a minimum at
-// infinity); from MGH10's first start the iterates run to b1 -> 0; from
-// MGH17's first start they stop at the local minimum 0.0245183.
-const std::set<std::pair<std::string, int>> kNotReached = {{"BoxBOD", 1}, {"MGH10", 1}, {"MGH17", 1}};
+// The start point the solver does not bring to the certified minimum: from
+// BoxBOD's first start the sum of squares falls towards the limit 9771.5 as
+// b2 grows without bound (a minimum at infinity).  (MGH10's and MGH17's
+// first starts, far from the minimum, reach it: each is checked below like
+// every other start.)
+const std::set<std::pair<std::string, int>> kNotReached = {{"BoxBOD", 1}};
 
 // The costly sets (hundreds of observations or of iterations) run only in
 // the release build; the sanitizer build runs the others.

@@ -7,11 +7,15 @@
 // values above the noise level of the differences (their number is the
 // grade of the Jacobian), damped as Levenberg and Marquardt do,
 //     p(lambda) = -sum_i v_i s_i / (s_i^2 + lambda) (u_i' r),
-// with lambda = 0 (pure Gauss-Newton) while that step reduces the sum of
-// squares, and otherwise raised and lowered by the ratio of actual to
-// predicted reduction (H. B. Nielsen's rule, IMM report 1999).  Retrying a
-// step with another lambda needs no new Jacobian: the SVD gives every
-// p(lambda) at once.
+// in the trust region form of J. J. More ("The Levenberg-Marquardt
+// algorithm: implementation and theory", Lecture Notes in Math. 630, 1978):
+// lambda = 0 (pure Gauss-Newton) while that step is within a bound delta on
+// the step's length in the scaled variables, else the lambda whose step has
+// length delta; delta doubles after a step the model predicted well, halves
+// after one it predicted poorly, and after a step that brought no decrease
+// shrinks to the minimiser of the quadratic interpolating the values along
+// it (within 0.1 to 0.5 of the step).  Retrying a step with another lambda
+// needs no new Jacobian: the SVD gives every p(lambda) at once.
 //
 // Large residuals.  Gauss-Newton ignores the second-order part
 // S = sum r_i Hess(r_i) of the Hessian of the sum of squares, and where the
@@ -35,8 +39,10 @@
 // of the Levenberg-Marquardt method), so badly scaled variables are damped
 // alike.  The differences are forward ones, h_j = 10^(-D/2) max(|x_j|, t_j) with t_j the typical size
 // of x_j (|x_j| at the start, or 1 for a zero start),
-// until an undamped step is shorter than 10^(-D/4) (1 + |x|), or no lower
-// point is found; from then on the five-point central formula,
+// until an undamped step is shorter than 10^(-D/4) (1 + |x|) while the sum of
+// squares no longer falls tenfold a step (the residuals tend to a nonzero
+// limit), or no lower point is found; from then on the five-point central
+// formula,
 // h_j = 10^(-D/5) max(|x_j|, t_j), so the Jacobian (and with it the gradient
 // J' r that vanishes at the minimum) carries about 4D/5 digits: on an
 // ill-conditioned problem the error of J moves the computed minimiser by
@@ -44,8 +50,13 @@
 // that would do for a well-conditioned one.  An undefined residual at a
 // trial point counts as no decrease (the step is shortened); at the start
 // point or in a difference it ends the solve with IFAIL 11.  It stops
-// when a step in the central phase is shorter than xtol (1 + |x|), or the
-// sum of squares is zero.
+// when a step in the central phase, taken or about to be taken, is shorter
+// than xtol (1 + |x|) and its reduction below what the sum of squares
+// resolves; when an undamped step of the forward phase that cut the sum of
+// squares tenfold is shorter than xtol (1 + |x|) (the residuals tend to zero
+// and convergence is quadratic); or when the sum of squares is zero.  No
+// trial is spent on a step whose predicted reduction is below the
+// resolution of the sum of squares.
 #include "dense.hpp"
 
 #include <algorithm>
@@ -142,7 +153,20 @@ void TalvoMP_e04fcf_(Integer *m_, Integer *n_, TalvoMP_e04fcf_lsqfun lsqfun, Tal
         typical[j] = xk[j] == zero ? one : fabs(xk[j]);
 
     bool central = false;
-    TalvoFloat lambda = zero, nu = two;
+    // lambda: the damping of the last step; delta: the bound on the step's
+    // length in the scaled variables (0 until the first step).
+    TalvoFloat lambda = zero, delta = zero;
+    bool have_delta = false;
+    // The size of a step relative to x: max_j |p_j| / max(|x_j|, t_j) (J. E.
+    // Dennis and R. B. Schnabel, sec. 7.2), so a step that is small beside
+    // one large variable but not beside a small one counts as not small.
+    auto relative_size = [&](const Vec &u) {
+        TalvoFloat r = zero;
+        for (size_t j = 0; j < N; ++j)
+            r = fmax(r, fabs(u[j]) / fmax(fabs(xk[j]), typical[j]));
+        return r;
+    };
+    Vec sv_last(N, zero);
     Vec ur(N), p(N);
     // The quasi-Newton part (see the head of this file): B (N x N, by
     // columns), the point, residuals, Jacobian and sum of squares of the last
@@ -151,6 +175,9 @@ void TalvoMP_e04fcf_(Integer *m_, Integer *n_, TalvoMP_e04fcf_lsqfun lsqfun, Tal
     la::Matrix Jprev(m, n, prec);
     TalvoFloat fprev = zero;
     bool have_prev = false, augmented = false;
+    // Whether the model choice and B have seen the last step (the
+    // Jacobian is formed again at the same point when the phase changes).
+    bool model_updated = false;
     auto jt_times = [&](const la::Matrix &A, const Vec &r) {
         Vec out(N, zero);
         for (size_t j = 0; j < N; ++j) {
@@ -209,7 +236,8 @@ void TalvoMP_e04fcf_(Integer *m_, Integer *n_, TalvoMP_e04fcf_lsqfun lsqfun, Tal
             }
         }
         have_jacobian = true;
-        if (have_prev) {
+        if (have_prev && !model_updated) {
+            model_updated = true;
             // Choose the model by the last step, then update B with it.
             Vec sv(N);
             for (size_t j = 0; j < N; ++j)
@@ -282,6 +310,23 @@ void TalvoMP_e04fcf_(Integer *m_, Integer *n_, TalvoMP_e04fcf_lsqfun lsqfun, Tal
         TalvoFloat predicted_gn = zero;
         for (Integer i = 0; i < grade; ++i)
             predicted_gn += ur[size_t(i)] * ur[size_t(i)];
+        // The full Gauss-Newton step.
+        auto gn_step = [&] {
+            Vec q(N, zero);
+            for (size_t j = 0; j < N; ++j) {
+                for (Integer i = 0; i < grade; ++i)
+                    q[j] += from_mpfr(V(long(j), i)) * ur[size_t(i)] / from_mpfr(S[i]);
+                q[j] /= from_mpfr(scale[long(j)]);
+            }
+            return q;
+        };
+        // The stopping test on the step about to be taken: with the central
+        // Jacobian, a Gauss-Newton step that moves no variable by more than
+        // xtol of its size, and whose predicted reduction the sum of squares
+        // cannot resolve, says x is the minimum to the accuracy asked for;
+        // the trial would only spend a value.
+        if (central && (predicted_gn <= e * fk || fk <= e * f0) && relative_size(gn_step()) <= xtol)
+            return finish(0);
         if (*iprint > 0 && lsqmon != nullptr && *niter % *iprint == 0) {
             Vec jac(M * N), sv(N);
             for (size_t j = 0; j < N; ++j) {
@@ -293,10 +338,64 @@ void TalvoMP_e04fcf_(Integer *m_, Integer *n_, TalvoMP_e04fcf_lsqfun lsqfun, Tal
             lsqmon(&mm, &nn, xk.data(), rk.data(), jac.data(), &ld, sv.data(), &grade, &it, &calls, iw, liw, w, lw);
         }
 
+        // The lambda >= lambda0 whose Gauss-Newton step has length delta in
+        // the scaled variables, |pz(lambda)|^2 = sum (s_i (u_i'r) / (s_i^2 +
+        // lambda))^2, by Hebden's Newton iteration on 1/|pz| - 1/delta
+        // (More 1978), which converges from below without overshooting;
+        // a length to within 10% is all the damping needs.
+        auto lambda_for_length = [&](const TalvoFloat &delta, const TalvoFloat &lambda0) {
+            TalvoFloat lam = lambda0;
+            for (int it = 0; it < 100; ++it) {
+                TalvoFloat q = zero, dq = zero;
+                for (Integer i = 0; i < grade; ++i) {
+                    const TalvoFloat si = from_mpfr(S[i]), d = si * si + lam;
+                    const TalvoFloat c = si * ur[size_t(i)] / d;
+                    q += c * c;
+                    dq += c * c / d;
+                }
+                const TalvoFloat qn = sqrt(q);
+                if (!(qn > delta * TalvoFloat(1.1)) || dq == zero)
+                    break;
+                // d|pz|/dlambda = -dq / |pz|.
+                lam += (qn - delta) / delta * q / dq;
+            }
+            return lam;
+        };
+        auto scaled_norm = [&](const Vec &u) {
+            TalvoFloat t2 = zero;
+            for (size_t j = 0; j < N; ++j) {
+                const TalvoFloat t = u[j] * from_mpfr(scale[long(j)]);
+                t2 += t * t;
+            }
+            return sqrt(t2);
+        };
         // Steps from this Jacobian until one reduces the sum of squares.
         bool accepted = false;
         TalvoFloat step_norm = zero;
         for (int tries = 0; tries < 40 && !accepted; ++tries) {
+            // The damping: none when the Gauss-Newton step is within the
+            // step bound delta (scaled variables), else the lambda whose
+            // step has length delta.
+            {
+                TalvoFloat gz2 = zero;
+                for (Integer i = 0; i < grade; ++i) {
+                    const TalvoFloat c = ur[size_t(i)] / from_mpfr(S[i]);
+                    gz2 += c * c;
+                }
+                const TalvoFloat gz = sqrt(gz2);
+                if (!have_delta) {
+                    have_delta = true;
+                    // The first bound: 100 |D x0| (More's default factor),
+                    // or 100 for a zero start.
+                    TalvoFloat dx = zero;
+                    for (size_t j = 0; j < N; ++j) {
+                        const TalvoFloat t = xk[j] * from_mpfr(scale[long(j)]);
+                        dx += t * t;
+                    }
+                    delta = TalvoFloat(100.0) * (dx > zero ? sqrt(dx) : one);
+                }
+                lambda = gz <= TalvoFloat(1.1) * delta ? zero : lambda_for_length(delta, zero);
+            }
             std::fill(p.begin(), p.end(), zero);
             TalvoFloat predicted = zero;
             bool have_step = false;
@@ -362,7 +461,11 @@ void TalvoMP_e04fcf_(Integer *m_, Integer *n_, TalvoMP_e04fcf_lsqfun lsqfun, Tal
                     pj *= bound / pn;
                 pn = bound;
             }
-            if (pn <= e * (one + norm2(xk)))
+            if (relative_size(p) <= e)
+                break; // x + p is x to the working precision
+            // A reduction below the resolution of the sum of squares cannot
+            // be seen: a trial would compare rounding errors.
+            if (predicted <= e * fk)
                 break;
             for (size_t j = 0; j < N; ++j)
                 xt[j] = xk[j] + p[j];
@@ -374,20 +477,16 @@ void TalvoMP_e04fcf_(Integer *m_, Integer *n_, TalvoMP_e04fcf_lsqfun lsqfun, Tal
             // counts as no decrease: the step is shortened.
             const bool better = r == Eval::Ok && classify(ft) == Value::Finite && ft < fk;
             if (better) {
+                // The bound after a success: halved where the model
+                // predicted the reduction poorly (rho < 1/4), twice the
+                // step where it predicted it well or the step was the
+                // undamped one (More 1978).
                 const TalvoFloat rho = predicted > zero ? (fk - ft) / predicted : one;
-                if (lambda > zero) {
-                    // A good model lowers lambda fast, so the steps become
-                    // Gauss-Newton steps again and convergence fast.
-                    const TalvoFloat q = two * rho - one;
-                    if (rho > TalvoFloat(0.75))
-                        lambda /= TalvoFloat(10.0);
-                    else
-                        lambda *= fmax(one / three, one - q * q * q);
-                    nu = two;
-                    const TalvoFloat smallest = from_mpfr(S[grade - 1]);
-                    if (lambda < TalvoFloat(0.01) * smallest * smallest)
-                        lambda = zero;
-                }
+                const TalvoFloat pzn = scaled_norm(p);
+                if (rho < TalvoFloat(0.25))
+                    delta = TalvoFloat(0.5) * fmin(delta, pzn);
+                else if (lambda == zero || rho >= TalvoFloat(0.75))
+                    delta = fmax(delta, two * pzn);
                 xprev = xk;
                 rprev = rk;
                 fprev = fk;
@@ -395,19 +494,41 @@ void TalvoMP_e04fcf_(Integer *m_, Integer *n_, TalvoMP_e04fcf_lsqfun lsqfun, Tal
                     for (long i = 0; i < long(M); ++i)
                         mpfr_set(Jprev(i, j), J(i, j), MPFR_RNDN);
                 have_prev = true;
+                model_updated = false;
                 xk = xt;
                 rk = rt;
                 fk = ft;
                 step_norm = pn;
+                for (size_t j = 0; j < N; ++j)
+                    sv_last[j] = p[j];
                 accepted = true;
             } else {
-                if (lambda == zero) {
-                    lambda = TalvoFloat(1e-3) * s1 * s1;
-                    nu = two;
-                } else {
-                    lambda *= nu;
-                    nu *= two;
+                // Shorter, as J. J. More's trust region form of the
+                // Levenberg-Marquardt method does (Lecture Notes in Math.
+                // 630, 1978): the next step's length in the scaled variables
+                // is mu times this one's, mu the minimiser of the quadratic
+                // through f(x), its slope along p and f(x + p) (J. E. Dennis
+                // and R. B. Schnabel, Numerical Methods for Unconstrained
+                // Optimization, 1983, A6.3.1), kept within [0.1, 0.5]; lambda
+                // is then the one whose step has that length, found from the
+                // singular values at no cost in values.  (Doubling lambda from
+                // a small start instead spends a value on each of several
+                // steps little shorter than the one that failed.)
+                TalvoFloat mu(0.1);
+                if (r == Eval::Ok && classify(ft) == Value::Finite) {
+                    TalvoFloat slope = zero; // d f(x + t p)/dt at 0: 2 r'J p
+                    for (size_t i = 0; i < M; ++i) {
+                        TalvoFloat jp = zero;
+                        for (size_t j = 0; j < N; ++j)
+                            jp += from_mpfr(J(long(i), long(j))) * p[j];
+                        slope += rk[i] * jp;
+                    }
+                    slope *= two;
+                    const TalvoFloat curv = ft - fk - slope;
+                    if (slope < zero && curv > zero)
+                        mu = fmin(TalvoFloat(0.5), fmax(TalvoFloat(0.1), -slope / (two * curv)));
                 }
+                delta = mu * fmin(delta, scaled_norm(p));
             }
         }
         if (!accepted) {
@@ -418,14 +539,6 @@ void TalvoMP_e04fcf_(Integer *m_, Integer *n_, TalvoMP_e04fcf_lsqfun lsqfun, Tal
             // No lower point: the minimum as far as the precision shows when
             // the Gauss-Newton step itself is below the noise of the values
             // (10^(-0.4 D) (1 + |x|): the sum of squares cannot resolve it),
-            TalvoFloat gn = zero;
-            for (size_t j = 0; j < N; ++j) {
-                TalvoFloat pj = zero;
-                for (Integer i = 0; i < grade; ++i)
-                    pj += from_mpfr(V(long(j), i)) * ur[size_t(i)] / from_mpfr(S[i]);
-                pj /= from_mpfr(scale[long(j)]);
-                gn += pj * pj;
-            }
             // Or when the gradient J'r is at the noise level of the
             // differences, relative to |J| |r|.
             TalvoFloat gnorm = zero;
@@ -434,13 +547,24 @@ void TalvoMP_e04fcf_(Integer *m_, Integer *n_, TalvoMP_e04fcf_lsqfun lsqfun, Tal
                 gnorm += t * t;
             }
             gnorm = sqrt(gnorm);
-            const bool at_noise = sqrt(gn) <= eps_pow(0.4) * (one + norm2(xk)) ||
+            const bool at_noise = norm2(gn_step()) <= eps_pow(0.4) * (one + norm2(xk)) ||
                                   gnorm <= eps_pow(0.4) * s1 * sqrt(fk);
             return finish(at_noise ? 0 : 3);
         }
         ++*niter;
         const TalvoFloat xn = one + norm2(xk);
-        if (!central && lambda == zero && step_norm < switch_step * xn)
+        // The residuals tend to zero while each undamped step removes most
+        // of the sum of squares (the Gauss-Newton steps converge
+        // quadratically, the Jacobian's error only adding a linear rate of
+        // its own size, 10^(-D/2)): there the forward differences do to the
+        // end, and a step below xtol (1 + |x|) leaves x within about its
+        // square of the minimum.  Otherwise the residuals tend to a nonzero
+        // limit, where the Jacobian's error moves the minimiser found, and
+        // the central differences take over once the steps are small.
+        const bool to_zero = fk < TalvoFloat(0.1) * fprev;
+        if (!central && lambda == zero && to_zero && relative_size(sv_last) <= xtol)
+            return finish(0);
+        if (!central && lambda == zero && step_norm < switch_step * xn && !to_zero)
             central = true;
         else if (central && step_norm <= xtol * xn &&
                  (predicted_gn <= e * fk || fk <= e * f0))

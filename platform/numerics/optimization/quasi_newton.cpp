@@ -2,19 +2,24 @@
 // limited-memory quasi-Newton method with gradients.
 //
 // Directions: limited-memory BFGS (J. Nocedal, Math. Comp. 35, 1980), the
-// two-loop recursion over the last min(n, 8) pairs (s, y), the initial matrix
-// scaled by s'y / y'y.  Steps: a line search meeting the strong Wolfe
-// conditions f(x + a p) <= f + 1e-4 a g'p and |g(x + a p)'p| <= eta |g'p|
-// (eta: "Linesearch Tolerance"), by bracketing and zooming with safeguarded
-// cubic interpolation (J. Nocedal and S. J. Wright, Numerical Optimization,
-// algorithms 3.5 and 3.6).
+// two-loop recursion over the last 10 pairs (s, y), the initial matrix
+// scaled by s'y / y'y.  The memory does not shrink with n: on a problem of a
+// few variables ten pairs make the directions those of full BFGS updates of
+// the scaled identity, which converge superlinearly, where keeping only n
+// pairs discards curvature the last steps measured.  Steps: a line search
+// meeting the strong Wolfe conditions f(x + a p) <= f + 1e-4 a g'p and
+// |g(x + a p)'p| <= eta |g'p| (eta: "Linesearch Tolerance"), by bracketing
+// and zooming (J. Nocedal and S. J. Wright, Numerical Optimization,
+// algorithms 3.5 and 3.6), the zoom's trials chosen by the interpolation
+// rules of More and Thuente (see ZoomStep).
 //
 // Convergence (after P. E. Gill, W. Murray and M. H. Wright, Practical
 // Optimization, 1981, sec. 8.2.3.2), with r the optimality tolerance:
 //   U1  F(k-1) - F(k) < r (1 + |F(k)|),
 //   U2  |x(k-1) - x(k)| < sqrt(r) (1 + |x(k)|),
 //   U3  |g(k)| <= sqrt(r) (1 + |F(k)|),
-// all three, or |g(k)| below eps (1 + |F(k)|).  The default r is eps =
+// all three, or |g(k)| below eps (1 + |F(k)|); U1 and U2 are also tested
+// before each line search on the predicted decrease and step (see there).  The default r is eps =
 // 10^-D itself, and U3 uses sqrt(r) where the double-precision test uses
 // r^(1/3): a multiprecision user asks for every digit, and F(k) - F* is
 // about |g|^2 / (the Hessian's scale), so |g| near sqrt(eps) is what puts the
@@ -57,29 +62,52 @@ struct Problem {
     }
 };
 
-// Cubic interpolation minimiser of the data (a, fa, da), (b, fb, db),
-// safeguarded into the middle 80% of [a, b]; bisection when undefined.
-TalvoFloat CubicStep(const TalvoFloat &a, const TalvoFloat &fa, const TalvoFloat &da, const TalvoFloat &b,
-                     const TalvoFloat &fb, const TalvoFloat &db)
+// The next trial of the zoom between lo (the lowest point so far meeting
+// the sufficient decrease condition) and hi, chosen as More and Thuente
+// do (ACM TOMS 20, 1994, the step of their routine for the cases of a
+// bracketed minimiser): where hi has the higher value, the cubic
+// interpolation minimiser when it is nearer lo than the minimiser of the
+// quadratic through (flo, dlo, fhi), else the point halfway between the two;
+// where the slopes at lo and hi differ in sign, the cubic minimiser or the
+// secant step, whichever is farther from hi.  Either lies inside the bracket
+// with no fixed margin from its ends: a value many orders above flo puts the
+// minimiser close to lo, and the interpolant finds it in one trial where a
+// step kept a tenth of the width from lo would need one trial per factor of
+// ten.  Progress is kept by the caller (bisection when two trials do not
+// shrink the bracket by a third); a trial outside the open bracket or not
+// a number is replaced by the midpoint.
+TalvoFloat ZoomStep(const TalvoFloat &lo, const TalvoFloat &flo, const TalvoFloat &dlo, const TalvoFloat &hi,
+                    const TalvoFloat &fhi, const TalvoFloat &dhi)
 {
-    const TalvoFloat three(3.0), two(2.0), tenth(0.1), half(0.5);
-    TalvoFloat lo = fmin(a, b), hi = fmax(a, b), width = hi - lo;
-    TalvoFloat t = half * (a + b);
-    if (is_finite(fa) && is_finite(fb)) {
-        const TalvoFloat d1 = da + db - three * (fa - fb) / (a - b);
-        const TalvoFloat disc = d1 * d1 - da * db;
-        if (!(disc < TalvoFloat(0.0))) {
-            const TalvoFloat d2 = Sign(sqrt(disc), b - a);
-            const TalvoFloat c = b - (b - a) * ((db + d2 - d1) / (db - da + two * d2));
-            if (is_finite(c))
-                t = c;
+    const TalvoFloat three(3.0), two(2.0), half(0.5);
+    const TalvoFloat mid = half * (lo + hi);
+    if (!is_finite(fhi) || !is_finite(dhi))
+        return mid;
+    TalvoFloat c = mid;
+    bool have_cubic = false;
+    const TalvoFloat d1 = dlo + dhi - three * (flo - fhi) / (lo - hi);
+    const TalvoFloat disc = d1 * d1 - dlo * dhi;
+    if (!(disc < TalvoFloat(0.0))) {
+        const TalvoFloat d2 = Sign(sqrt(disc), hi - lo);
+        const TalvoFloat t = hi - (hi - lo) * ((dhi + d2 - d1) / (dhi - dlo + two * d2));
+        if (is_finite(t)) {
+            c = t;
+            have_cubic = true;
         }
     }
-    const TalvoFloat low = lo + tenth * width, high = hi - tenth * width;
-    if (!(t >= low))
-        t = low;
-    if (!(t <= high))
-        t = high;
+    TalvoFloat t = c;
+    if (fhi > flo) {
+        const TalvoFloat q = lo + half * (dlo / ((flo - fhi) / (hi - lo) + dlo)) * (hi - lo);
+        if (is_finite(q))
+            t = have_cubic && fabs(c - lo) < fabs(q - lo) ? c : have_cubic ? c + half * (q - c) : q;
+    } else if (dlo * dhi < TalvoFloat(0.0)) {
+        const TalvoFloat s = lo + dlo / (dlo - dhi) * (hi - lo);
+        if (is_finite(s))
+            t = have_cubic && fabs(c - hi) > fabs(s - hi) ? c : s;
+    }
+    const TalvoFloat a = fmin(lo, hi), b = fmax(lo, hi);
+    if (!(t > a && t < b))
+        t = mid;
     return t;
 }
 
@@ -149,7 +177,7 @@ void TalvoMP_e04dga_(Integer *n_, TalvoMP_e04dga_objfun objfun, Integer *iter, T
     if (norm2(g) <= e * (one + fabs(f)))
         return finish(xk, f, g, 8);
 
-    const size_t memory = std::min<size_t>(N, 8);
+    const size_t memory = 10;
     std::deque<Vec> S, Y;
     std::deque<TalvoFloat> rho;
     Vec alpha(memory);
@@ -187,10 +215,26 @@ void TalvoMP_e04dga_(Integer *n_, TalvoMP_e04dga_objfun objfun, Integer *iter, T
             d0 = dot(g, p);
         }
         const TalvoFloat pnorm = norm2(p);
+        if (!S.empty()) {
+            // U1 and U2 for the step about to be taken: the quasi-Newton
+            // model predicts the decrease -g'p / 2 from the unit step, and
+            // when that is below r |F| (with the default r, below the
+            // rounding of F itself) and the step below sqrt(r) (1 + |x|)
+            // while U3 holds, the minimum is reached as far as the values
+            // can show.  Testing before the line search spares the searches
+            // among values that no longer differ (near a minimum F* != 0);
+            // where F falls towards 0 its decrease stays visible, and U1 on
+            // the steps taken decides as before.
+            const TalvoFloat fscale = one + fabs(f);
+            if (-d0 < r * fabs(f) && pnorm < root_r * (one + norm2(xk)) && norm2(g) <= root_r * fscale)
+                return finish(xk, f, g, 0);
+        }
         TalvoFloat amax = stepmx / pnorm;
+        // The first trial: the unit step once the pairs give the direction
+        // its scale, else a step of unit length (min(1, 1/|p|), as the
+        // bound-constrained L-BFGS of Byrd, Lu, Nocedal and Zhu, SIAM J.
+        // Sci. Comput. 16, 1995, takes on its first iteration).
         TalvoFloat a1 = S.empty() ? fmin(one, one / pnorm) : one;
-        if (k == 0 && S.empty())
-            a1 = fmin(one, one / pnorm) * fmax(one, fabs(f) / fmax(norm2(g), e));
         a1 = fmin(a1, amax);
 
         // Line search.
@@ -210,10 +254,14 @@ void TalvoMP_e04dga_(Integer *n_, TalvoMP_e04dga_objfun objfun, Integer *iter, T
         const TalvoFloat tiny = e * e;
         auto zoom = [&](TalvoFloat lo, TalvoFloat flo, TalvoFloat dlo, TalvoFloat hi, TalvoFloat fhi,
                         TalvoFloat dhi) -> Eval {
+            // The bracket's width now and one trial ago: a bracket that two
+            // trials have not shrunk to 0.66 of its width is bisected.
+            TalvoFloat width = fabs(hi - lo), width_before = TalvoFloat(2.0) * width;
+            bool bisect = false;
             for (int it = 0; it < 60; ++it) {
                 if (fabs(hi - lo) * pnorm <= tiny * (one + norm2(xk)))
                     return Eval::Ok;
-                TalvoFloat aj = CubicStep(lo, flo, dlo, hi, fhi, dhi);
+                const TalvoFloat aj = bisect ? TalvoFloat(0.5) * (lo + hi) : ZoomStep(lo, flo, dlo, hi, fhi, dhi);
                 TalvoFloat fj, dj;
                 Eval r2 = trial(aj, fj, ga, dj);
                 if (r2 != Eval::Ok)
@@ -241,6 +289,9 @@ void TalvoMP_e04dga_(Integer *n_, TalvoMP_e04dga_objfun objfun, Integer *iter, T
                     flo = fj;
                     dlo = dj;
                 }
+                bisect = fabs(hi - lo) >= TalvoFloat(0.66) * width_before;
+                width_before = width;
+                width = fabs(hi - lo);
             }
             return Eval::Ok;
         };
