@@ -8,9 +8,13 @@
 //      close to the optimum as SLSQP ends (objective error no larger, bounds
 //      and constraints violated by no more), found by running again with
 //      "Major Iteration Limit" 1, 2, ...;
-//   3. the time per solve at Digits 15, 50 and 100.
+//   3. the major iterations, evaluations and time per solve at Digits 15,
+//      50 and 100.
+// Sections 1 and 2 are given for the problems the solver was developed on
+// (tests/numerics/hs_problems.hpp) and, apart, for further problems of the
+// collection (hs_expression.hpp) that played no part in its design.
 // Usage: bench_sqp [path of sqp_scipy.py]
-#include "../tests/numerics/hs_problems.hpp"
+#include "hs_expression.hpp"
 #include "talvo_mp.h"
 #include "timing.hpp"
 
@@ -160,22 +164,23 @@ const std::map<std::string, const char *> kOptimum = {
     {"HS65", "0.9535288568047828363268439"}, {"HS71", "17.01401728915630155101519"},
     {"HS100", "680.6300573744021489538013"}};
 
-} // namespace
+struct Entry {
+    Hs p;
+    const char *optimum;
+};
 
-int main(int argc, char **argv)
+// Sections 1 and 2 for one set of problems.
+void Compare(const char *title, const std::vector<Entry> &set, const std::map<std::string, Peer> &loose,
+             const std::map<std::string, Peer> &tight)
 {
-    const std::string script = argc > 1 ? argv[1] : "bench/sqp_scipy.py";
-    const auto loose = RunScipy(script, "1e-6"), tight = RunScipy(script, "1e-12");
-    if (loose.empty())
-        std::printf("(SciPy not run: %s not found or SciPy missing)\n", script.c_str());
-    talvo_float_set_digits(15);
-    std::printf("Digits 15: e04uca against SLSQP (double, exact derivatives; ftol 1e-6 / 1e-12)\n");
+    std::printf("\n%s\nDigits 15: e04uca against SLSQP (double, exact derivatives; ftol 1e-6 / 1e-12)\n", title);
     std::printf("%-6s %5s %6s %9s | %12s %12s | %s\n", "", "iter", "evals", "rel.err", "SLSQP nit", "SLSQP nfev",
                 "ours <= SLSQP in iter, evals: 1e-6; 1e-12");
     int fewer_iter = 0, fewer_evals = 0, fewer_iter_t = 0, fewer_evals_t = 0, count = 0;
-    for (const Hs &p : Problems()) {
+    for (const Entry &e : set) {
+        const Hs &p = e.p;
         const Outcome o = Solve(p);
-        const TalvoFloat want = Parse(kOptimum.at(p.id));
+        const TalvoFloat want = Parse(e.optimum);
         const TalvoFloat scale = fabs(want) > TalvoFloat(1.0) ? fabs(want) : TalvoFloat(1.0);
         const double err = (fabs(o.f - want) / scale).to_double();
         const Peer a = loose.count(p.id) ? loose.at(p.id) : Peer{};
@@ -202,8 +207,9 @@ int main(int argc, char **argv)
     std::printf("%-6s %10s %9s %9s | %10s %9s %9s | %s\n", "", "SLSQP it", "err", "viol", "ours it/ev", "SLSQP it",
                 "/ev", "ours <= SLSQP (it, ev): 1e-6; 1e-12");
     int lfl_it = 0, lfl_ev = 0, lfl_it_t = 0, lfl_ev_t = 0;
-    for (const Hs &p : Problems()) {
-        const TalvoFloat want = Parse(kOptimum.at(p.id));
+    for (const Entry &e : set) {
+        const Hs &p = e.p;
+        const TalvoFloat want = Parse(e.optimum);
         const TalvoFloat scale = fabs(want) > TalvoFloat(1.0) ? fabs(want) : TalvoFloat(1.0);
         const Outcome full = Solve(p);
         long res_it[2] = {-1, -1}, res_ev[2] = {-1, -1};
@@ -242,22 +248,47 @@ int main(int argc, char **argv)
                     p.id.c_str(), a.nit, b.nit, std::fabs(a.f - want.to_double()) / scale.to_double(), a.viol,
                     res_it[0], res_ev[0], a.nit, a.nfev, i1 ? "yes" : "no ", e1 ? "yes" : "no ", i2 ? "yes" : "no ",
                     e2 ? "yes" : "no ", res_it[1], res_ev[1], b.nit, b.nfev);
+        // Where SLSQP ends away from the known optimum (another local
+        // minimum, or short of it), "as close as SLSQP" is a weak target.
+        const double far = 1e-8 * scale.to_double();
+        if (std::fabs(a.f - want.to_double()) > far || std::fabs(b.f - want.to_double()) > far)
+            std::printf("       (SLSQP ends with a relative error above 1e-8: a weak target)\n");
     }
     std::printf("like for like: no more iterations on %d of %d (1e-6) and %d of %d (1e-12); no more evaluations on %d "
                 "and %d of %d\n",
                 lfl_it, count, lfl_it_t, count, lfl_ev, lfl_ev_t, count);
+}
 
-    std::printf("\nTime per solve (ms) at Digits 15, 50, 100\n%-6s %9s %9s %9s\n", "", "15", "50", "100");
-    for (const Hs &p : Problems()) {
-        std::printf("%-6s", p.id.c_str());
-        for (long d : {15L, 50L, 100L}) {
-            talvo_float_set_digits(d);
-            Outcome o;
-            const double s = bench::BestSeconds([&] { o = Solve(p); });
-            std::printf(" %9.2f%s", s * 1e3, o.ifail != 0 ? "*" : " ");
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const std::string script = argc > 1 ? argv[1] : "bench/sqp_scipy.py";
+    const auto loose = RunScipy(script, "1e-6"), tight = RunScipy(script, "1e-12");
+    if (loose.empty())
+        std::printf("(SciPy not run: %s not found or SciPy missing)\n", script.c_str());
+    talvo_float_set_digits(15);
+    std::vector<Entry> core, extra;
+    for (const Hs &p : Problems())
+        core.push_back({p, kOptimum.at(p.id)});
+    for (auto &[p, want] : hs::text::ExtraProblems())
+        extra.push_back({p, want});
+    Compare("the problems of the tests", core, loose, tight);
+    Compare("further problems of the collection (not used in the solver's design)", extra, loose, tight);
+
+    std::printf("\nMajor iterations, evaluations and time per solve (ms) at Digits 15, 50, 100\n%-6s %20s %20s %20s\n",
+                "", "15", "50", "100");
+    for (const std::vector<Entry> *set : {&core, &extra})
+        for (const Entry &e : *set) {
+            std::printf("%-6s", e.p.id.c_str());
+            for (long d : {15L, 50L, 100L}) {
+                talvo_float_set_digits(d);
+                Outcome o;
+                const double s = bench::BestSeconds([&] { o = Solve(e.p); });
+                std::printf(" %3ld %4ld %9.2f%s  ", long(o.iter), o.calls, s * 1e3, o.ifail != 0 ? "*" : " ");
+            }
+            std::printf("\n");
         }
-        std::printf("\n");
-    }
-    std::printf("(* the solve ended with a nonzero indicator)\n");
+    std::printf("(iterations, evaluations, ms; * the solve ended with a nonzero indicator)\n");
     return 0;
 }

@@ -1,6 +1,7 @@
 #!/usr/bin/python3
 """SciPy's SLSQP on the Hock-Schittkowski problems of bench_sqp.cpp (the
-definitions of tests/numerics/hs_problems.hpp, restated), in double
+definitions of tests/numerics/hs_problems.hpp, restated, and the further
+problems of bench/hs_expression.hpp from the same text), in double
 precision, with exact gradients and Jacobians.  Prints one line per
 problem: id, major iterations (nit), function evaluations (nfev), gradient
 evaluations (njev), the final value, the exit status, and the largest
@@ -107,6 +108,134 @@ P.append(problem("HS100", lambda x: (x[0] - 10) ** 2 + 5 * (x[1] - 12) ** 2 + x[
                        ineq(lambda x: -4 * x[0] ** 2 - x[1] ** 2 + 3 * x[0] * x[1] - 2 * x[2] ** 2 - 5 * x[5]
                             + 11 * x[6],
                             lambda x: np.array([-8 * x[0] + 3 * x[1], -2 * x[1] + 3 * x[0], -4 * x[2], 0, 0, -5, 11]))]))
+
+
+# Further problems of the collection (bench/hs_expression.hpp, the same
+# text), differentiated exactly by forward-mode dual numbers.
+class Dual:
+    def __init__(self, v, d):
+        self.v, self.d = v, d
+
+    @staticmethod
+    def lift(a, n):
+        return a if isinstance(a, Dual) else Dual(float(a), np.zeros(n))
+
+    def __add__(a, b):
+        b = Dual.lift(b, len(a.d))
+        return Dual(a.v + b.v, a.d + b.d)
+    __radd__ = __add__
+
+    def __sub__(a, b):
+        b = Dual.lift(b, len(a.d))
+        return Dual(a.v - b.v, a.d - b.d)
+
+    def __rsub__(a, b):
+        return Dual.lift(b, len(a.d)) - a
+
+    def __mul__(a, b):
+        b = Dual.lift(b, len(a.d))
+        return Dual(a.v * b.v, a.d * b.v + a.v * b.d)
+    __rmul__ = __mul__
+
+    def __truediv__(a, b):
+        b = Dual.lift(b, len(a.d))
+        return Dual(a.v / b.v, (a.d * b.v - a.v * b.d) / (b.v * b.v))
+
+    def __rtruediv__(a, b):
+        return Dual.lift(b, len(a.d)) / a
+
+    def __neg__(a):
+        return Dual(-a.v, -a.d)
+
+    def __pow__(a, k):  # constant exponent
+        return Dual(a.v ** k, k * a.v ** (k - 1) * a.d)
+
+
+def _fn(f, df):
+    return lambda u: Dual(f(u.v), df(u.v) * u.d)
+
+
+NS = {"exp": _fn(math.exp, math.exp), "log": _fn(math.log, lambda v: 1 / v),
+      "sqrt": _fn(math.sqrt, lambda v: 0.5 / math.sqrt(v)), "sin": _fn(math.sin, math.cos),
+      "cos": _fn(math.cos, lambda v: -math.sin(v)), "pi": math.pi}
+
+
+def compile_expr(text, n):
+    code = compile(text.replace("^", "**"), text, "eval")
+
+    def value(x):
+        env = dict(NS)
+        for j in range(n):
+            env["x%d" % (j + 1)] = Dual(float(x[j]), np.eye(n)[j])
+        r = eval(code, env)
+        return Dual.lift(r, n)
+    return (lambda x: value(x).v), (lambda x: value(x).d)
+
+
+def text_problem(id, n, obj, cons, lb, ub, x0):
+    f, g = compile_expr(obj, n)
+    cs = []
+    for kind, e in cons:
+        c, j = compile_expr(e, n)
+        cs.append({"type": kind, "fun": c, "jac": j})
+    return problem(id, f, g, x0, lb=lb, ub=ub, cons=cs)
+
+
+I = INF
+P.append(text_problem("HS1", 2, "100*(x2 - x1^2)^2 + (1 - x1)^2", [], [-I, -1.5], [I, I], [-2, 1]))
+P.append(text_problem("HS2", 2, "100*(x2 - x1^2)^2 + (1 - x1)^2", [], [-I, 1.5], [I, I], [-2, 1]))
+P.append(text_problem("HS3", 2, "x2 + 1e-5*(x2 - x1)^2", [], [-I, 0], [I, I], [10, 1]))
+P.append(text_problem("HS80", 5, "exp(x1*x2*x3*x4*x5)",
+                      [("eq", "x1^2 + x2^2 + x3^2 + x4^2 + x5^2 - 10"), ("eq", "x2*x3 - 5*x4*x5"),
+                       ("eq", "x1^3 + x2^3 + 1")],
+                      [-2.3, -2.3, -3.2, -3.2, -3.2], [2.3, 2.3, 3.2, 3.2, 3.2], [-2, 2, 2, -1, -1]))
+P.append(text_problem("HS104", 8, "0.4*x1^0.67*x7^(-0.67) + 0.4*x2^0.67*x8^(-0.67) + 10 - x1 - x2",
+                      [("ineq", "1 - 0.0588*x5*x7 - 0.1*x1"),
+                       ("ineq", "1 - 0.0588*x6*x8 - 0.1*x1 - 0.1*x2"),
+                       ("ineq", "1 - 4*x3/x5 - 2*x3^(-0.71)/x5 - 0.0588*x3^(-1.3)*x7"),
+                       ("ineq", "1 - 4*x4/x6 - 2*x4^(-0.71)/x6 - 0.0588*x4^(-1.3)*x8"),
+                       ("ineq", "0.4*x1^0.67*x7^(-0.67) + 0.4*x2^0.67*x8^(-0.67) + 10 - x1 - x2 - 1"),
+                       ("ineq", "4.2 - (0.4*x1^0.67*x7^(-0.67) + 0.4*x2^0.67*x8^(-0.67) + 10 - x1 - x2)")],
+                      [0.1] * 8, [10] * 8, [6, 3, 0.4, 0.2, 6, 6, 1, 0.5]))
+P.append(text_problem("HS106", 8, "x1 + x2 + x3",
+                      [("ineq", "1 - 0.0025*(x4 + x6)"), ("ineq", "1 - 0.0025*(x5 + x7 - x4)"),
+                       ("ineq", "1 - 0.01*(x8 - x5)"), ("ineq", "x1*x6 - 833.33252*x4 - 100*x1 + 83333.333"),
+                       ("ineq", "x2*x7 - 1250*x5 - x2*x4 + 1250*x4"), ("ineq", "x3*x8 - 1250000 - x3*x5 + 2500*x5")],
+                      [100, 1000, 1000, 10, 10, 10, 10, 10], [10000, 10000, 10000, 1000, 1000, 1000, 1000, 1000],
+                      [5000, 5000, 5000, 200, 350, 150, 225, 425]))
+P.append(text_problem("HS108", 9, "-0.5*(x1*x4 - x2*x3 + x3*x9 - x5*x9 + x5*x8 - x6*x7)",
+                      [("ineq", "1 - x3^2 - x4^2"), ("ineq", "1 - x9^2"), ("ineq", "1 - x5^2 - x6^2"),
+                       ("ineq", "1 - x1^2 - (x2 - x9)^2"), ("ineq", "1 - (x1 - x5)^2 - (x2 - x6)^2"),
+                       ("ineq", "1 - (x1 - x7)^2 - (x2 - x8)^2"), ("ineq", "1 - (x3 - x5)^2 - (x4 - x6)^2"),
+                       ("ineq", "1 - (x3 - x7)^2 - (x4 - x8)^2"), ("ineq", "1 - x7^2 - (x8 - x9)^2"),
+                       ("ineq", "x1*x4 - x2*x3"), ("ineq", "x3*x9"), ("ineq", "-x5*x9"), ("ineq", "x5*x8 - x6*x7")],
+                      [-I] * 8 + [0], [I] * 9, [1] * 9))
+P.append(text_problem("HS113", 10, "x1^2 + x2^2 + x1*x2 - 14*x1 - 16*x2 + (x3 - 10)^2 + 4*(x4 - 5)^2 + (x5 - 3)^2"
+                      " + 2*(x6 - 1)^2 + 5*x7^2 + 7*(x8 - 11)^2 + 2*(x9 - 10)^2 + (x10 - 7)^2 + 45",
+                      [("ineq", "105 - 4*x1 - 5*x2 + 3*x7 - 9*x8"), ("ineq", "-10*x1 + 8*x2 + 17*x7 - 2*x8"),
+                       ("ineq", "8*x1 - 2*x2 - 5*x9 + 2*x10 + 12"),
+                       ("ineq", "-3*(x1 - 2)^2 - 4*(x2 - 3)^2 - 2*x3^2 + 7*x4 + 120"),
+                       ("ineq", "-5*x1^2 - 8*x2 - (x3 - 6)^2 + 2*x4 + 40"),
+                       ("ineq", "-0.5*(x1 - 8)^2 - 2*(x2 - 4)^2 - 3*x5^2 + x6 + 30"),
+                       ("ineq", "-x1^2 - 2*(x2 - 2)^2 + 2*x1*x2 - 14*x5 + 6*x6"),
+                       ("ineq", "3*x1 - 6*x2 - 12*(x9 - 8)^2 + 7*x10")],
+                      [-I] * 10, [I] * 10, [2, 3, 5, 5, 1, 2, 7, 3, 6, 10]))
+P.append(text_problem("HS116", 13, "x11 + x12 + x13",
+                      [("ineq", "x3 - x2"), ("ineq", "x2 - x1"), ("ineq", "1 - 0.002*x7 + 0.002*x8"),
+                       ("ineq", "x11 + x12 + x13 - 50"), ("ineq", "250 - x11 - x12 - x13"),
+                       ("ineq", "x13 - 1.262626*x10 + 1.231059*x3*x10"),
+                       ("ineq", "x5 - 0.03475*x2 - 0.975*x2*x5 + 0.00975*x2^2"),
+                       ("ineq", "x6 - 0.03475*x3 - 0.975*x3*x6 + 0.00975*x3^2"),
+                       ("ineq", "x5*x7 - x1*x8 - x4*x7 + x4*x8"),
+                       ("ineq", "1 - 0.002*(x2*x9 + x5*x8 - x1*x8 - x6*x9) - x5 - x6"),
+                       ("ineq", "x2*x9 - x3*x10 - x6*x9 - 500*x2 + 500*x6 + x2*x10"),
+                       ("ineq", "x2 - 0.9 - 0.002*(x2*x10 - x3*x10)"),
+                       ("ineq", "x4 - 0.03475*x1 - 0.975*x1*x4 + 0.00975*x1^2"),
+                       ("ineq", "x11 - 1.262626*x8 + 1.231059*x1*x8"),
+                       ("ineq", "x12 - 1.262626*x9 + 1.231059*x2*x9")],
+                      [0.1, 0.1, 0.1, 0.0001, 0.1, 0.1, 0.1, 0.1, 500, 0.1, 1, 0.0001, 0.0001],
+                      [1, 1, 1, 0.1, 0.9, 0.9, 1000, 1000, 1000, 500, 150, 150, 150],
+                      [0.5, 0.8, 0.9, 0.1, 0.14, 0.5, 489, 80, 650, 450, 150, 150, 150]))
 
 for p in P:
     bounds = Bounds(p["lb"], p["ub"]) if p["lb"] is not None else None

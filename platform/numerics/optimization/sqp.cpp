@@ -503,21 +503,34 @@ Integer Solve(const Problem &p, Model &model, const Settings &set, State &s)
         }
         ++iter;
 
-        // BFGS of the Lagrangian with Powell's modification.
+        // BFGS of the Lagrangian with Powell's modification.  The change of
+        // the Lagrangian's gradient is taken with the multipliers mu of the
+        // subproblem, the newest estimate whatever the step length (Powell
+        // 1978): y = grad L(x+, mu) - grad L(x, mu).  The merit function's
+        // multipliers lambda + alpha (mu - lambda) differ from mu only by an
+        // artefact of a shortened step.
         Vec sv(N), y(N);
         for (long j = 0; j < n; ++j) {
             sv[size_t(j)] = alpha * step[size_t(j)];
             TalvoFloat yj = s.g[size_t(j)] - gold[size_t(j)];
             for (long i = 0; i < nn; ++i)
-                yj -= (s.J[size_t(i + j * nn)] - Jold[size_t(i + j * nn)]) * lambda[size_t(i)];
+                yj -= (s.J[size_t(i + j * nn)] - Jold[size_t(i + j * nn)]) * mu[size_t(i)];
             y[size_t(j)] = yj;
         }
         if (iter == 1 && set.scale_first) {
-            // The identity of a cold start scaled to the curvature seen
-            // along the first step, H0 = (y's / s's) I (Shanno and Phua
-            // 1978), before the first update.
+            // The identity of a cold start scaled, before the first update,
+            // to the mean curvature y's / s's seen along the first step when
+            // that is below 1, and kept when it is above.  BFGS corrects a
+            // curvature that is too small in the direction of each update,
+            // one that is too large only slowly, over many short steps
+            // (M. J. D. Powell, "How bad are the BFGS and DFP methods when
+            // the objective function is quadratic?", Math. Programming 34,
+            // 1986); the first step, often a steepest-descent step, sees the
+            // largest curvatures and would set every other direction too
+            // high.  Scaling down serves badly scaled problems, whose
+            // curvatures are far below 1.
             const TalvoFloat ss = dot(sv, sv), ys = dot(sv, y);
-            if (ss > zero && ys > zero) {
+            if (ss > zero && ys > zero && ys < ss) {
                 const TalvoFloat d = sqrt(ys / ss);
                 for (long j = 0; j < n; ++j)
                     for (long i = 0; i < n; ++i)
