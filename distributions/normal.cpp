@@ -10,6 +10,7 @@
 // Beside them: a rational approximation of the standard normal quantile
 // (Hastings' form with the coefficients below) and the beta-quantile
 // auxiliary w built on it.
+#include "correctly_rounded.hpp"
 #include "distributions.hpp"
 #include "entry_frame.hpp"
 #include "nag_call.hpp"
@@ -67,36 +68,72 @@ TalvoFloat STATS_NormalDeviate_MP(TKernelVector kv, TalvoFloat p, TalvoFloat mu,
     TalvoFloat z = digits > 14 ? TalvoMP_g01fac_lower_with_probability(p, &first_probability, &settled, &c.fail)
                                : TalvoMP_g01fac(STATS_ToNag_TailProbability_MP(STATS_LOWER_TAIL_MP), p, &c.fail);
     c.Check(kv);
-    if (digits > 14) {
-        // Newton's method on Phi(z) - p.  The density's constant 1/sqrt(2 Pi)
-        // is a double: each step then gains about 16 digits rather than
-        // doubling them, which the limit of Digits steps leaves ample room for.
-        //
-        // The residual and density at a new iterate are only read by the
-        // next step, so they are evaluated when the stopping test lets that
-        // step happen: the last iterate's probability, usually the second of
-        // two, is never computed.
-        TalvoFloat tol = NewtonTolerance(digits);
-        TalvoFloat f = (settled ? first_probability : LowerTailNormal(kv, z)) - p;
-        TalvoFloat g = TalvoFloat(0.3989422804014327) * exp(TalvoFloat(-0.5) * z * z);
-        for (int i = 0; i < digits; ++i) {
-            if (i > 0) {
-                f = LowerTailNormal(kv, z) - p;
-                g = TalvoFloat(0.3989422804014327) * exp(TalvoFloat(-0.5) * z * z);
-            }
-            if (g == TalvoFloat(0.0))
-                TalvoRaiseError(kv, "NewtonRaphson root-finding method failed to converge.");
-            TalvoFloat step = f / g;
-            z = z - step;
-            // The step against tol relative to the iterate, absolute below 1.
-            TalvoFloat size = fabs(z);
-            if (size < TalvoFloat(1.0))
-                size = TalvoFloat(1.0);
-            if (!(fabs(step) >= tol * size))
-                break;
-        }
+    if (digits <= 14)
+        return mu + sigma * z;
+    // Newton's method on Phi(z) - p.  The density's constant 1/sqrt(2 Pi) is a
+    // double: each step then gains about 16 digits rather than doubling them,
+    // which the limit of Digits steps leaves ample room for.
+    //
+    // The residual and density at a new iterate are only read by the next
+    // step, so they are evaluated when the stopping test lets that step
+    // happen: the last iterate's probability, usually the second of two, is
+    // never computed.
+    //
+    // Every step is the float operations
+    //   f = Phi(z) - p,  g = 0.3989422804014327 * exp(-0.5 * z * z),
+    //   step = f / g,  z = z - step,  stop unless |step| >= tol max(|z|, 1),
+    // each rounded to nearest at the current precision, done in place on
+    // MPFR numbers of that precision (the exponential by stats::ExpRounded,
+    // the same correctly rounded value): no collected float per operation.
+    struct Scratch {
+        mpfr_t z, f, g, t, c, step, size, bound;
+        mpfr_prec_t prec = 0;
+        Scratch() { mpfr_inits2(MPFR_PREC_MIN, z, f, g, t, c, step, size, bound, static_cast<mpfr_ptr>(nullptr)); }
+    };
+    static Scratch s;
+    const mpfr_prec_t prec = talvo_float_precision();
+    if (s.prec != prec) {
+        for (mpfr_ptr v : {s.z, s.f, s.g, s.t, s.c, s.step, s.size, s.bound})
+            mpfr_set_prec(v, prec);
+        s.prec = prec;
     }
-    return mu + sigma * z;
+    const TalvoFloat tol = NewtonTolerance(digits);
+    mpfr_set(s.z, z.mpfr(), MPFR_RNDN);
+    auto residual = [&](const TalvoFloat &P) { mpfr_sub(s.f, P.mpfr(), p.mpfr(), MPFR_RNDN); };
+    auto density = [&] {
+        mpfr_set_d(s.c, -0.5, MPFR_RNDN);
+        mpfr_mul(s.t, s.c, s.z, MPFR_RNDN);
+        mpfr_mul(s.t, s.t, s.z, MPFR_RNDN);
+        stats::ExpRounded(s.g, s.t);
+        mpfr_set_d(s.c, 0.3989422804014327, MPFR_RNDN);
+        mpfr_mul(s.g, s.c, s.g, MPFR_RNDN);
+    };
+    residual(settled ? first_probability : LowerTailNormal(kv, z));
+    density();
+    for (int i = 0; i < digits; ++i) {
+        if (i > 0) {
+            residual(LowerTailNormal(kv, TalvoFloat::from_handle(talvo_float_from_mpfr(s.z, prec))));
+            density();
+        }
+        if (mpfr_zero_p(s.g))
+            TalvoRaiseError(kv, "NewtonRaphson root-finding method failed to converge.");
+        mpfr_div(s.step, s.f, s.g, MPFR_RNDN);
+        mpfr_sub(s.z, s.z, s.step, MPFR_RNDN);
+        // The step against tol relative to the iterate, absolute below 1.
+        mpfr_abs(s.size, s.z, MPFR_RNDN);
+        if (mpfr_cmp_ui(s.size, 1) < 0 && !mpfr_nan_p(s.size))
+            mpfr_set_ui(s.size, 1, MPFR_RNDN);
+        mpfr_mul(s.bound, tol.mpfr(), s.size, MPFR_RNDN);
+        mpfr_abs(s.t, s.step, MPFR_RNDN);
+        if (!mpfr_greaterequal_p(s.t, s.bound))
+            break;
+    }
+    // mu + sigma * z, product and sum each rounded, into one new float.
+    ALGEB r = talvo_float_new(0);
+    mpfr_ptr v = talvo_float_mpfr(r);
+    mpfr_mul(v, sigma.mpfr(), s.z, MPFR_RNDN);
+    mpfr_add(v, mu.mpfr(), v, MPFR_RNDN);
+    return TalvoFloat::from_handle(r);
 }
 
 TalvoFloat STATS_NormalDeviateApprox_MP(TKernelVector, TalvoFloat p)

@@ -116,6 +116,28 @@ TalvoFloat OneMinusExp(const TalvoFloat &t)
     return PositiveZero(r);
 }
 
+void ExpRounded(mpfr_ptr out, mpfr_srcptr x)
+{
+    static talvo::mp::BallArena arena;
+    arena.reset();
+    const mpfr_prec_t prec = mpfr_get_prec(out);
+    if (mpfr_number_p(x) && !mpfr_zero_p(x) && prec <= 1024) {
+        talvo::mp::BallRef a = arena.take(), r = arena.take();
+        talvo::mp::ball_set_mpfr(a, x);
+        talvo::mp::ball_apply(talvo::mp::BallOp::Exp, r, a, a, static_cast<long>(prec) + 32);
+        if (talvo::mp::ball_round(out, r))
+            return;
+    }
+    mpfr_exp(out, x, MPFR_RNDN);
+}
+
+TalvoFloat Exp(const TalvoFloat &x)
+{
+    ALGEB h = talvo_float_new(0);
+    ExpRounded(talvo_float_mpfr(h), x.mpfr());
+    return TalvoFloat::from_handle(h);
+}
+
 TalvoFloat LnOneMinus(const TalvoFloat &p)
 {
     // ln(1 - p) = log1p(-p), with -p exact (at p's own precision).

@@ -100,13 +100,13 @@ bool normal_upper_series(arb_ptr v, arb_ptr phi, arb_srcptr m, slong wp)
     if (bits > 112)
         return false;
     // The terms in double: how many to sum, and the largest (for the scale).
-    double t = 1, sum = 1, tmax = 1;
+    const double eps = std::ldexp(1.0, -static_cast<int>(bits) - 8);
+    double t = 1, sum = 1;
     slong n = 1;
     for (;; ++n) {
         t *= zd / (static_cast<double>(n) + 0.5); // t_n
-        tmax = std::max(tmax, t);
         const double r = zd / (static_cast<double>(n) + 1.5);
-        if (r < 0.5 && t < std::ldexp(sum, -static_cast<int>(bits) - 8))
+        if (r < 0.5 && t < sum * eps)
             break;
         sum += t;
         if (n >= NormalSeries::kMaxTerms - 1)
@@ -143,24 +143,26 @@ bool normal_upper_series(arb_ptr v, arb_ptr phi, arb_srcptr m, slong wp)
         if (sh < th)
             return false;
     }
-    // The rest: t_n / (1 - r) <= th (2n + 3) / (2n + 3 - 2 z) in units of 2^-St.
-    Arb S, rest, den;
+    // The rest: t_n / (1 - r) <= th (2n + 3) / (2n + 3 - 2 z) in units of
+    // 2^-St, bounded above in double: each of the few roundings is at most
+    // 2^-53 relative, and every factor is pushed up by 2^-48.
+    const double up = 1.0 + 0x1p-48, down = 1.0 - 0x1p-48;
+    const double z_up = static_cast<double>(zh) * std::ldexp(1.0, -static_cast<int>(Sz)) * up;
+    const double n3 = static_cast<double>(2 * n + 3);
+    const double den = (n3 - 2 * z_up) * down;
+    if (!(den > 0))
+        return false;
+    const double rest = static_cast<double>(th) * up * (n3 / den) * up;
+    if (!(rest < 0x1p120))
+        return false;
+    sh += static_cast<u128>(rest) + 1;
+    if (sh < sl)
+        return false;
+    // Enough bits: the width of the sum against the sum.
+    if ((sl >> bits) < sh - sl)
+        return false;
+    Arb S;
     u128_interval_to_arb(S, sl, sh, St);
-    u128_interval_to_arb(rest, th, th, St);
-    arb_set_si(den, 2 * n + 3);
-    arb_mul_2exp_si(z, z, 1);
-    arb_sub(den, den, z, 64); // 2n + 3 - 2z
-    arb_mul_2exp_si(z, z, -1);
-    if (!arb_is_positive(den))
-        return false;
-    arb_mul_si(rest, rest, 2 * n + 3, 64);
-    arb_div(rest, rest, den, 64);
-    Mag rest_mag;
-    arb_get_mag(rest_mag, rest);
-    arb_add_error_mag(S, rest_mag);
-    // Enough bits: the width of S against S.
-    if (arb_rel_accuracy_bits(S) < bits)
-        return false;
     // phi(m) = exp(-z) / sqrt(2 pi); Q = 1/2 - m phi(m) S.
     arb_neg(phi, z);
     arb_exp(phi, phi, prec);

@@ -411,3 +411,34 @@ TEST(ClosedFormInPlace, TheDiscreteUniformPointOfATinyPIsExact)
         EXPECT_EQ(STATS_DiscreteUniformDeviate_MP(kv(), At("1e-30"), -3, 10), digits <= 15 ? -4 : -3) << digits;
     }
 }
+
+// stats::Exp is the float library's exp, bit for bit, at every precision:
+// from the ball where it rounds one way only, from MPFR elsewhere (halfway
+// cases cannot occur for exp of a nonzero float; 0, infinities, undefined
+// and arguments beyond the float range go to the float library).
+TEST(CorrectlyRoundedExp, IsTheFloatLibrarysExp)
+{
+    for (int digits : {10, 15, 20, 30, 50, 100, 400}) {
+        DigitsScope d(digits);
+        unsigned long s = 2718281828;
+        int checked = 0;
+        for (int i = 0; i < 600; ++i) {
+            s = s * 6364136223846793005UL + 1442695040888963407UL;
+            double u = double(s >> 11) / 9007199254740992.0;
+            char text[48];
+            std::snprintf(text, sizeof text, "%.17g", (u - 0.5) * (i % 3 == 0 ? 2e3 : 40.0));
+            TalvoFloat x = F(text);
+            TalvoFloat a = stats::Exp(x), b = exp(x);
+            EXPECT_TRUE(mpfr_equal_p(a.mpfr(), b.mpfr()) && mpfr_get_prec(a.mpfr()) == mpfr_get_prec(b.mpfr()))
+                << text << " at " << digits;
+            ++checked;
+        }
+        for (const char *text : {"0", "1e-30", "-1e-30", "1e9", "-1e9", "1e300", "-1e300"}) {
+            TalvoFloat x = F(text);
+            TalvoFloat a = stats::Exp(x), b = exp(x);
+            EXPECT_TRUE(mpfr_equal_p(a.mpfr(), b.mpfr()) || (mpfr_nan_p(a.mpfr()) && mpfr_nan_p(b.mpfr())))
+                << text << " at " << digits;
+        }
+        EXPECT_EQ(checked, 600);
+    }
+}
