@@ -7,7 +7,10 @@
 // default).  A sample of n values is drawn three times (seeded the same
 // way) and the fastest run kept; n is smaller for laws slower than 10^4
 // draws a second so that a run stays short.  The goal column is the rate
-// the library aims at (200 000 draws a second at 15 digits).
+// the library aims at (200 000 draws a second at 15 digits, 2 million for
+// the normal law).  The laws drawn by other methods (the normal ziggurat,
+// rejection, transformations of gamma and normal draws, urns) follow in the
+// same table, so that every law's sample rate is measured in one run.
 // Usage: bench_inversion_sample [digits...]   (BENCH_LAW=text keeps the laws
 // whose name contains text; TALVO_FAST_PATHS=0 times the numerics library
 // without its fast paths at up to 30 digits, as before they were added)
@@ -96,8 +99,29 @@ int main(int argc, char **argv)
         {"NegativeBinomial n=3 p=0.4", STATS_TalvoNegativeBinomialRandomSample_MP, "3, 0.4"},
         {"Hypergeometric 50 20 10", STATS_TalvoHypergeometricRandomSample_MP, "50, 20, 10"},
         {"DiscreteUniform 1..10", STATS_TalvoDiscreteUniformRandomSample_MP, "1, 10"},
+        // Drawn by other methods.
+        {"Normal mu=0 sigma=1 *", STATS_TalvoNormalRandomSample_MP, "0, 1"},
+        {"Uniform a=0 b=1 *", STATS_TalvoUniformRandomSample_MP, "0, 1"},
+        {"Exponential b=2 *", STATS_TalvoExponentialRandomSample_MP, "2"},
+        {"Gamma b=2 c=2.5 *", STATS_TalvoGammaRandomSample_MP, "2, 2.5"},
+        {"Gamma b=1 c=0.4 *", STATS_TalvoGammaRandomSample_MP, "1, 0.4"},
+        {"Beta a=2 b=3 *", STATS_TalvoBetaRandomSample_MP, "2, 3"},
+        {"ChiSquare nu=5 *", STATS_TalvoChiSquareRandomSample_MP, "5"},
+        {"FRatio nu1=5 nu2=7 *", STATS_TalvoFRatioRandomSample_MP, "5, 7"},
+        {"LogNormal mu=0 sigma=1 *", STATS_TalvoLogNormalRandomSample_MP, "0, 1"},
+        {"InverseGaussian mu=1 lambda=2 *", STATS_TalvoInverseGaussianRandomSample_MP, "1, 2"},
+        {"Maxwell a=1 *", STATS_TalvoMaxwellRandomSample_MP, "1"},
+        {"Moyal mu=0 sigma=1 *", STATS_TalvoMoyalRandomSample_MP, "0, 1"},
+        {"Error a=0 b=1 c=0.5 *", STATS_TalvoErrorRandomSample_MP, "0, 1, 0.5"},
+        {"Bernoulli p=0.3 *", STATS_TalvoBernoulliRandomSample_MP, "0.3"},
+        {"Empirical 5 values *", STATS_TalvoEmpiricalRandomSample_MP, "Array([1.5, 2.5, 4, 7, 11]), Array([]), false"},
+        {"NonCentralChiSquare 5 2 *", STATS_TalvoNonCentralChiSquareRandomSample_MP, "5, 2, false"},
+        {"NonCentralBeta 2 3 1 *", STATS_TalvoNonCentralBetaRandomSample_MP, "2, 3, 1"},
+        {"NonCentralFRatio 5 7 2 *", STATS_TalvoNonCentralFRatioRandomSample_MP, "5, 7, 2"},
+        {"NonCentralStudentT 5 1 *", STATS_TalvoNonCentralStudentTRandomSample_MP, "5, 1"},
     };
-    std::printf("%-30s %6s %8s %14s %14s %6s\n", "law", "digits", "n", "draws_per_s", "us_per_draw", "goal");
+    std::printf("(* drawn by other methods than inversion)\n");
+    std::printf("%-32s %6s %8s %14s %14s %6s\n", "law", "digits", "n", "draws_per_s", "us_per_draw", "goal");
     const char *only = std::getenv("BENCH_LAW");
     for (const Law &law : laws) {
         if (only && std::string(law.name).find(only) == std::string::npos)
@@ -109,8 +133,9 @@ int main(int argc, char **argv)
             long n = probe > 1e-4 ? 2000 : 100000;
             double s = BestSeconds(kv, law, n);
             double rate = double(n) / s;
-            std::printf("%-30s %6d %8ld %14.0f %14.2f %6s\n", law.name, d, n, rate, 1e6 / rate,
-                        d <= 15 ? (rate >= 200000 ? "met" : "no") : "-");
+            const double goal = std::string(law.name).rfind("Normal ", 0) == 0 ? 2e6 : 2e5;
+            std::printf("%-32s %6d %8ld %14.0f %14.2f %6s\n", law.name, d, n, rate, 1e6 / rate,
+                        d <= 15 ? (rate >= goal ? "met" : "no") : "-");
             std::fflush(stdout);
         }
     }

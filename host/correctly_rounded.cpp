@@ -116,7 +116,13 @@ TalvoFloat OneMinusExp(const TalvoFloat &t)
     return PositiveZero(r);
 }
 
-void ExpRounded(mpfr_ptr out, mpfr_srcptr x)
+namespace {
+
+// out = f(x) rounded to nearest at out's precision: from one ball 32 bits
+// wider where every point of it rounds to one float (then that float is the
+// correctly rounded value, as MPFR's is), else from MPFR.
+void RoundedFromBall(talvo::mp::BallOp op, int (*mpfr_f)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t), mpfr_ptr out,
+                     mpfr_srcptr x)
 {
     static talvo::mp::BallArena arena;
     arena.reset();
@@ -124,19 +130,27 @@ void ExpRounded(mpfr_ptr out, mpfr_srcptr x)
     if (mpfr_number_p(x) && !mpfr_zero_p(x) && prec <= 1024) {
         talvo::mp::BallRef a = arena.take(), r = arena.take();
         talvo::mp::ball_set_mpfr(a, x);
-        talvo::mp::ball_apply(talvo::mp::BallOp::Exp, r, a, a, static_cast<long>(prec) + 32);
+        talvo::mp::ball_apply(op, r, a, a, static_cast<long>(prec) + 32);
         if (talvo::mp::ball_round(out, r))
             return;
     }
-    mpfr_exp(out, x, MPFR_RNDN);
+    mpfr_f(out, x, MPFR_RNDN);
 }
 
-TalvoFloat Exp(const TalvoFloat &x)
+TalvoFloat RoundedFromBall(talvo::mp::BallOp op, int (*mpfr_f)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t),
+                           const TalvoFloat &x)
 {
     ALGEB h = talvo_float_new(0);
-    ExpRounded(talvo_float_mpfr(h), x.mpfr());
+    RoundedFromBall(op, mpfr_f, talvo_float_mpfr(h), x.mpfr());
     return TalvoFloat::from_handle(h);
 }
+
+} // namespace
+
+void ExpRounded(mpfr_ptr out, mpfr_srcptr x) { RoundedFromBall(talvo::mp::BallOp::Exp, mpfr_exp, out, x); }
+TalvoFloat Exp(const TalvoFloat &x) { return RoundedFromBall(talvo::mp::BallOp::Exp, mpfr_exp, x); }
+TalvoFloat Cos(const TalvoFloat &x) { return RoundedFromBall(talvo::mp::BallOp::Cos, mpfr_cos, x); }
+TalvoFloat TanFromBall(const TalvoFloat &x) { return RoundedFromBall(talvo::mp::BallOp::Tan, mpfr_tan, x); }
 
 TalvoFloat LnOneMinus(const TalvoFloat &p)
 {

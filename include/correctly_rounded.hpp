@@ -65,6 +65,10 @@ TalvoFloat Log1p(const TalvoFloat &x);       // ln(1 + x)
 TalvoFloat Exp(const TalvoFloat &x);
 // The same in place: out = exp(x) rounded to nearest at out's precision.
 void ExpRounded(mpfr_ptr out, mpfr_srcptr x);
+// cos(x) and tan(x) the same way: the float library's values (MPFR's,
+// correctly rounded) from a ball first.
+TalvoFloat Cos(const TalvoFloat &x);
+TalvoFloat TanFromBall(const TalvoFloat &x);
 // The host's tangent, arctangent and Pi at the current precision.
 TalvoFloat Tan(const TalvoFloat &x);
 TalvoFloat Arctan(const TalvoFloat &x);

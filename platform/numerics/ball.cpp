@@ -53,6 +53,7 @@ void ball_apply(BallOp op, BallRef r, BallRef a, BallRef b, long prec)
     case BallOp::Log1p: arb_log1p(B(r), B(a), prec); break;
     case BallOp::Tan: arb_tan(B(r), B(a), prec); break;
     case BallOp::Atan: arb_atan(B(r), B(a), prec); break;
+    case BallOp::Cos: arb_cos(B(r), B(a), prec); break;
     }
 }
 

@@ -45,7 +45,7 @@ private:
 };
 
 enum class BallOp {
-    Add, Sub, Mul, Div, Neg, Exp, Log, Sqrt, Pow, Expm1, Log1p, Tan, Atan,
+    Add, Sub, Mul, Div, Neg, Exp, Log, Sqrt, Pow, Expm1, Log1p, Tan, Atan, Cos,
 };
 
 // r = op(a) or op(a, b) at prec bits (Neg is exact).

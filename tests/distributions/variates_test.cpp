@@ -682,3 +682,27 @@ TEST(NonCentralChiSquare, SixArgumentSampleInvertsAtTheCallersPoints)
     EXPECT_EQ(result(STATS_TalvoNonCentralChiSquareRandomSample_MP, "0, 2, 0, ccdf, cpdf, pts"),
               "Array(1..0, [], datatype = sfloat)");
 }
+
+// The Moyal sample takes tan, cos and exp from balls first: its draws are
+// those of the variate entry (MPFR's functions), bit for bit, at 10 to 60
+// digits, and it leaves the stream where the variates leave it.
+TEST(Variates, MoyalSampleIsTheVariatesBitForBit)
+{
+    for (int digits : {10, 15, 30, 60}) {
+        DigitsScope d(digits);
+        eval("randomize(11)");
+        ALGEB a = call(STATS_TalvoMoyalRandomSample_MP, "300, 1, 2");
+        TalvoGcProtect(kv(), a);
+        TalvoFloat after_sample = STATS_TalvoRandomStream_MP::NextDouble();
+        eval("randomize(11)");
+        const auto *v = static_cast<const TalvoFloat *>(RTableDataBlock(kv(), a));
+        for (int i = 0; i < 300; ++i) {
+            TalvoFloat w = STATS_MoyalRandomVariate_MP(kv(), F("1"), F("2"));
+            ASSERT_TRUE(mpfr_equal_p(v[i].mpfr(), w.mpfr()) && mpfr_get_prec(v[i].mpfr()) == mpfr_get_prec(w.mpfr()))
+                << "element " << i + 1 << " at " << digits;
+        }
+        TalvoFloat after_variates = STATS_TalvoRandomStream_MP::NextDouble();
+        EXPECT_TRUE(mpfr_equal_p(after_sample.mpfr(), after_variates.mpfr())) << digits;
+        TalvoGcAllow(kv(), a);
+    }
+}
