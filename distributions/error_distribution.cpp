@@ -14,6 +14,7 @@
 // distribution function and density, started at a + tan((2p - 1) 3.1 / 2),
 // a Cauchy-like guess whose factor 3.1 (just under pi) keeps it finite as p
 // nears 0 or 1.
+#include "correctly_rounded.hpp"
 #include "distributions.hpp"
 #include "entry_frame.hpp"
 #include "nag_call.hpp"
@@ -61,10 +62,31 @@ STATS_ENTRY ALGEB STATS_TalvoErrorRandomVariate_MP(TKernelVector kv, ALGEB args)
                                 [](TKernelVector kv, auto... p) { return STATS_ErrorRandomVariate_MP(kv, p...); });
 }
 
+// Every element is the draw STATS_ErrorRandomVariate_MP makes.  Outside the
+// two special shapes, what depends on the parameters only (c / 2, b 2^(c/2)
+// and the gamma setup) is made once for the sample, and g^(c/2) is taken
+// from a ball first (stats::PowFromBall: the same correctly rounded float as
+// the float library's pow).
 STATS_ENTRY ALGEB STATS_TalvoErrorRandomSample_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::SampleEntry<3>(kv, args, __func__,
-                                 [](TKernelVector kv, auto... p) { return STATS_ErrorRandomVariate_MP(kv, p...); });
+    stats::EntryFrame f(kv, args, __func__, 4);
+    int n = f.int32(1);
+    TalvoFloat a = f.real(2), b = f.real(3), c = f.real(4);
+    const TalvoFloat zero(0.0), one(1.0), two(2.0);
+    if (c == two || c == one)
+        return stats::FillRandomSample(kv, n, [&] { return STATS_ErrorRandomVariate_MP(kv, a, b, c); });
+    const TalvoFloat e = c / two;
+    const TalvoFloat scale = b * pow(two, e);
+    TalvoFloat d, cc;
+    STATS_GammaRandomVariateSetup_MP(kv, one, e, d, cc);
+    const bool shifted = a != zero;
+    return stats::FillRandomSample(kv, n, [&] {
+        TalvoFloat u = STATS_TalvoRandomStream_MP::NextDouble();
+        TalvoFloat g = STATS_GammaRandomVariateMain_MP(kv, one, e, d, cc);
+        TalvoFloat x = scale * (mpfr_sgn(g.mpfr()) > 0 ? stats::PowFromBall(g, e) : pow(g, e));
+        TalvoFloat r = u > 0L ? x : -x;
+        return shifted ? a + r : r;
+    });
 }
 
 // p, the distribution function and the density as host procedures of one

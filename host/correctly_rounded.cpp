@@ -152,6 +152,25 @@ TalvoFloat Exp(const TalvoFloat &x) { return RoundedFromBall(talvo::mp::BallOp::
 TalvoFloat Cos(const TalvoFloat &x) { return RoundedFromBall(talvo::mp::BallOp::Cos, mpfr_cos, x); }
 TalvoFloat TanFromBall(const TalvoFloat &x) { return RoundedFromBall(talvo::mp::BallOp::Tan, mpfr_tan, x); }
 
+TalvoFloat PowFromBall(const TalvoFloat &x, const TalvoFloat &y)
+{
+    static talvo::mp::BallArena arena;
+    arena.reset();
+    const mpfr_prec_t prec = talvo_float_precision();
+    ALGEB h = talvo_float_new(prec);
+    mpfr_ptr out = talvo_float_mpfr(h);
+    if (mpfr_number_p(x.mpfr()) && mpfr_sgn(x.mpfr()) > 0 && mpfr_number_p(y.mpfr()) && prec <= 1024) {
+        talvo::mp::BallRef a = arena.take(), b = arena.take(), r = arena.take();
+        talvo::mp::ball_set_mpfr(a, x.mpfr());
+        talvo::mp::ball_set_mpfr(b, y.mpfr());
+        talvo::mp::ball_apply(talvo::mp::BallOp::Pow, r, a, b, static_cast<long>(prec) + 32);
+        if (talvo::mp::ball_round(out, r))
+            return TalvoFloat::from_handle(h);
+    }
+    mpfr_pow(out, x.mpfr(), y.mpfr(), MPFR_RNDN);
+    return TalvoFloat::from_handle(h);
+}
+
 TalvoFloat LnOneMinus(const TalvoFloat &p)
 {
     // ln(1 - p) = log1p(-p), with -p exact (at p's own precision).

@@ -69,6 +69,8 @@ void ExpRounded(mpfr_ptr out, mpfr_srcptr x);
 // correctly rounded) from a ball first.
 TalvoFloat Cos(const TalvoFloat &x);
 TalvoFloat TanFromBall(const TalvoFloat &x);
+// x^y the same way (MPFR's pow), for x > 0.
+TalvoFloat PowFromBall(const TalvoFloat &x, const TalvoFloat &y);
 // The host's tangent, arctangent and Pi at the current precision.
 TalvoFloat Tan(const TalvoFloat &x);
 TalvoFloat Arctan(const TalvoFloat &x);

@@ -11,6 +11,7 @@
 // and multiplies by u^(1/a).  Shape exactly 1 is scale times one exponential
 // draw.  The constants 1/3 (as the double 0.3333333333333333), 9, 0.0331
 // and the exponents 3 and 4 are doubles, as the method states them.
+#include "correctly_rounded.hpp"
 #include "distributions.hpp"
 #include "random_stream.hpp"
 #include "talvo_utils.hpp"
@@ -118,7 +119,9 @@ TalvoFloat STATS_GammaRandomVariateMain_MP(TKernelVector kv, TalvoFloat scale, T
                                                                  : STATS_ExponentialRandomVariate_MP(kv, scale);
     for (auto shape = chain.rbegin(); shape != chain.rend(); ++shape) {
         TalvoFloat u = STATS_TalvoRandomStream_MP::NextDouble();
-        x = x * pow(u, one / *shape);
+        // u^(1/a) from a ball first: the float library's pow, correctly
+        // rounded, so the same float.
+        x = x * stats::PowFromBall(u, one / *shape);
     }
     return x;
 }

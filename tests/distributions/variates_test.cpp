@@ -706,3 +706,31 @@ TEST(Variates, MoyalSampleIsTheVariatesBitForBit)
         TalvoGcAllow(kv(), a);
     }
 }
+
+// The error-distribution sample makes its constants once and takes g^(c/2)
+// from a ball first: its draws are those of the variate entry, bit for bit,
+// for shapes below, between and above the special ones, with a location of
+// 0 and not, and the stream is left where the variates leave it.
+TEST(Variates, ErrorSampleIsTheVariatesBitForBit)
+{
+    for (int digits : {10, 15, 30, 60}) {
+        DigitsScope d(digits);
+        for (const char *params : {"0, 1, 0.5", "1.5, 2, 0.4", "0, 3, 1.5", "-2, 1, 3", "0, 1, 1", "1, 1, 2"}) {
+            eval("randomize(13)");
+            ALGEB a = call(STATS_TalvoErrorRandomSample_MP, std::string("200, ") + params);
+            TalvoGcProtect(kv(), a);
+            TalvoFloat after_sample = STATS_TalvoRandomStream_MP::NextDouble();
+            eval("randomize(13)");
+            const auto *v = static_cast<const TalvoFloat *>(RTableDataBlock(kv(), a));
+            for (int i = 0; i < 200; ++i) {
+                TalvoFloat w = TalvoFloat::from_handle(call(STATS_TalvoErrorRandomVariate_MP, params));
+                ASSERT_TRUE(mpfr_equal_p(v[i].mpfr(), w.mpfr()) &&
+                            mpfr_get_prec(v[i].mpfr()) == mpfr_get_prec(w.mpfr()))
+                    << "element " << i + 1 << " of (" << params << ") at " << digits;
+            }
+            TalvoFloat after_variates = STATS_TalvoRandomStream_MP::NextDouble();
+            EXPECT_TRUE(mpfr_equal_p(after_sample.mpfr(), after_variates.mpfr())) << params << " at " << digits;
+            TalvoGcAllow(kv(), a);
+        }
+    }
+}
