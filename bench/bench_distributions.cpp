@@ -31,6 +31,8 @@
 
 #include <boost/math/distributions/beta.hpp>
 #include <boost/math/distributions/binomial.hpp>
+#include <boost/math/distributions/chi_squared.hpp>
+#include <boost/math/distributions/fisher_f.hpp>
 #include <boost/math/distributions/gamma.hpp>
 #include <boost/math/distributions/non_central_chi_squared.hpp>
 #include <boost/math/distributions/normal.hpp>
@@ -124,6 +126,19 @@ std::vector<Case> Cases()
          "0.975, 5, 2",
          [](const R &r) { return bm::quantile(bm::non_central_chi_squared_distribution<Real>(r[1], r[2]), r[0]); },
          {"0.975", "5", "2"}},
+        {"ChiSquare Probability x=7 nu=5", STATS_TalvoChiSquareProbability_MP, "7, 5",
+         [](const R &r) { return bm::cdf(bm::chi_squared_distribution<Real>(r[1]), r[0]); }, {"7", "5"}},
+        {"ChiSquare Deviate p=0.975 nu=5", STATS_TalvoChiSquareDeviate_MP, "0.975, 5",
+         [](const R &r) { return bm::quantile(bm::chi_squared_distribution<Real>(r[1]), r[0]); }, {"0.975", "5"}},
+        {"FRatio Probability x=2 nu1=5 nu2=7", STATS_TalvoFRatioProbability_MP, "2, 5, 7",
+         [](const R &r) { return bm::cdf(bm::fisher_f_distribution<Real>(r[1], r[2]), r[0]); }, {"2", "5", "7"}},
+        {"FRatio Deviate p=0.975 nu1=5 nu2=7", STATS_TalvoFRatioDeviate_MP, "0.975, 5, 7",
+         [](const R &r) { return bm::quantile(bm::fisher_f_distribution<Real>(r[1], r[2]), r[0]); },
+         {"0.975", "5", "7"}},
+        {"Poisson Probability k=9 mu=7.5", STATS_TalvoPoissonProbability_MP, "9, 7.5",
+         [](const R &r) { return bm::cdf(bm::poisson_distribution<Real>(r[1]), r[0]); }, {"9", "7.5"}},
+        {"Poisson Deviate p=0.975 mu=7.5", STATS_TalvoPoissonDeviate_MP, "0.975, 7.5",
+         [](const R &r) { return bm::quantile(bm::poisson_distribution<Real>(r[1]), r[0]); }, {"0.975", "7.5"}},
         {"Binomial Probability k=480 n=1000 p=0.5", STATS_TalvoBinomialProbability_MP, "480, 1000, 0.5",
          [](const R &r) { return bm::cdf(bm::binomial_distribution<Real>(r[1], r[2]), r[0]); },
          {"480", "1000", "0.5"}},

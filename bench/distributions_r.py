@@ -26,6 +26,12 @@ R_CALLS = {
     "Beta Probability x=0.3 a=2 b=3": ("pbeta(0.3, 2, 3)", "function"),
     "Beta Deviate p=0.975 a=2 b=3": ("qbeta(0.975, 2, 3)", "quantile"),
     "NonCentralChiSquare Probability x=7 nu=5 lambda=2": ("pchisq(7, 5, ncp = 2)", "function"),
+    "ChiSquare Probability x=7 nu=5": ("pchisq(7, 5)", "function"),
+    "ChiSquare Deviate p=0.975 nu=5": ("qchisq(0.975, 5)", "quantile"),
+    "FRatio Probability x=2 nu1=5 nu2=7": ("pf(2, 5, 7)", "function"),
+    "FRatio Deviate p=0.975 nu1=5 nu2=7": ("qf(0.975, 5, 7)", "quantile"),
+    "Poisson Probability k=9 mu=7.5": ("ppois(9, 7.5)", "function"),
+    "Poisson Deviate p=0.975 mu=7.5": ("qpois(0.975, 7.5)", "quantile"),
     "Binomial Probability k=480 n=1000 p=0.5": ("pbinom(480, 1000, 0.5)", "function"),
     "Binomial Deviate p=0.975 n=1000 p=0.5, warm": ("qbinom(0.975, 1000, 0.5)", "quantile"),
     "Binomial Deviate p=0.975 n=1000|1001 p=0.5, cold":
