@@ -466,14 +466,6 @@ int TalvoMP_normal_series_enclosure(TalvoFloat m, TalvoFloat *lower, TalvoFloat 
     arb_set_float(am, m);
     if (!talvo::mp::normal_upper_series(r, phi, am, target.goal + 24))
         return 0;
-    slong prec = 2 * target.out_prec + 64;
-    Arf lo, hi;
-    arb_get_lbound_arf(lo, r, prec);
-    arb_get_ubound_arf(hi, r, prec);
-    ALGEB hl = talvo_float_new(prec), hh = talvo_float_new(prec);
-    arf_get_mpfr(talvo_float_mpfr(hl), lo, MPFR_RNDD);
-    arf_get_mpfr(talvo_float_mpfr(hh), hi, MPFR_RNDU);
-    *lower = TalvoFloat::from_handle(hl);
-    *upper = TalvoFloat::from_handle(hh);
+    float_bounds_from_arb(r, target.out_prec, lower, upper);
     return 1;
 }

@@ -435,15 +435,7 @@ int TalvoMP_t_series_enclosure(TalvoFloat t, TalvoFloat df, int want_s, TalvoFlo
     arb_set_float(at, t);
     if (!t_tail_series(r, want_s != 0, at, c, target.goal, target.goal + 24, nullptr))
         return 0;
-    slong prec = 2 * target.out_prec + 64;
-    Arf lo, hi;
-    arb_get_lbound_arf(lo, r, prec);
-    arb_get_ubound_arf(hi, r, prec);
-    ALGEB hl = talvo_float_new(prec), hh = talvo_float_new(prec);
-    arf_get_mpfr(talvo_float_mpfr(hl), lo, MPFR_RNDD);
-    arf_get_mpfr(talvo_float_mpfr(hh), hi, MPFR_RNDU);
-    *lower = TalvoFloat::from_handle(hl);
-    *upper = TalvoFloat::from_handle(hh);
+    float_bounds_from_arb(r, target.out_prec, lower, upper);
     return 1;
 }
 

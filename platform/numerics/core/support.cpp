@@ -168,6 +168,19 @@ TalvoFloat float_from_arb(arb_srcptr x, slong prec)
     return TalvoFloat::from_handle(h);
 }
 
+void float_bounds_from_arb(arb_srcptr x, slong out_prec, TalvoFloat *lower, TalvoFloat *upper)
+{
+    slong prec = 2 * out_prec + 64;
+    Arf lo, hi;
+    arb_get_lbound_arf(lo, x, prec);
+    arb_get_ubound_arf(hi, x, prec);
+    ALGEB hl = talvo_float_new(prec), hh = talvo_float_new(prec);
+    arf_get_mpfr(talvo_float_mpfr(hl), lo, MPFR_RNDD);
+    arf_get_mpfr(talvo_float_mpfr(hh), hi, MPFR_RNDU);
+    *lower = TalvoFloat::from_handle(hl);
+    *upper = TalvoFloat::from_handle(hh);
+}
+
 TalvoFloat float_from_si(slong v, slong prec)
 {
     ALGEB h = talvo_float_new(prec);

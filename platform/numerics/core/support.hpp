@@ -152,6 +152,10 @@ void fmpq_set_float(fmpq *r, const TalvoFloat &x);
 // The midpoint of x rounded to a float of prec bits; values beyond the float
 // exponent range become 0 or infinity.
 TalvoFloat float_from_arb(arb_srcptr x, slong prec);
+// The ends of the ball as floats of 2 out_prec + 64 bits, rounded outwards
+// (lower <= every point of x <= upper): the test hooks that expose a fast
+// path's enclosure.
+void float_bounds_from_arb(arb_srcptr x, slong out_prec, TalvoFloat *lower, TalvoFloat *upper);
 TalvoFloat float_from_si(slong v, slong prec);
 TalvoFloat float_undefined();
 
