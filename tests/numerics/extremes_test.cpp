@@ -361,3 +361,68 @@ TEST(NumericsExtremes, TinyShapesAnswerOrRefuseQuickly)
         EXPECT_LT(o.seconds, 1.0) << key;
     }
 }
+
+// Shapes between 2^-131072 and the smallest double (1e-400, and the
+// subnormal 6.4e-308) are exact rationals the series take as they are, while
+// the cost estimates, made in doubles, cannot hold them.  Each call answers
+// or refuses with a message, quickly; the F probability is mpmath's value,
+// and the F deviate whose 1 - x lies below every float (a search that once
+// ran for minutes, raising its precision each step) says so.
+TEST(NumericsExtremes, ShapesBelowTheDoubleRangeAnswerOrRefuseQuickly)
+{
+    DigitsScope d(27);
+    Outcome p = RunCase("g01edc_L", {"1.5", "0.609375", "1e-400"});
+    ASSERT_EQ(p.code, NE_NOERROR) << p.message;
+    EXPECT_EQ(talvo_float_to_string(p.values[0].handle(), 27), "4.61906451843580684290779416e-398");
+    Outcome q = RunCase("g01fdc", {"0.609375", "6.4013949780865678e-308", "1e-400"});
+    EXPECT_EQ(q.code, NE_ACCURACY) << q.message;
+    EXPECT_NE(q.message.find("edge of the float range"), std::string::npos) << q.message;
+    EXPECT_LT(q.seconds, kSlowest / 10);
+    const std::vector<std::string> small = {"1e-400", "6.4013949780865678e-308"};
+    const std::vector<std::string> shapes = {"1e-400", "6.4013949780865678e-308", "0.5", "3"};
+    std::vector<std::pair<std::string, std::vector<std::string>>> calls;
+    for (const std::string &s : small) {
+        for (const std::string &t : shapes) {
+            for (const char *k : {"g01edc_L", "g01edc_U"}) {
+                calls.push_back({k, {"1.5", s, t}});
+                calls.push_back({k, {"1.5", t, s}});
+            }
+            for (const char *pr : {"1e-10", "0.5", "0.999"}) {
+                calls.push_back({"g01fdc", {pr, s, t}});
+                calls.push_back({"g01fdc", {pr, t, s}});
+                calls.push_back({"g01fec", {pr, s, t}});
+                calls.push_back({"g01fec", {pr, t, s}});
+            }
+            calls.push_back({"g01eec", {"0.25", s, t}});
+            calls.push_back({"g01eec", {"0.25", t, s}});
+        }
+        for (const char *pr : {"1e-10", "0.5", "0.999"}) {
+            calls.push_back({"g01fcc", {pr, s}});
+            calls.push_back({"g01fbc_L", {pr, s}});
+            calls.push_back({"g01ffc", {pr, s, "1"}});
+        }
+        for (const char *k : {"g01ecc_L", "g01ecc_U"})
+            calls.push_back({k, {"0.5", s}});
+        for (const char *k : {"g01efc_L", "g01efc_U"})
+            calls.push_back({k, {"0.5", s, "1"}});
+    }
+    for (const auto &[key, args] : calls) {
+        const std::string where = key + "(" + Join(args) + ")";
+        Outcome o = RunCase(key, args);
+        EXPECT_LT(o.seconds, kSlowest / 10) << where;
+        if (o.code != NE_NOERROR) {
+            EXPECT_TRUE(o.code == NE_ACCURACY || o.code == NE_TOO_COSTLY) << where << ": " << o.message;
+            EXPECT_EQ(o.message.find("cancellation"), std::string::npos) << where << ": " << o.message;
+            continue;
+        }
+        const bool probability = Routines().at(key).probability;
+        for (const TalvoFloat &v : o.values) {
+            EXPECT_FALSE(IsTalvoFloatUndefined(v)) << where;
+            if (probability) {
+                EXPECT_TRUE(v >= TalvoFloat(0.0) && v <= TalvoFloat(1.0)) << where;
+            } else {
+                EXPECT_TRUE(v >= TalvoFloat(0.0)) << where;
+            }
+        }
+    }
+}

@@ -53,8 +53,43 @@ double log_term(const Side &s, double k)
     return log_rising(s.p + s.q, k) - log_rising(s.p + 1, k) + k * s.lu;
 }
 
-Side plan_side(double p, double q, DoubleLog ul, DoubleLog vl, slong goal)
+// A shape for the estimates: its double (0 or subnormal below the range of
+// doubles) and its logarithm (finite for every positive shape).
+struct ShapeEstimate {
+    double v, l;
+};
+
+ShapeEstimate shape_estimate(const fmpq *q)
 {
+    Arb t;
+    arb_set_fmpq(t, q, 64);
+    double v = arf_get_d(arb_midref(t), ARF_RND_NEAR);
+    arb_log(t, t, 64);
+    return {v, arf_get_d(arb_midref(t), ARF_RND_NEAR)};
+}
+
+constexpr double kSmallShape = 1e-300;
+
+// ln Gamma(s): below kSmallShape, Gamma(s) = 1/s - gamma + O(s), so -ln s.
+double lgamma_shape(const ShapeEstimate &s) { return s.v >= kSmallShape ? std::lgamma(s.v) : -s.l; }
+
+// s ln u (ln u <= 0) without losing a shape below the range of doubles.
+double shape_times_log(const ShapeEstimate &s, double lu)
+{
+    if (s.v >= kSmallShape || !(lu < 0))
+        return s.v * lu;
+    return -std::exp(s.l + std::log(-lu));
+}
+
+ShapeEstimate shape_sum(const ShapeEstimate &a, const ShapeEstimate &b)
+{
+    double hi = std::max(a.l, b.l), lo = std::min(a.l, b.l);
+    return {a.v + b.v, hi + std::log1p(std::exp(lo - hi))};
+}
+
+Side plan_side(const ShapeEstimate &ps, const ShapeEstimate &qs, DoubleLog ul, DoubleLog vl, slong goal)
+{
+    const double p = ps.v, q = qs.v;
     double u = ul.v, v = vl.v;
     Side s{p, q, u, v, ul.l, vl.l, 0, 0, 0, -1};
     if (u <= 0) {
@@ -68,7 +103,8 @@ Side plan_side(double p, double q, DoubleLog ul, DoubleLog vl, slong goal)
         s.peak = 4.0 * kMaxSeriesTerms;
     s.log_peak = log_term(s, s.peak);
     // ln of the prefactor u^p v^q / (p B(p, q))
-    double lpre = p * ul.l + q * vl.l + std::lgamma(p + q) - std::lgamma(p + 1) - std::lgamma(q);
+    double lpre = shape_times_log(ps, ul.l) + shape_times_log(qs, vl.l) + lgamma_shape(shape_sum(ps, qs)) -
+                  std::lgamma(p + 1) - lgamma_shape(qs);
     // The sum is about its largest term times the width of the peak: with an
     // interior peak (only for q > 1) ln t_k has curvature
     // (1 - q) / ((p+q+k)(p+1+k)), a Gaussian of that variance; with the peak
@@ -295,8 +331,9 @@ Status beta_inc(arb_ptr lower, arb_ptr upper, const fmpq *a, const fmpq *b, cons
     }
     double ad = fmpq_to_double(a), bd = fmpq_to_double(b);
     DoubleLog xl = double_log(x), yl = double_log(y);
-    Side lo = plan_side(ad, bd, xl, yl, goal); // I_x(a, b)
-    Side up = plan_side(bd, ad, yl, xl, goal); // I_y(b, a)
+    const ShapeEstimate as = shape_estimate(a), bs = shape_estimate(b);
+    Side lo = plan_side(as, bs, xl, yl, goal); // I_x(a, b)
+    Side up = plan_side(bs, as, yl, xl, goal); // I_y(b, a)
     if (lo.terms < 0 && up.terms < 0)
         return Status::TooCostly;
 
@@ -329,7 +366,7 @@ Status beta_inc(arb_ptr lower, arb_ptr upper, const fmpq *a, const fmpq *b, cons
         slong p = wp + static_cast<slong>(loss) + 8;
         point(x, y, p + 16 + exponent_guard(ad + bd));
         slong g = p; // the truncation follows the precision, so a retry at a higher one helps
-        Side plan = lower_small ? plan_side(bd, ad, yl, xl, g) : plan_side(ad, bd, xl, yl, g);
+        Side plan = lower_small ? plan_side(bs, as, yl, xl, g) : plan_side(as, bs, xl, yl, g);
         if (plan.terms < 0)
             return Status::TooCostly;
         Status st = lower_small ? side_series(c, b, a, y, x, plan, g, p) : side_series(c, a, b, x, y, plan, g, p);
