@@ -4,7 +4,10 @@
 // The probability is the numerics library's lower tail P(X <= floor(x)); a
 // point outside 0..n is outside the routine's domain and raises its error.
 // The deviate searches 0..n with the plain discrete search and the host's
-// iteration limit.  The variate inverts the deviate, except when n p > 10,
+// iteration limit; where a double-precision start locates the answer and the
+// function is steep enough around it, the search is replayed on the integers
+// instead of evaluating the function at each of its points (same result,
+// same errors, two or three evaluations instead of log2 n).  The variate inverts the deviate, except when n p > 10,
 // n (1 - p) > 10 and n > 100: then it rounds a normal draw of mean n p and
 // standard deviation sqrt(n p (1 - p)) to the nearest integer (halves go
 // up) and clamps it to 0..n.  That approximation is the variate's
@@ -19,6 +22,9 @@
 #include "rootfinding.hpp"
 #include "stats_entries.h"
 #include "talvo_utils.hpp"
+
+#include <algorithm>
+#include <cmath>
 
 TalvoFloat STATS_BinomialProbability_MP(TKernelVector kv, TalvoFloat x, long n, TalvoFloat p)
 {
@@ -36,10 +42,74 @@ TalvoFloat _BinomialProbabilityAdapter::Call(TalvoFloat x)
     return memo.Value({m_n}, {m_p}, x, [&] { return STATS_BinomialProbability_MP(m_kv, x, m_n, m_p); });
 }
 
+namespace {
+
+// The smallest k >= 1 with F(k) >= y, found from a double-precision start
+// by walking with the distribution function itself, when the bisection over
+// 0..n is certain to compare exactly as it would for the exact F: every
+// computed F(x) is within 10^-Digits (relative) of the exact one, so it is
+// enough that the exact F rises by more than a few such errors from
+// root - 2 to root - 1 and from root to root + 1.  False leaves the search to
+// the bisection (starts a double cannot give, a walk that does not arrive in
+// a few steps, F(0) >= y, F nearly flat around root).
+bool LocatedRoot(const TalvoFloat &y, long n, const TalvoFloat &prob, _BinomialProbabilityAdapter &cdf, long &root)
+{
+    if (n < 2)
+        return false;
+    const double p = prob.to_double(), q = 1.0 - p;
+    if (!(p > 0 && q > 1e-10))
+        return false;
+    long k = TalvoMP_binomial_deviate_start(n, p, y.to_double());
+    if (k < 0)
+        return false;
+    k = std::clamp(k, 1L, n);
+    auto F = [&](long x) { return cdf.Call(TalvoFloat(static_cast<double>(x))); };
+    constexpr int kMaxSteps = 6;
+    TalvoFloat at = F(k), below;
+    if (at >= y) {
+        below = F(k - 1);
+        for (int step = 0; !(below < y); ++step) {
+            if (k == 1 || step == kMaxSteps)
+                return false;
+            --k;
+            at = below;
+            below = F(k - 1);
+        }
+    } else {
+        for (int step = 0; !(at >= y); ++step) {
+            if (k == n || step == kMaxSteps)
+                return false;
+            ++k;
+            below = at;
+            at = F(k);
+        }
+    }
+    // Relative rise at root, then at its neighbours through the ratio of
+    // successive point probabilities f(x + 1) / f(x) = (n - x) p / ((x + 1) q);
+    // the double estimates carry a factor 1/2 of room.
+    const double rise = ((at - below) / at).to_double();
+    const double floor_log = std::log10(64.0) - STATS_GetTalvoDigits_MP();
+    auto steep = [&](double r) { return r > 0 && std::log10(r) > floor_log; };
+    if (!steep(rise))
+        return false;
+    const double kd = static_cast<double>(k), nd = static_cast<double>(n);
+    if (k >= 2 && !steep(0.5 * rise * kd * q / ((nd - kd + 1) * p)))
+        return false;
+    if (k < n && !steep(0.5 * rise * (nd - kd) * p / ((kd + 1) * q)))
+        return false;
+    root = k;
+    return true;
+}
+
+} // namespace
+
 long STATS_BinomialDeviate_MP(TKernelVector kv, TalvoFloat p, long n, TalvoFloat prob)
 {
     int iterations = stats::StatisticsIterations(kv);
     _BinomialProbabilityAdapter cdf(kv, n, prob);
+    long root;
+    if (LocatedRoot(p, n, prob, cdf, root))
+        return STATS_DiscreteInterpolationReplay_MP(kv, 0, n, root, iterations);
     return STATS_DiscreteInterpolation_MP(kv, p, cdf, 0, n, iterations);
 }
 

@@ -58,6 +58,11 @@ STATS_API TalvoFloat STATS_NewtonRaphsonHybrid_MP(TKernelVector kv, TalvoFloat y
 
 STATS_API long STATS_DiscreteInterpolation_MP(TKernelVector kv, TalvoFloat y, STATS_TalvoCallbackAdapter_MP &f, long lo, long hi,
                                               int maxIterations);
+// What STATS_DiscreteInterpolation_MP(kv, y, f, lo, hi, maxIterations)
+// returns (or raises) when lo < root <= hi and the caller has made sure that
+// every comparison f(x) < y on lo..hi holds exactly for x < root: the
+// bisection replayed on the integers, without evaluating f.
+STATS_API long STATS_DiscreteInterpolationReplay_MP(TKernelVector kv, long lo, long hi, long root, int maxIterations);
 STATS_API long STATS_DiscreteInterpolationHybridLeft_MP(TKernelVector kv, TalvoFloat y, STATS_TalvoCallbackAdapter_MP &f,
                                                         TalvoFloat lowerBound, TalvoFloat upperBound,
                                                         long leftBarrier, long initialPoint, int maxIterations);

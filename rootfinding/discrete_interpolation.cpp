@@ -51,6 +51,27 @@ long STATS_DiscreteInterpolation_MP(TKernelVector kv, TalvoFloat y, STATS_TalvoC
     TalvoRaiseError(kv, kIterationsExceeded);
 }
 
+// With f nondecreasing, f(lo) < y and f(hi) >= y, the bisection above
+// compares f(mid) < y exactly when mid < root, the smallest integer with
+// f(root) >= y.  So once a caller has found root and made sure the
+// comparisons would come out that way, the search's path, its result and its
+// iteration limit are decided by the integers alone.
+long STATS_DiscreteInterpolationReplay_MP(TKernelVector kv, long lo, long hi, long root, int maxIterations)
+{
+    if (maxIterations <= 0)
+        TalvoRaiseError(kv, kIterationsExceeded);
+    for (int iteration = 0; iteration < maxIterations; ++iteration) {
+        if (__int128(hi) - lo <= 1)
+            return hi;
+        long mid = long((__int128(lo) + hi) / 2);
+        if (mid < root)
+            lo = mid;
+        else
+            hi = mid;
+    }
+    TalvoRaiseError(kv, kIterationsExceeded);
+}
+
 // The answer lies right of leftBarrier.  The march heads for upperBound,
 // each secant's point rounded down (one step on when it rounds back onto the
 // current point), until f reaches y at its right point.

@@ -24,6 +24,7 @@
 // and the point probability is the first term of the lower series rescaled:
 // C(n,k) p^k q^(n-k) = term * (k+1) / ((n-k) p).
 #include "core/support.hpp"
+#include "invert/start.hpp"
 #include "special/beta_inc.hpp"
 #include "special/series.hpp"
 
@@ -239,4 +240,10 @@ void TalvoMP_g01bjc(Integer n, TalvoFloat p, Integer k, TalvoFloat *plek, TalvoF
         return Status::Ok;
     });
     call.store({{plek, lower}, {pgtk, upper}, {peqk, point}}, target, s);
+}
+
+Integer TalvoMP_binomial_deviate_start(Integer n, double p, double y)
+{
+    double k = start_binomial(static_cast<double>(n), p, y);
+    return std::isfinite(k) ? static_cast<Integer>(k) : -1;
 }

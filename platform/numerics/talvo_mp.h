@@ -177,6 +177,11 @@ TALVO_MP_API TalvoFloat TalvoMP_g01gec(TalvoFloat x, TalvoFloat a, TalvoFloat b,
 // Binomial(n, p): n >= 0, 0 < p < 1, 0 <= k <= n.
 TALVO_MP_API void TalvoMP_g01bjc(Integer n, TalvoFloat p, Integer k, TalvoFloat *plek, TalvoFloat *pgtk,
                                  TalvoFloat *peqk, NagError *fail);
+// A double-precision estimate of the smallest k with P(X <= k) >= y for
+// Binomial(n, p), for the start of a search that checks it with g01bjc;
+// -1 when a double cannot say (n beyond 2^53, p or y at or outside (0, 1),
+// y below 10^-280).
+TALVO_MP_API Integer TalvoMP_binomial_deviate_start(Integer n, double p, double y);
 // Poisson(rlamda): rlamda > 0, k >= 0.
 TALVO_MP_API void TalvoMP_g01bkc(TalvoFloat rlamda, Integer k, TalvoFloat *plek, TalvoFloat *pgtk, TalvoFloat *peqk,
                                  NagError *fail);

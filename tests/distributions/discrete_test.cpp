@@ -7,6 +7,7 @@
 #include "discrete_distributions.hpp"
 #include "nag_call.hpp"
 #include "reference_table.hpp"
+#include "rootfinding.hpp"
 #include "talvo_mp.h"
 
 #include <climits>
@@ -183,6 +184,78 @@ TEST(Discrete, DeviatesInvertTheirProbabilities)
         EXPECT_EQ(STATS_BinomialDeviate_MP(kv(), f3 + F("1e-10"), 10, F("0.3")), 4);
         EXPECT_EQ(STATS_BinomialDeviate_MP(kv(), f3 - F("1e-10"), 10, F("0.3")), 3);
     }
+}
+
+TEST(Discrete, BinomialDeviateIsThePlainSearchOverZeroToN)
+{
+    // The deviate may locate its answer from a double-precision start and
+    // replay the search on the integers; whatever it does, it returns what
+    // the bisection over 0..n returns, also at probabilities equal to a step
+    // of the function, one unit of the last digit either side of it, deep in
+    // either tail and next to 1.
+    for (int digits : {10, 15, 30, 50}) {
+        DigitsScope d(digits);
+        const TalvoFloat ulp = TalvoFloat(1.0) / F(("1e" + std::to_string(digits)).c_str());
+        for (long n : {2L, 3L, 10L, 57L, 1000L, 1001L, 123457L}) {
+            for (const char *ps : {"0.5", "0.3", "0.999", "1e-6", "0.0001234"}) {
+                const TalvoFloat prob = F(ps);
+                _BinomialProbabilityAdapter cdf(kv(), n, prob);
+                std::vector<TalvoFloat> ys;
+                for (const char *y : {"1e-300", "1e-20", "0.001", "0.025", "0.3", "0.5", "0.7", "0.975", "0.999999",
+                                      "0.9999999999999999", "0.99999999999999999999999999999"})
+                    ys.push_back(F(y));
+                // Steps of the function near the middle and in both tails.
+                const double mean = static_cast<double>(n) * prob.to_double();
+                for (double x : {0.0, 1.0, std::floor(mean), std::floor(mean) + 1, std::floor(mean * 1.5 + 3)}) {
+                    if (x > static_cast<double>(n))
+                        continue;
+                    const TalvoFloat f = STATS_BinomialProbability_MP(kv(), TalvoFloat(x), n, prob);
+                    ys.push_back(f);
+                    ys.push_back(f + f * ulp);
+                    ys.push_back(f - f * ulp);
+                }
+                for (const TalvoFloat &y : ys) {
+                    long expected = -1, got = -2;
+                    const std::string plain_error = error_of(
+                        [&] { expected = STATS_DiscreteInterpolation_MP(kv(), y, cdf, 0, n, 100); });
+                    const std::string error = error_of([&] { got = STATS_BinomialDeviate_MP(kv(), y, n, prob); });
+                    EXPECT_EQ(error, plain_error) << n << " " << ps << " " << D(y) << " at Digits " << digits;
+                    if (plain_error.empty()) {
+                        EXPECT_EQ(got, expected) << n << " " << ps << " " << D(y) << " at Digits " << digits;
+                    }
+                }
+            }
+        }
+    }
+}
+
+TEST(Discrete, BinomialDeviateKeepsTheSearchsIterationLimit)
+{
+    // n = 1000 takes about ten halvings of 0..1000: around that limit the
+    // deviate raises the search's message exactly when the search does.
+    const char *message = "maximum number of iterations exceeded in discrete root finding.";
+    int raised = 0, returned = 0;
+    for (int limit = 0; limit <= 12; ++limit) {
+        eval("_EnvStatisticsIterations := " + std::to_string(limit));
+        for (const char *y : {"0.5", "0.975", "0.001", "0.6"}) {
+            _BinomialProbabilityAdapter cdf(kv(), 1000, F("0.5"));
+            long expected = -1, got = -2;
+            const std::string plain = error_of([&] { expected = STATS_DiscreteInterpolation_MP(kv(), F(y), cdf, 0, 1000, limit); });
+            const std::string ours = error_of([&] { got = STATS_BinomialDeviate_MP(kv(), F(y), 1000, F("0.5")); });
+            EXPECT_EQ(ours, plain) << y << " with limit " << limit;
+            if (plain.empty()) {
+                EXPECT_EQ(got, expected) << y << " with limit " << limit;
+                ++returned;
+            } else {
+                EXPECT_EQ(plain, message);
+                ++raised;
+            }
+        }
+    }
+    EXPECT_GT(raised, 8);
+    EXPECT_GE(returned, 8);
+    eval("unassign('_EnvStatisticsIterations')");
+    EXPECT_EQ(STATS_BinomialDeviate_MP(kv(), F("0.975"), 1000, F("0.5")), 531);
 }
 
 TEST(Discrete, AProbabilityEqualToTheFirstValueOfAPlainSearchReturnsTheNextPoint)

@@ -3,6 +3,7 @@
 // formulas where a double cannot hold the probability.
 #include "start.hpp"
 
+#include <boost/math/distributions/binomial.hpp>
 #include <boost/math/distributions/students_t.hpp>
 #include <boost/math/special_functions/beta.hpp>
 #include <boost/math/special_functions/erf.hpp>
@@ -112,6 +113,23 @@ double start_t_upper(double df, double q, double log_q)
     // P(T >= t) ~ (nu / t^2)^(nu/2) / (nu B(nu/2, 1/2)) as t -> infinity.
     double lt = (0.5 * df * std::log(df) - std::log(df) - log_beta(0.5 * df, 0.5) - log_q) / df;
     return std::exp(lt);
+}
+
+double start_binomial(double n, double p, double y)
+{
+    if (!(n >= 1 && n < 0x1p53 && p > 0 && p < 1 && y > kTiny && y < 1))
+        return NAN;
+    using RoundUp = policy<domain_error<errno_on_error>, pole_error<errno_on_error>, overflow_error<errno_on_error>,
+                           evaluation_error<errno_on_error>, rounding_error<errno_on_error>,
+                           underflow_error<ignore_error>, denorm_error<ignore_error>, promote_double<false>,
+                           discrete_quantile<integer_round_up>>;
+    try {
+        double k = boost::math::quantile(boost::math::binomial_distribution<double, RoundUp>(n, p), y);
+        if (std::isfinite(k) && k >= 0 && k <= n)
+            return k;
+    } catch (...) {
+    }
+    return NAN;
 }
 
 } // namespace talvo::mp

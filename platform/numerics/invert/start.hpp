@@ -23,4 +23,8 @@ double start_t_upper(double df, double q, double log_q);
 // an answer of the double routine); NaN otherwise.
 double start_t_upper_double(double df, double q);
 
+// Binomial(n, p): an estimate of the smallest k with P(X <= k) >= y, from
+// the double-precision distribution; NaN when a double cannot say.
+double start_binomial(double n, double p, double y);
+
 } // namespace talvo::mp
