@@ -72,6 +72,15 @@ const std::set<std::pair<std::string, int>> kNotReached = {{"BoxBOD", 1}};
 const std::set<std::string> kCostly = {"Bennett5", "ENSO", "Gauss1", "Gauss2", "Gauss3", "Hahn1",
                                        "Thurber", "Chwirut1", "Nelson", "Kirby2"};
 
+// Sets whose first start costs thousands of evaluations: the sanitizer build
+// runs only their second start (the release build runs both).
+const std::set<std::string> kCostlyFirstStart = {"MGH17"};
+
+bool RunsStart(const std::string &name, int start)
+{
+    return !(kSanitized && start == 1 && kCostlyFirstStart.count(name));
+}
+
 struct Certificate {
     std::vector<std::string> start1, start2, b;
     std::string rss;
@@ -151,7 +160,10 @@ std::string Script(const std::string &name, const Certificate &c)
     // n is written out (the procedure reads it as a number).
     text = std::regex_replace(text, std::regex(R"(\bn\b)"), std::to_string(n));
     std::ostringstream calls;
-    for (const auto *start : {&c.start1, &c.start2}) {
+    for (int k = 1; k <= 2; ++k) {
+        if (!RunsStart(name, k))
+            continue;
+        const auto *start = k == 1 ? &c.start1 : &c.start2;
         calls << "b := Array(1.." << p << ", [" << Join(*start) << "]):\n"
               << "r := sw_e04fcf(" << n << ", " << p << ", res, nothing, Array(1.." << p
               << "), 0, 200000, 0.5, 0., 0., b, 'ss', Array(1.." << n << "), Array(1.." << n * p << "), " << n
@@ -228,6 +240,8 @@ TEST_P(NistNonlinear, CertifiedValuesAtDigits30FromBothStarts)
     ASSERT_FALSE(c.data.empty());
     std::istringstream out(RunTalvo(Script(name, c)));
     for (int start = 1; start <= 2; ++start) {
+        if (!RunsStart(name, start))
+            continue;
         std::string ifail, ss;
         std::getline(out, ifail);
         std::getline(out, ss);
