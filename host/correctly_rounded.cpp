@@ -190,6 +190,35 @@ TalvoFloat Log1p(const TalvoFloat &x)
     return PositiveZero(r);
 }
 
+TalvoFloat SmallPower(const TalvoFloat &x, int k)
+{
+    if (k < 2 || k > 4)
+        return pow(x, static_cast<double>(k));
+    // x^2 is exact at twice x's precision; the last product (x^2 x, or the
+    // square of x^2) is the only rounding.
+    thread_local mpfr_t square;
+    thread_local bool ready = false;
+    const mpfr_prec_t need = 2 * mpfr_get_prec(x.mpfr());
+    if (!ready) {
+        mpfr_init2(square, need);
+        ready = true;
+    } else if (mpfr_get_prec(square) != need) {
+        mpfr_set_prec(square, need);
+    }
+    ALGEB r = talvo_float_new(0);
+    mpfr_ptr out = talvo_float_mpfr(r);
+    if (k == 2) {
+        mpfr_sqr(out, x.mpfr(), MPFR_RNDN);
+    } else {
+        mpfr_sqr(square, x.mpfr(), MPFR_RNDN);
+        if (k == 3)
+            mpfr_mul(out, square, x.mpfr(), MPFR_RNDN);
+        else
+            mpfr_sqr(out, square, MPFR_RNDN);
+    }
+    return TalvoFloat::from_handle(r);
+}
+
 } // namespace stats
 
 // ---------------------------------------------------------------------------

@@ -58,6 +58,10 @@ TalvoFloat CorrectlyRounded(const std::function<TalvoFloat()> &formula);
 TalvoFloat OneMinusExp(const TalvoFloat &t); // 1 - exp(t)
 TalvoFloat LnOneMinus(const TalvoFloat &p);  // ln(1 - p)
 TalvoFloat Log1p(const TalvoFloat &x);       // ln(1 + x)
+// x^k for k = 2, 3 or 4 at the current precision: the same float as
+// pow(x, k) (both are x^k correctly rounded), from exact products rounded
+// once instead of MPFR's general integer power.
+TalvoFloat SmallPower(const TalvoFloat &x, int k);
 // exp(x) at the current precision, the same float as the float library's exp
 // (both are correctly rounded), from one ball 32 bits wider where that ball
 // rounds one way only: at a few dozen digits Arb's exponential costs a third

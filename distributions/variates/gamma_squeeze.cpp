@@ -17,6 +17,8 @@
 #include "talvo_utils.hpp"
 #include "variate_algorithms.hpp"
 
+#include <algorithm>
+#include <cmath>
 #include <vector>
 
 namespace {
@@ -64,21 +66,71 @@ void RaiseGammaRefusal(TKernelVector kv, GammaRefusal why, const TalvoFloat &a)
                          STATS_DoubleToTalvoFloat_MP(kv, a));
 }
 
-// The squeeze-and-reject loop for a shape above 1, with its d and c.
+// The two tests of a trial judged in double precision: 1 (true) or 0
+// (false) where the sides differ by more than a bound on the error of both
+// this computation and the floats' (each float operation rounds at 2^-prec,
+// each double one at 2^-53; the sides' magnitudes bound what the roundings
+// can move), with a factor 8 of room; -1 where the doubles cannot tell.
+struct TrialInDoubles {
+    double e; // the larger unit roundoff of the two computations
+
+    // u < 1 - 0.0331 x^4
+    int Squeeze(double u, double x) const
+    {
+        const double x4 = (x * x) * (x * x), q = 1 - 0.0331 * x4;
+        const double bound = 8 * 8 * e * (1 + 0.0331 * x4);
+        return Decide(q - u, bound);
+    }
+    // ln u < x^2 / 2 + d (1 - v + ln v)
+    int Full(double u, double x, double d, double v) const
+    {
+        if (!(u > 0) || !(v > 0) || !std::isfinite(v) || !std::isfinite(d))
+            return -1;
+        const double lu = std::log(u), lv = std::log(v);
+        const double r = 0.5 * x * x + d * (1 - v + lv);
+        const double bound = 8 * 8 * e * (std::fabs(lu) + 0.5 * x * x + std::fabs(d) * (1 + v + std::fabs(lv)) +
+                                          std::fabs(r));
+        return Decide(r - lu, bound);
+    }
+    static int Decide(double margin, double bound)
+    {
+        if (!std::isfinite(margin) || !std::isfinite(bound))
+            return -1;
+        if (margin > bound)
+            return 1;
+        if (margin < -bound)
+            return 0;
+        return -1;
+    }
+};
+
+// The squeeze-and-reject loop for a shape above 1, with its d and c.  Each
+// test is judged in doubles first and computed in floats only where the
+// doubles cannot tell (the same outcome either way); v^3 and x^4 are the
+// correctly rounded powers pow gives.
 TalvoFloat MarsagliaTsang(TKernelVector kv, const TalvoFloat &scale, const TalvoFloat &d, const TalvoFloat &c)
 {
-    const TalvoFloat zero(0.0), one(1.0), sigma(1.0), squeeze(0.0331), half(0.5);
+    const TalvoFloat zero(0.0), one(1.0), sigma(1.0);
+    const TrialInDoubles doubles{std::max(std::ldexp(1.0, -static_cast<int>(talvo_float_precision())), 0x1p-53)};
+    const double dd = d.to_double();
     for (;;) {
         TalvoFloat x, v;
         do {
             x = STATS_NormalRandomVariate_MP(kv, zero, sigma);
             v = one + c * x;
         } while (!(v > zero));
-        v = pow(v, 3.0);
+        v = stats::SmallPower(v, 3);
         TalvoFloat u = STATS_TalvoRandomStream_MP::NextDouble();
-        if (u < one - squeeze * pow(x, 4.0))
+        const double ud = u.to_double(), xd = x.to_double();
+        int squeezed = doubles.Squeeze(ud, xd);
+        if (squeezed < 0)
+            squeezed = u < one - TalvoFloat(0.0331) * stats::SmallPower(x, 4);
+        if (squeezed == 1)
             return scale * (d * v);
-        if (log(u) < half * x * x + d * (one - v + log(v)))
+        int accepted = doubles.Full(ud, xd, dd, v.to_double());
+        if (accepted < 0)
+            accepted = log(u) < TalvoFloat(0.5) * x * x + d * (one - v + log(v));
+        if (accepted == 1)
             return scale * (d * v);
     }
 }

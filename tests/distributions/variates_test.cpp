@@ -12,6 +12,7 @@
 #include "talvo_utils.hpp"
 #include "variate_algorithms.hpp"
 #include "ziggurat.hpp"
+#include "correctly_rounded.hpp"
 
 #include <cmath>
 
@@ -735,6 +736,95 @@ TEST(Variates, ErrorSampleIsTheVariatesBitForBit)
             TalvoFloat after_variates = STATS_TalvoRandomStream_MP::NextDouble();
             EXPECT_TRUE(mpfr_equal_p(after_sample.mpfr(), after_variates.mpfr())) << params << " at " << digits;
             TalvoGcAllow(kv(), a);
+        }
+    }
+}
+
+namespace {
+
+// The squeeze-and-reject draw written plainly, every test and power in
+// floats (pow and log of the float library), for comparison with the
+// library's, which judges most tests in doubles.
+TalvoFloat PlainMarsagliaTsang(const TalvoFloat &scale, const TalvoFloat &a)
+{
+    const TalvoFloat zero(0.0), one(1.0), sigma(1.0), squeeze(0.0331), half(0.5);
+    const TalvoFloat d = a - TalvoFloat(0.3333333333333333);
+    const TalvoFloat c = one / sqrt(TalvoFloat(9.0) * d);
+    for (;;) {
+        TalvoFloat x, v;
+        do {
+            x = STATS_NormalRandomVariate_MP(kv(), zero, sigma);
+            v = one + c * x;
+        } while (!(v > zero));
+        v = pow(v, 3.0);
+        TalvoFloat u = STATS_TalvoRandomStream_MP::NextDouble();
+        if (u < one - squeeze * pow(x, 4.0))
+            return scale * (d * v);
+        if (log(u) < half * x * x + d * (one - v + log(v)))
+            return scale * (d * v);
+    }
+}
+
+bool SameFloat(const TalvoFloat &a, const TalvoFloat &b)
+{
+    return mpfr_equal_p(a.mpfr(), b.mpfr()) && mpfr_get_prec(a.mpfr()) == mpfr_get_prec(b.mpfr()) &&
+           mpfr_signbit(a.mpfr()) == mpfr_signbit(b.mpfr());
+}
+
+} // namespace
+
+// The gamma draw decides its tests in doubles where it can: its draws are
+// those of the method computed wholly in floats, bit for bit, and the stream
+// is left at the same place, from coarse floats (Digits 3) to fine ones and
+// for shapes near 1 (where the full test decides more often) to large ones.
+TEST(Variates, GammaDrawIsTheMethodInFloatsBitForBit)
+{
+    for (int digits : {3, 5, 10, 15, 16, 17, 30, 60}) {
+        DigitsScope ds(digits);
+        for (const char *shape : {"1.0001", "1.5", "2.5", "7", "1e6"}) {
+            const int n = digits == 15 ? 4000 : 600;
+            eval("randomize(17)");
+            std::vector<TalvoFloat> ours;
+            for (int i = 0; i < n; ++i)
+                ours.push_back(STATS_GammaRandomVariate_MP(kv(), F("2"), F(shape)));
+            TalvoFloat after_ours = STATS_TalvoRandomStream_MP::NextDouble();
+            eval("randomize(17)");
+            for (int i = 0; i < n; ++i) {
+                TalvoFloat plain = PlainMarsagliaTsang(F("2"), F(shape));
+                ASSERT_TRUE(SameFloat(ours[i], plain)) << "draw " << i + 1 << ", shape " << shape << ", Digits " << digits;
+            }
+            EXPECT_TRUE(SameFloat(after_ours, STATS_TalvoRandomStream_MP::NextDouble())) << shape << " " << digits;
+        }
+    }
+}
+
+// x^2, x^3 and x^4 from exact products are pow's correctly rounded floats,
+// at precisions below, at and above a double's, for x of every size and
+// sign, zeros and infinities included.
+TEST(Variates, SmallPowersArePowsFloats)
+{
+    for (int digits : {2, 5, 15, 16, 17, 40, 300}) {
+        DigitsScope ds(digits);
+        eval("randomize(5)");
+        std::vector<TalvoFloat> xs = {F("0"), -F("0"), F("1"), F("-1"), TalvoFloat(INFINITY), TalvoFloat(-INFINITY),
+                                      F("1e-300"), F("-7.5e300")};
+        for (int i = 0; i < 3000; ++i) {
+            TalvoFloat u = STATS_TalvoRandomStream_MP::NextDouble();
+            TalvoFloat w = STATS_TalvoRandomStream_MP::NextDouble();
+            xs.push_back((u - F("0.5")) * exp(F("40") * (w - F("0.5"))));
+            xs.push_back(F("1") + (u - F("0.5")) / F("1e6"));
+        }
+        // Operands of a finer precision than the current one, too.
+        {
+            DigitsScope fine(digits * 2 + 5);
+            xs.push_back(F("3") / F("7"));
+            xs.push_back(-F("1") / F("3"));
+        }
+        for (const TalvoFloat &x : xs) {
+            for (int k : {2, 3, 4}) {
+                EXPECT_TRUE(SameFloat(stats::SmallPower(x, k), pow(x, static_cast<double>(k))))
+                    << "x^" << k << " at Digits " << digits;
+            }
         }
     }
 }
