@@ -151,6 +151,7 @@ void ExpRounded(mpfr_ptr out, mpfr_srcptr x) { RoundedFromBall(talvo::mp::BallOp
 TalvoFloat Exp(const TalvoFloat &x) { return RoundedFromBall(talvo::mp::BallOp::Exp, mpfr_exp, x); }
 TalvoFloat Cos(const TalvoFloat &x) { return RoundedFromBall(talvo::mp::BallOp::Cos, mpfr_cos, x); }
 TalvoFloat TanFromBall(const TalvoFloat &x) { return RoundedFromBall(talvo::mp::BallOp::Tan, mpfr_tan, x); }
+TalvoFloat Log(const TalvoFloat &x) { return RoundedFromBall(talvo::mp::BallOp::Log, mpfr_log, x); }
 
 TalvoFloat PowFromBall(const TalvoFloat &x, const TalvoFloat &y)
 {

@@ -73,6 +73,9 @@ void ExpRounded(mpfr_ptr out, mpfr_srcptr x);
 // correctly rounded) from a ball first.
 TalvoFloat Cos(const TalvoFloat &x);
 TalvoFloat TanFromBall(const TalvoFloat &x);
+// ln(x) the same way (MPFR's log, correctly rounded): at a few dozen digits
+// Arb's logarithm costs a fraction of MPFR's.
+TalvoFloat Log(const TalvoFloat &x);
 // x^y the same way (MPFR's pow), for x > 0.
 TalvoFloat PowFromBall(const TalvoFloat &x, const TalvoFloat &y);
 // The host's tangent, arctangent and Pi at the current precision.

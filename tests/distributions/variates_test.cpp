@@ -839,3 +839,54 @@ TEST(Variates, SmallPowersArePowsFloats)
         }
     }
 }
+
+// stats::Log is the float library's log, bit for bit: uniforms (what the
+// variates take logarithms of), values of every size, 1, 0, negatives and
+// infinities, at precisions below, at and above a double's.
+TEST(Variates, LogFromBallIsTheFloatLibrarysLog)
+{
+    for (int digits : {2, 5, 15, 16, 17, 40, 300}) {
+        DigitsScope ds(digits);
+        eval("randomize(9)");
+        std::vector<TalvoFloat> xs = {F("0"), -F("0"), F("1"), F("-1"), TalvoFloat(INFINITY), TalvoFloat(-INFINITY),
+                                      F("1e-300"), F("7.5e300"), F("2"), F("0.5")};
+        for (int i = 0; i < kShortRun * 3; ++i) {
+            TalvoFloat u = STATS_TalvoRandomStream_MP::NextDouble();
+            TalvoFloat w = STATS_TalvoRandomStream_MP::NextDouble();
+            xs.push_back(u);
+            xs.push_back(u * exp(F("200") * (w - F("0.5"))));
+            xs.push_back(F("1") + (u - F("0.5")) / F("1e9"));
+        }
+        for (const TalvoFloat &x : xs) {
+            const TalvoFloat a = stats::Log(x), b = log(x);
+            EXPECT_TRUE(SameFloat(a, b) || (mpfr_nan_p(a.mpfr()) && mpfr_nan_p(b.mpfr()))) << "at Digits " << digits;
+        }
+    }
+}
+
+// The Maxwell draw (its logarithms from balls) is the formula in floats.
+TEST(Variates, MaxwellDrawIsTheFormulaInFloatsBitForBit)
+{
+    for (int digits : {5, 15, 30}) {
+        DigitsScope ds(digits);
+        eval("randomize(23)");
+        std::vector<TalvoFloat> ours;
+        for (int i = 0; i < kShortRun; ++i)
+            ours.push_back(STATS_MaxwellRandomVariate_MP(kv(), F("1.5")));
+        eval("randomize(23)");
+        for (int i = 0; i < kShortRun; ++i) {
+            const TalvoFloat one(1.0);
+            TalvoFloat e = -log(STATS_TalvoRandomStream_MP::NextDouble());
+            TalvoFloat q1, q2, s;
+            do {
+                TalvoFloat u1 = STATS_TalvoRandomStream_MP::NextDouble();
+                q1 = u1 * u1;
+                TalvoFloat u2 = STATS_TalvoRandomStream_MP::NextDouble();
+                q2 = u2 * u2;
+                s = q1 + q2;
+            } while (!(s <= one));
+            e = e - (q1 / s) * log(STATS_TalvoRandomStream_MP::NextDouble());
+            ASSERT_TRUE(SameFloat(ours[i], F("1.5") * sqrt(TalvoFloat(2.0) * e))) << i << " at Digits " << digits;
+        }
+    }
+}
