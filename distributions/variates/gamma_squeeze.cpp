@@ -171,9 +171,12 @@ TalvoFloat STATS_GammaRandomVariateMain_MP(TKernelVector kv, TalvoFloat scale, T
                                                                  : STATS_ExponentialRandomVariate_MP(kv, scale);
     for (auto shape = chain.rbegin(); shape != chain.rend(); ++shape) {
         TalvoFloat u = STATS_TalvoRandomStream_MP::NextDouble();
-        // u^(1/a) from a ball first: the float library's pow, correctly
-        // rounded, so the same float.
-        x = x * stats::PowFromBall(u, one / *shape);
+        // u^(1/a) from a ball first, or from exact products when 1/a is 2,
+        // 3 or 4 (shape 1/2 for one degree of freedom): the float library's
+        // pow, correctly rounded, so the same float.
+        const TalvoFloat e = one / *shape;
+        const long k = mpfr_integer_p(e.mpfr()) ? mpfr_get_si(e.mpfr(), MPFR_RNDN) : 0;
+        x = x * (k >= 2 && k <= 4 ? stats::SmallPower(u, static_cast<int>(k)) : stats::PowFromBall(u, e));
     }
     return x;
 }

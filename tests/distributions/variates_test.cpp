@@ -776,6 +776,18 @@ TalvoFloat PlainMarsagliaTsang(const TalvoFloat &scale, const TalvoFloat &a)
     }
 }
 
+// Below shape 1: the draw of shape a + 1 times u^(1/a), u drawn after it.
+TalvoFloat PlainGamma(const TalvoFloat &scale, const TalvoFloat &a)
+{
+    const TalvoFloat one(1.0);
+    if (a < one) {
+        TalvoFloat x = PlainGamma(scale, a + one);
+        TalvoFloat u = STATS_TalvoRandomStream_MP::NextDouble();
+        return x * pow(u, one / a);
+    }
+    return PlainMarsagliaTsang(scale, a);
+}
+
 bool SameFloat(const TalvoFloat &a, const TalvoFloat &b)
 {
     return mpfr_equal_p(a.mpfr(), b.mpfr()) && mpfr_get_prec(a.mpfr()) == mpfr_get_prec(b.mpfr()) &&
@@ -787,12 +799,14 @@ bool SameFloat(const TalvoFloat &a, const TalvoFloat &b)
 // The gamma draw decides its tests in doubles where it can: its draws are
 // those of the method computed wholly in floats, bit for bit, and the stream
 // is left at the same place, from coarse floats (Digits 3) to fine ones and
-// for shapes near 1 (where the full test decides more often) to large ones.
+// for shapes below 1 (u^(1/a) after the draw of shape a + 1, by exact
+// products when 1/a is 2, 3 or 4) and near 1 (where the full test decides
+// more often) to large ones.
 TEST(Variates, GammaDrawIsTheMethodInFloatsBitForBit)
 {
     for (int digits : {3, 5, 10, 15, 16, 17, 30, 60}) {
         DigitsScope ds(digits);
-        for (const char *shape : {"1.0001", "1.5", "2.5", "7", "1e6"}) {
+        for (const char *shape : {"0.25", "0.4", "0.5", "1.0001", "1.5", "2.5", "7", "1e6"}) {
             const int n = digits == 15 ? kLongRun : kShortRun;
             eval("randomize(17)");
             std::vector<TalvoFloat> ours;
@@ -801,7 +815,7 @@ TEST(Variates, GammaDrawIsTheMethodInFloatsBitForBit)
             TalvoFloat after_ours = STATS_TalvoRandomStream_MP::NextDouble();
             eval("randomize(17)");
             for (int i = 0; i < n; ++i) {
-                TalvoFloat plain = PlainMarsagliaTsang(F("2"), F(shape));
+                TalvoFloat plain = PlainGamma(F("2"), F(shape));
                 ASSERT_TRUE(SameFloat(ours[i], plain)) << "draw " << i + 1 << ", shape " << shape << ", Digits " << digits;
             }
             EXPECT_TRUE(SameFloat(after_ours, STATS_TalvoRandomStream_MP::NextDouble())) << shape << " " << digits;
