@@ -30,20 +30,28 @@ TalvoFloat STATS_ChiSquareDeviate_MP(TKernelVector kv, TalvoFloat p, TalvoFloat 
 }
 
 // Gamma of scale 2 and shape nu / 2, refused in terms of its own parameter.
+TalvoFloat stats::ChiSquareDrawer::operator()()
+{
+    const TalvoFloat scale(2.0);
+    if (!m_ready) {
+        m_shape = m_nu / TalvoFloat(2.0);
+        STATS_GammaRandomVariateSetup_MP(m_kv, scale, m_shape, m_d, m_c);
+        stats::GammaRefusal why = stats::GammaDrawRefusal(m_shape, m_c);
+        if (why == stats::GammaRefusal::Rejects)
+            TalvoRaiseError1(m_kv, "a chi-square variate of %1 degrees of freedom would reject every draw for ever",
+                             STATS_DoubleToTalvoFloat_MP(m_kv, m_nu));
+        if (why == stats::GammaRefusal::Recurses)
+            TalvoRaiseError1(
+                m_kv, "a chi-square variate of %1 degrees of freedom would recurse through more than 100000 shapes",
+                STATS_DoubleToTalvoFloat_MP(m_kv, m_nu));
+        m_ready = true;
+    }
+    return STATS_GammaRandomVariateMain_MP(m_kv, scale, m_shape, m_d, m_c);
+}
+
 TalvoFloat STATS_ChiSquareRandomVariate_MP(TKernelVector kv, TalvoFloat nu)
 {
-    const TalvoFloat scale(2.0), shape = nu / TalvoFloat(2.0);
-    TalvoFloat d, c;
-    STATS_GammaRandomVariateSetup_MP(kv, scale, shape, d, c);
-    stats::GammaRefusal why = stats::GammaDrawRefusal(shape, c);
-    if (why == stats::GammaRefusal::Rejects)
-        TalvoRaiseError1(kv, "a chi-square variate of %1 degrees of freedom would reject every draw for ever",
-                         STATS_DoubleToTalvoFloat_MP(kv, nu));
-    if (why == stats::GammaRefusal::Recurses)
-        TalvoRaiseError1(kv,
-                         "a chi-square variate of %1 degrees of freedom would recurse through more than 100000 shapes",
-                         STATS_DoubleToTalvoFloat_MP(kv, nu));
-    return STATS_GammaRandomVariateMain_MP(kv, scale, shape, d, c);
+    return stats::ChiSquareDrawer(kv, nu)();
 }
 
 TalvoFloat STATS_ChiSquareRandomVariate_MP(TKernelVector kv, const TalvoFloat *params)
@@ -73,8 +81,11 @@ STATS_ENTRY ALGEB STATS_TalvoChiSquareRandomVariate_MP(TKernelVector kv, ALGEB a
     });
 }
 
+// The draws of STATS_ChiSquareRandomVariate_MP, set up once.
 STATS_ENTRY ALGEB STATS_TalvoChiSquareRandomSample_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::SampleEntry<1>(kv, args, __func__,
-                                 [](TKernelVector kv, auto... p) { return STATS_ChiSquareRandomVariate_MP(kv, p...); });
+    stats::EntryFrame f(kv, args, __func__, 2);
+    int n = f.int32(1);
+    stats::ChiSquareDrawer draw(kv, f.real(2));
+    return stats::FillRandomSample(kv, n, [&] { return draw(); });
 }

@@ -62,8 +62,17 @@ STATS_ENTRY ALGEB STATS_TalvoFRatioRandomVariate_MP(TKernelVector kv, ALGEB args
                                 [](TKernelVector kv, auto... p) { return STATS_FRatioRandomVariate_MP(kv, p...); });
 }
 
+// The draws of STATS_FRatioRandomVariate_MP, the two chi-square setups made
+// once.
 STATS_ENTRY ALGEB STATS_TalvoFRatioRandomSample_MP(TKernelVector kv, ALGEB args)
 {
-    return stats::SampleEntry<2>(kv, args, __func__,
-                                 [](TKernelVector kv, auto... p) { return STATS_FRatioRandomVariate_MP(kv, p...); });
+    stats::EntryFrame f(kv, args, __func__, 3);
+    int n = f.int32(1);
+    TalvoFloat nu1 = f.real(2), nu2 = f.real(3);
+    stats::ChiSquareDrawer first(kv, nu1), second(kv, nu2);
+    return stats::FillRandomSample(kv, n, [&] {
+        TalvoFloat x1 = first();
+        TalvoFloat x2 = second();
+        return (x1 * nu2) / (x2 * nu1);
+    });
 }

@@ -51,6 +51,21 @@ enum class GammaRefusal {
 // The refusal, if any, of a draw of this shape with c from Setup.
 GammaRefusal GammaDrawRefusal(const TalvoFloat &shape, const TalvoFloat &c);
 
+// Chi-square draws of one nu with the gamma setup made once: each call draws
+// what STATS_ChiSquareRandomVariate_MP(kv, nu) draws (its setup gives the
+// same floats every time), so a sample sets up once.  The setup, with any
+// refusal of nu, comes at the first draw, as it would for one variate.
+class ChiSquareDrawer {
+public:
+    ChiSquareDrawer(TKernelVector kv, const TalvoFloat &nu) : m_kv(kv), m_nu(nu) {}
+    TalvoFloat operator()();
+
+private:
+    TKernelVector m_kv;
+    TalvoFloat m_nu, m_shape, m_d, m_c;
+    bool m_ready = false;
+};
+
 } // namespace stats
 
 // Beta (a, b): X / (X + Y) with X, Y unit-scale gamma draws of shapes a, b.

@@ -115,6 +115,12 @@ TEST(Variates, EmptySamplesDrawNothing)
     EXPECT_EQ(result(STATS_TalvoNonCentralChiSquareRandomSample_MP, "0, 2, 1, true"),
               "Array(1..0, [], datatype = sfloat)");
     EXPECT_EQ(result(STATS_TalvoMaxwellRandomSample_MP, "0, 1"), "Array(1..0, [], datatype = sfloat)");
+    // The chi-square and F samples set up at their first draw, so an empty
+    // one neither draws nor refuses degrees of freedom a draw would refuse.
+    EXPECT_EQ(result(STATS_TalvoChiSquareRandomSample_MP, "0, Float(-infinity)"),
+              "Array(1..0, [], datatype = sfloat)");
+    EXPECT_EQ(result(STATS_TalvoFRatioRandomSample_MP, "0, 3, Float(-infinity)"),
+              "Array(1..0, [], datatype = sfloat)");
     EXPECT_EQ(s.uniforms_taken() + s.ints_taken(), 0);
 }
 
