@@ -34,14 +34,11 @@ struct MoyalConstants {
     }
 };
 
-// The test y <= g of one trial judged in double precision: 1 (accept) or 0
-// (reject) where ln y and ln g differ by more than a bound on the error of
-// both this computation and the floats' (each operation of the float path
-// rounds at 2^-prec), so the floats' comparison comes out the same way; -1
-// where the doubles cannot tell.  The bound follows the error through
-// z = tan(theta) (d z = d theta / cos^2), ln g = -(z + e^-z) / 2 - 2 ln|cos|
-// - ln sqrt(2 pi), with a factor 4 of room.
-int DecideInDoubles(const TalvoFloat &theta, const TalvoFloat &y, double root, double eps)
+// The test y <= g of one trial judged in doubles (stats::DecideInDoubles):
+// 1 (accept), 0 (reject) or -1.  The bound on the error of both computations
+// follows the roundings through z = tan(theta) (d z = d theta / cos^2) and
+// ln g = -(z + e^-z) / 2 - 2 ln|cos| - ln sqrt(2 pi), with a factor 4 of room.
+int TrialInDoubles(const TalvoFloat &theta, const TalvoFloat &y, double root, double e)
 {
     const double t = theta.to_double(), yd = y.to_double();
     const double s = std::sin(t), c = std::cos(t);
@@ -53,16 +50,10 @@ int DecideInDoubles(const TalvoFloat &theta, const TalvoFloat &y, double root, d
     if (!std::isfinite(ez) || !std::isfinite(lg))
         return -1;
     constexpr double u = 0x1p-52;
-    const double e = std::max(eps, u);
     const double az = std::fabs(z), at = std::fabs(t);
     const double dz = at * u / (c * c) + az * u + az * e;
     const double bound = 4 * ((1 + ez) / 2 * dz + 2 * az * at * u + (std::fabs(x) + az + 16) * e) + 1e-300;
-    const double d = std::log(yd) - lg;
-    if (d > bound)
-        return 0;
-    if (d < -bound)
-        return 1;
-    return -1;
+    return stats::DecideInDoubles(lg - std::log(yd), bound);
 }
 
 // One draw.  With fast set, tan, cos and exp come from stats::TanFromBall,
@@ -72,13 +63,13 @@ int DecideInDoubles(const TalvoFloat &theta, const TalvoFloat &y, double root, d
 TalvoFloat MoyalDraw(const MoyalConstants &k, const TalvoFloat &mu, const TalvoFloat &sigma, bool fast)
 {
     const TalvoFloat two(2.0), bound(0.912);
-    const double eps = std::ldexp(1.0, -static_cast<int>(talvo_float_precision()));
+    const double e = stats::Roundoff();
     TalvoFloat z;
     for (;;) {
         TalvoFloat theta = k.pi * STATS_TalvoRandomStream_MP::NextDouble() - k.halfPi;
         TalvoFloat y = bound * STATS_TalvoRandomStream_MP::NextDouble();
         if (fast) {
-            const int decided = DecideInDoubles(theta, y, k.rootd, eps);
+            const int decided = TrialInDoubles(theta, y, k.rootd, e);
             if (decided == 0)
                 continue;
             if (decided == 1) {

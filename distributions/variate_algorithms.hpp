@@ -24,6 +24,10 @@
 
 #include "callback_adapters.hpp"
 #include "stats_api.h"
+#include "talvo_float.hpp"
+
+#include <algorithm>
+#include <cmath>
 
 // Gamma (scale, shape), in that order.  Setup computes the method's d and c
 // for the shape that Main's squeeze works on (shape + 1 when shape < 1) and
@@ -50,6 +54,24 @@ enum class GammaRefusal {
 };
 // The refusal, if any, of a draw of this shape with c from Setup.
 GammaRefusal GammaDrawRefusal(const TalvoFloat &shape, const TalvoFloat &c);
+
+// An accept or reject test judged in doubles, where bound bounds the error of
+// both the doubles and the floats the definition computes: 1 when
+// margin > bound, 0 when margin < -bound (the floats' comparison then comes
+// out the same way), -1 when the doubles cannot tell.
+inline int DecideInDoubles(double margin, double bound)
+{
+    if (!std::isfinite(margin) || !std::isfinite(bound))
+        return -1;
+    if (margin > bound)
+        return 1;
+    if (margin < -bound)
+        return 0;
+    return -1;
+}
+// What one rounding of either computation may move a value by, relative:
+// the larger of a double's 2^-52 and a float's 2^-precision.
+inline double Roundoff() { return std::max(std::ldexp(1.0, -static_cast<int>(talvo_float_precision())), 0x1p-52); }
 
 // Chi-square draws of one nu with the gamma setup made once: each call draws
 // what STATS_ChiSquareRandomVariate_MP(kv, nu) draws (its setup gives the

@@ -155,6 +155,13 @@ TalvoFloat Log(const TalvoFloat &x) { return RoundedFromBall(talvo::mp::BallOp::
 
 TalvoFloat PowFromBall(const TalvoFloat &x, const TalvoFloat &y)
 {
+    // A whole exponent of 2 to 4 (u^(1/a) for a = 1/2 .. 1/4) costs less as
+    // exact products, the same correctly rounded float.
+    if (mpfr_integer_p(y.mpfr())) {
+        const long k = mpfr_get_si(y.mpfr(), MPFR_RNDN);
+        if (k >= 2 && k <= 4)
+            return SmallPower(x, static_cast<int>(k));
+    }
     static talvo::mp::BallArena arena;
     arena.reset();
     const mpfr_prec_t prec = talvo_float_precision();

@@ -76,7 +76,8 @@ TalvoFloat TanFromBall(const TalvoFloat &x);
 // ln(x) the same way (MPFR's log, correctly rounded): at a few dozen digits
 // Arb's logarithm costs a fraction of MPFR's.
 TalvoFloat Log(const TalvoFloat &x);
-// x^y the same way (MPFR's pow), for x > 0.
+// x^y the same way (MPFR's pow), for x > 0; a whole y of 2 to 4 through
+// SmallPower.
 TalvoFloat PowFromBall(const TalvoFloat &x, const TalvoFloat &y);
 // The host's tangent, arctangent and Pi at the current precision.
 TalvoFloat Tan(const TalvoFloat &x);

@@ -66,20 +66,17 @@ void RaiseGammaRefusal(TKernelVector kv, GammaRefusal why, const TalvoFloat &a)
                          STATS_DoubleToTalvoFloat_MP(kv, a));
 }
 
-// The two tests of a trial judged in double precision: 1 (true) or 0
-// (false) where the sides differ by more than a bound on the error of both
-// this computation and the floats' (each float operation rounds at 2^-prec,
-// each double one at 2^-53; the sides' magnitudes bound what the roundings
-// can move), with a factor 8 of room; -1 where the doubles cannot tell.
+// The two tests of a trial judged in doubles (stats::DecideInDoubles): each
+// side's magnitude bounds what the roundings of either computation can move
+// it by, with a factor 8 of room.
 struct TrialInDoubles {
-    double e; // the larger unit roundoff of the two computations
+    double e; // stats::Roundoff()
 
     // u < 1 - 0.0331 x^4
     int Squeeze(double u, double x) const
     {
         const double x4 = (x * x) * (x * x), q = 1 - 0.0331 * x4;
-        const double bound = 8 * 8 * e * (1 + 0.0331 * x4);
-        return Decide(q - u, bound);
+        return stats::DecideInDoubles(q - u, 8 * 8 * e * (1 + 0.0331 * x4));
     }
     // ln u < x^2 / 2 + d (1 - v + ln v)
     int Full(double u, double x, double d, double v) const
@@ -90,17 +87,7 @@ struct TrialInDoubles {
         const double r = 0.5 * x * x + d * (1 - v + lv);
         const double bound = 8 * 8 * e * (std::fabs(lu) + 0.5 * x * x + std::fabs(d) * (1 + v + std::fabs(lv)) +
                                           std::fabs(r));
-        return Decide(r - lu, bound);
-    }
-    static int Decide(double margin, double bound)
-    {
-        if (!std::isfinite(margin) || !std::isfinite(bound))
-            return -1;
-        if (margin > bound)
-            return 1;
-        if (margin < -bound)
-            return 0;
-        return -1;
+        return stats::DecideInDoubles(r - lu, bound);
     }
 };
 
@@ -111,7 +98,7 @@ struct TrialInDoubles {
 TalvoFloat MarsagliaTsang(TKernelVector kv, const TalvoFloat &scale, const TalvoFloat &d, const TalvoFloat &c)
 {
     const TalvoFloat zero(0.0), one(1.0), sigma(1.0);
-    const TrialInDoubles doubles{std::max(std::ldexp(1.0, -static_cast<int>(talvo_float_precision())), 0x1p-53)};
+    const TrialInDoubles doubles{stats::Roundoff()};
     const double dd = d.to_double();
     for (;;) {
         TalvoFloat x, v;
@@ -171,12 +158,9 @@ TalvoFloat STATS_GammaRandomVariateMain_MP(TKernelVector kv, TalvoFloat scale, T
                                                                  : STATS_ExponentialRandomVariate_MP(kv, scale);
     for (auto shape = chain.rbegin(); shape != chain.rend(); ++shape) {
         TalvoFloat u = STATS_TalvoRandomStream_MP::NextDouble();
-        // u^(1/a) from a ball first, or from exact products when 1/a is 2,
-        // 3 or 4 (shape 1/2 for one degree of freedom): the float library's
-        // pow, correctly rounded, so the same float.
-        const TalvoFloat e = one / *shape;
-        const long k = mpfr_integer_p(e.mpfr()) ? mpfr_get_si(e.mpfr(), MPFR_RNDN) : 0;
-        x = x * (k >= 2 && k <= 4 ? stats::SmallPower(u, static_cast<int>(k)) : stats::PowFromBall(u, e));
+        // u^(1/a) from a ball first (by exact products when 1/a is 2, 3 or
+        // 4): the float library's pow, correctly rounded, so the same float.
+        x = x * stats::PowFromBall(u, one / *shape);
     }
     return x;
 }
