@@ -397,14 +397,19 @@ void TalvoMP_e04fcf_(Integer *m_, Integer *n_, TalvoMP_e04fcf_lsqfun lsqfun, Tal
                 const TalvoFloat gz = sqrt(gz2);
                 if (!have_delta) {
                     have_delta = true;
-                    // The first bound: 100 |D x0| (More's default factor),
-                    // or 100 for a zero start.
+                    // The first bound: 10 |D x0|, or 10 for a zero start
+                    // (More's factor, which MINPACK-1 documents for the
+                    // range 0.1 to 100, at 10 rather than the 100 it
+                    // recommends: from BoxBOD's first NIST start a first
+                    // step 100 |D x0| long overshoots into the valley where
+                    // b2 grows without bound, and one ten times shorter does
+                    // not; the MGH problems take the same steps with either).
                     TalvoFloat dx = zero;
                     for (size_t j = 0; j < N; ++j) {
                         const TalvoFloat t = xk[j] * from_mpfr(scale[long(j)]);
                         dx += t * t;
                     }
-                    delta = TalvoFloat(100.0) * (dx > zero ? sqrt(dx) : one);
+                    delta = TalvoFloat(10.0) * (dx > zero ? sqrt(dx) : one);
                 }
                 lambda = gz <= TalvoFloat(1.1) * delta ? zero : lambda_for_length(delta, zero);
             }
