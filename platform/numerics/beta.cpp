@@ -112,6 +112,18 @@ Status beta_deviate(arb_ptr x, arb_ptr y, const fmpq *a, const fmpq *b, arb_srcp
         // 1 - guess underflowed: the asymptotic form for the upper side.
         start = NAN;
     }
+    if (!solve_y && !(start > 0)) {
+        // No double start: with a small shape a the root may lie below the
+        // range of doubles (F(x) = p near x^a / (a B(a, b))); its logarithm
+        // starts the search there instead of at 1/2, from where Newton steps
+        // on ln x move at most a factor e at a time through the region
+        // x b >> 1 (Q(x) falls like e^(-b x) there), each evaluation dearer
+        // than the last when b is large.
+        const double ln_p = p_upper ? std::log1p(-qd) : lpd;
+        const double ls = log_start_beta_small_shape(ad, bd, ln_p);
+        if (ls < -700.0)
+            f.log_start = ls;
+    }
     Arb u;
     Status s = invert(u, f, target_prob, start, target);
     if (s != Status::Ok)

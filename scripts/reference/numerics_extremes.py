@@ -105,6 +105,18 @@ def binomial_point(n, p, k):
                   + (n - k) * mp.log1p(-p))
 
 
+def f_deviate_small_df1(p, d1, d2):
+    """The F deviate where d1 is so small that the root z of the beta problem
+    I_z(d1/2, d2/2) = p lies far below every double: I_z(a, b) =
+    z^a (1 - z)^b / (a B(a, b)) 2F1(a + b, 1; a + 1; z), whose last two
+    factors are 1 to far beyond the working precision at such a z, so
+    z = (p a B(a, b))^(1/a) and the deviate is d2 z / (d1 (1 - z))."""
+    a, b = d1 / 2, d2 / 2
+    z = mp.exp((mp.log(p) + mp.log(a) + mp.log(mp.beta(a, b))) / a)
+    assert z * (a + b) < mpf(10) ** -(mp.dps + 10)
+    return d2 * z / (d1 * (1 - z))
+
+
 CASES = [
     # the normal: tails far out, within and beyond the float range
     ("g01eac_L", ["-1e7"], 0, lambda: mpf(0)),
@@ -144,6 +156,10 @@ CASES = [
     # beta
     ("g01eec", ["1e-300", "0.5", "3"], 0, lambda: beta_lower(R("1e-300"), R("0.5"), mpf(3))),
     ("g01eec", ["1e-300", "3", "0.5"], 0, lambda: flush(beta_lower(R("1e-300"), mpf(3), R("0.5")))),
+    # the F deviate with a tiny df1: a root near e^-500000, beside a huge df2 and a small one
+    ("g01fdc", ["0.609375", "2e-6", "9007199254740992"], 0,
+     lambda: f_deviate_small_df1(mpf("0.609375"), R("2e-6"), mpf(2) ** 53)),
+    ("g01fdc", ["0.609375", "2e-6", "100"], 0, lambda: f_deviate_small_df1(mpf("0.609375"), R("2e-6"), mpf(100))),
     # Poisson
     ("g01bkc", ["3", "max"], 0, lambda: mpf(1)),
     ("g01bkc", ["3", "max"], 1, lambda: mpf(0)),

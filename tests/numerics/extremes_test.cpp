@@ -368,6 +368,29 @@ TEST(NumericsExtremes, TinyShapesAnswerOrRefuseQuickly)
 // or refuses with a message, quickly; the F probability is mpmath's value,
 // and the F deviate whose 1 - x lies below every float (a search that once
 // ran for minutes, raising its precision each step) says so.
+// A tiny shape beside a huge one: the beta root of the F deviate lies far
+// below every double (near e^-500000 for df1 = 2e-6), and the search starts
+// from its logarithm.  From 1/2 instead it crossed the region where
+// Q(x) ~ e^(-b x) by factors of e, each evaluation dearer than the last
+// (b = 2^52): minutes under the sanitizers, found by the fuzzing campaign.
+// The value is mpmath's (scripts/reference/numerics_extremes.py, for the
+// 94-bit input); with df1 = 2.4e-120 the root lies beyond the float range,
+// a refusal that must come as quickly.
+TEST(NumericsExtremes, TinyShapeBesideAHugeOneAnswersOrRefusesQuickly)
+{
+    DigitsScope d(27);
+    Outcome v = RunCase("g01fdc", {"0.609375", "2e-6", "9007199254740992"});
+    ASSERT_EQ(v.code, NE_NOERROR) << v.message;
+    EXPECT_EQ(talvo_float_to_string(v.values[0].handle(), 27), "2.41191162690974363251004224e-215110");
+    EXPECT_LT(v.seconds, kSlowest / 10);
+    for (const char *df1 : {"2.4218693767380179e-120", "2e-300"}) {
+        Outcome q = RunCase("g01fdc", {"0.609375", df1, "9007199254740992"});
+        EXPECT_EQ(q.code, NE_ACCURACY) << df1 << ": " << q.message;
+        EXPECT_NE(q.message.find("edge of the float range"), std::string::npos) << q.message;
+        EXPECT_LT(q.seconds, kSlowest / 10) << df1;
+    }
+}
+
 TEST(NumericsExtremes, ShapesBelowTheDoubleRangeAnswerOrRefuseQuickly)
 {
     DigitsScope d(27);

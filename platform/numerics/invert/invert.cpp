@@ -84,7 +84,15 @@ Status invert(arb_ptr root, const Inversion &f, arb_srcptr p, double start, cons
         arf_pos_inf(H);
     if (std::isfinite(start) && start > f.lo && start < f.hi && start > 0)
         arf_set_d(x, start);
-    else if (std::isfinite(f.hi))
+    else if (std::isfinite(f.log_start) && f.lo <= 0 && f.log_start < std::log(f.hi)) {
+        // x = 2^k 2^r with k whole (an exponent beyond a machine integer is
+        // held as an fmpz) and r in [0, 1).
+        const double e = f.log_start / 0.69314718055994530942, k = std::floor(e);
+        Fmpz kz;
+        fmpz_set_d(kz, k);
+        arf_set_d(x, std::exp2(e - k));
+        arf_mul_2exp_fmpz(x, x, kz);
+    } else if (std::isfinite(f.hi))
         arf_set_d(x, f.hi / 2);
     else
         arf_one(x);

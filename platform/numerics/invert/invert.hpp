@@ -3,7 +3,8 @@
 // A deviate solves F(x) = p (or Q(x) = p for an upper-tail problem) for a
 // strictly monotone distribution function.  The engine
 //   1. takes a double-precision start (Boost.Math or an asymptotic formula,
-//      see start.hpp), or brackets the root when there is none;
+//      see start.hpp), or the logarithm of one below the range of doubles,
+//      or brackets the root when there is none;
 //   2. runs safeguarded Newton steps on ln F(x) - ln p (well behaved in the
 //      tails), at working precisions that double from 64 bits to the full
 //      precision, one step per precision once the start is good (the error
@@ -33,6 +34,9 @@ struct Inversion {
     // is bisected geometrically.
     double lo = -INFINITY;
     double hi = INFINITY;
+    // ln of a start below the range of doubles, for a domain starting at 0
+    // (NaN when none): taken when the double start is not usable.
+    double log_start = NAN;
 };
 
 // The root of cdf(x) = p, with p an exact ball in (0, 1) for which the root

@@ -77,6 +77,21 @@ double start_beta(double a, double b, double p, double log_p, bool upper)
     return 1.0 - y;
 }
 
+double log_start_beta_small_shape(double a, double b, double log_p)
+{
+    if (!(a > 0 && a < 1 && b > 0 && std::isfinite(b) && log_p < 0))
+        return NAN;
+    // ln(a B(a, b)) = ln Gamma(1 + a) + ln(Gamma(b) / Gamma(a + b)); the
+    // ratio from tgamma_delta_ratio, which keeps its digits for a small a
+    // beside a large b (there ln Gamma(b) - ln Gamma(a + b), about -a ln b, is
+    // the difference of two numbers near b ln b).
+    const double ratio = boost::math::tgamma_delta_ratio(b, a, Quiet());
+    if (!usable(ratio))
+        return NAN;
+    const double v = (log_p + std::lgamma(1.0 + a) + std::log(ratio)) / a;
+    return std::isfinite(v) ? v : NAN;
+}
+
 double start_normal_upper(double q)
 {
     if (!(q > kTiny && q < 0.5))

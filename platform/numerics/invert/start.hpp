@@ -14,6 +14,13 @@ namespace talvo::mp {
 double start_gamma(double a, double p, double log_p, bool upper);
 // Beta(a, b): x with I_x(a, b) = p (upper: 1 - I_x(a, b) = p).
 double start_beta(double a, double b, double p, double log_p, bool upper);
+// Beta(a, b) with a small shape a: ln x for the x with I_x(a, b) = p, from
+// I_x(a, b) ~ x^a / (a B(a, b)) as x -> 0, given ln p (the lower tail at
+// the root).  For a small a this root lies far below the range of doubles
+// (a = 1e-6 and p = 0.6 put it near e^-500000), where no double start
+// exists; the engine starts from its logarithm (Inversion::log_start).
+// NaN when a is not below 1 or a double cannot form the estimate.
+double log_start_beta_small_shape(double a, double b, double log_p);
 // Standard normal: z > 0 with P(Z >= z) = q, for q in (0, 1/2); NaN when a
 // double cannot hold q.
 double start_normal_upper(double q);
