@@ -69,6 +69,34 @@ Status beta_deviate(arb_ptr x, arb_ptr y, const fmpq *a, const fmpq *b, arb_srcp
     double lpd = arf_get_d(arb_midref(lp), ARF_RND_NEAR);
     double guess = p_upper ? start_beta(ad, bd, qd, lpd, true) : start_beta(ad, bd, pd, lpd, false);
     bool solve_y = std::isfinite(guess) && guess > 0.5;
+    double start = std::isfinite(guess) ? (solve_y ? 1.0 - guess : guess) : NAN;
+    // No double start (1 - guess underflowed, or no guess at all): with a
+    // shape below 1 the root may lie below the range of doubles in x (a
+    // small) or in y (b small), near u^al = pi al B(al, be) in the variable u
+    // with that shape; its logarithm starts the search there instead of at
+    // 1/2, from where Newton steps on ln u move at most a factor e at a time
+    // through the region u be >> 1 (the tail falls like e^(-be u) there),
+    // each evaluation dearer than the last when the other shape is large.
+    double log_start = NAN;
+    if (!(start > 0)) {
+        auto log_start_in = [&](bool y_side) {
+            // ln pi: the lower tail of u at the root, p for x and 1 - p for y.
+            const double ln_pi = y_side ? (p_upper ? lpd : std::log1p(-pd)) : (p_upper ? std::log1p(-qd) : lpd);
+            return y_side ? log_start_beta_small_shape(bd, ad, ln_pi) : log_start_beta_small_shape(ad, bd, ln_pi);
+        };
+        constexpr double kBelowDoubles = -700.0;
+        double here = log_start_in(solve_y);
+        if (!(here < kBelowDoubles)) {
+            const double there = log_start_in(!solve_y);
+            if (there < kBelowDoubles) {
+                solve_y = !solve_y;
+                here = there;
+            }
+        }
+        if (here < kBelowDoubles)
+            log_start = here;
+        start = NAN;
+    }
 
     // In the variable u (x or y) the problem is I_u(al, be) = pi, or its
     // complement when pi > 1/2.
@@ -107,23 +135,7 @@ Status beta_deviate(arb_ptr x, arb_ptr y, const fmpq *a, const fmpq *b, arb_srcp
         else
             beta_density(d, al, be, u, w, wp);
     };
-    double start = std::isfinite(guess) ? (solve_y ? 1.0 - guess : guess) : NAN;
-    if (solve_y && !(start > 0)) {
-        // 1 - guess underflowed: the asymptotic form for the upper side.
-        start = NAN;
-    }
-    if (!solve_y && !(start > 0)) {
-        // No double start: with a small shape a the root may lie below the
-        // range of doubles (F(x) = p near x^a / (a B(a, b))); its logarithm
-        // starts the search there instead of at 1/2, from where Newton steps
-        // on ln x move at most a factor e at a time through the region
-        // x b >> 1 (Q(x) falls like e^(-b x) there), each evaluation dearer
-        // than the last when b is large.
-        const double ln_p = p_upper ? std::log1p(-qd) : lpd;
-        const double ls = log_start_beta_small_shape(ad, bd, ln_p);
-        if (ls < -700.0)
-            f.log_start = ls;
-    }
+    f.log_start = log_start;
     Arb u;
     Status s = invert(u, f, target_prob, start, target);
     if (s != Status::Ok)

@@ -117,6 +117,22 @@ def f_deviate_small_df1(p, d1, d2):
     return d2 * z / (d1 * (1 - z))
 
 
+def beta_root_small_shape(pi, al, be):
+    """u with I_u(al, be) = pi where u lies far below every double: the same
+    limit form, u = (pi al B(al, be))^(1/al)."""
+    u = mp.exp((mp.log(pi) + mp.log(al) + mp.log(mp.beta(al, be))) / al)
+    assert u * (al + be) < mpf(10) ** -(mp.dps + 10)
+    return u
+
+
+def f_deviate_small_df2(p, d1, d2):
+    """The F deviate where d2 is tiny: the root lies near 1 in the beta
+    variable, y = 1 - x far below every double with P(Y <= y) = 1 - p for
+    Y ~ Beta(d2/2, d1/2), and the deviate is d2 (1 - y) / (d1 y)."""
+    y = beta_root_small_shape(1 - p, d2 / 2, d1 / 2)
+    return d2 * (1 - y) / (d1 * y)
+
+
 CASES = [
     # the normal: tails far out, within and beyond the float range
     ("g01eac_L", ["-1e7"], 0, lambda: mpf(0)),
@@ -160,6 +176,10 @@ CASES = [
     ("g01fdc", ["0.609375", "2e-6", "9007199254740992"], 0,
      lambda: f_deviate_small_df1(mpf("0.609375"), R("2e-6"), mpf(2) ** 53)),
     ("g01fdc", ["0.609375", "2e-6", "100"], 0, lambda: f_deviate_small_df1(mpf("0.609375"), R("2e-6"), mpf(100))),
+    ("g01fdc", ["0.609375", "9007199254740992", "2e-6"], 0,
+     lambda: f_deviate_small_df2(mpf("0.609375"), mpf(2) ** 53, R("2e-6"))),
+    # the beta deviate with two tiny shapes: the root near 0
+    ("g01fec", ["0.3", "2e-6", "2e-6"], 0, lambda: beta_root_small_shape(R("0.3"), R("2e-6"), R("2e-6"))),
     # Poisson
     ("g01bkc", ["3", "max"], 0, lambda: mpf(1)),
     ("g01bkc", ["3", "max"], 1, lambda: mpf(0)),

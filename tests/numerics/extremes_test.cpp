@@ -375,7 +375,8 @@ TEST(NumericsExtremes, TinyShapesAnswerOrRefuseQuickly)
 // (b = 2^52): minutes under the sanitizers, found by the fuzzing campaign.
 // The value is mpmath's (scripts/reference/numerics_extremes.py, for the
 // 94-bit input); with df1 = 2.4e-120 the root lies beyond the float range,
-// a refusal that must come as quickly.
+// a refusal that must come as quickly.  The same with the shapes exchanged,
+// the root then near 1.
 TEST(NumericsExtremes, TinyShapeBesideAHugeOneAnswersOrRefusesQuickly)
 {
     DigitsScope d(27);
@@ -383,11 +384,24 @@ TEST(NumericsExtremes, TinyShapeBesideAHugeOneAnswersOrRefusesQuickly)
     ASSERT_EQ(v.code, NE_NOERROR) << v.message;
     EXPECT_EQ(talvo_float_to_string(v.values[0].handle(), 27), "2.41191162690974363251004224e-215110");
     EXPECT_LT(v.seconds, kSlowest / 10);
-    for (const char *df1 : {"2.4218693767380179e-120", "2e-300"}) {
-        Outcome q = RunCase("g01fdc", {"0.609375", df1, "9007199254740992"});
-        EXPECT_EQ(q.code, NE_ACCURACY) << df1 << ": " << q.message;
-        EXPECT_NE(q.message.find("edge of the float range"), std::string::npos) << q.message;
-        EXPECT_LT(q.seconds, kSlowest / 10) << df1;
+    // The mirror image: a tiny df2 puts the root near 1 in the beta variable,
+    // where it is solved as y = 1 - x (mpmath's value for the 94-bit input).
+    Outcome m = RunCase("g01fdc", {"0.609375", "9007199254740992", "2e-6"});
+    ASSERT_EQ(m.code, NE_NOERROR) << m.message;
+    EXPECT_EQ(talvo_float_to_string(m.values[0].handle(), 27), "1.64434548623263401954851763e+408234");
+    EXPECT_LT(m.seconds, kSlowest / 10);
+    const std::vector<std::pair<std::string, std::vector<std::string>>> beyond = {
+        {"g01fdc", {"0.609375", "2.4218693767380179e-120", "9007199254740992"}},
+        {"g01fdc", {"0.609375", "2e-300", "9007199254740992"}},
+        {"g01fdc", {"0.609375", "9007199254740992", "2.4218693767380179e-120"}},
+        {"g01fec", {"0.609375", "4503599627370496", "2e-300"}},
+    };
+    for (const auto &[key, args] : beyond) {
+        const std::string where = key + "(" + Join(args) + ")";
+        Outcome q = RunCase(key, args);
+        EXPECT_EQ(q.code, NE_ACCURACY) << where << ": " << q.message;
+        EXPECT_NE(q.message.find("edge of the float range"), std::string::npos) << where << ": " << q.message;
+        EXPECT_LT(q.seconds, kSlowest / 10) << where;
     }
 }
 
