@@ -104,7 +104,6 @@ void start(bool package)
     g_verbose = std::getenv("TALVO_FUZZ_VERBOSE") != nullptr;
     g_null_fd = open("/dev/null", O_WRONLY);
     talvo::host_init();
-    talvo::set_memory_ceiling(kMemoryCeiling);
     const char *lib = std::getenv("TALVO_FUZZ_LIB");
     std::string path = lib != nullptr ? std::string(lib) : talvo::program_folder() + "/libstatsmp.so";
     try {
@@ -125,6 +124,12 @@ void start(bool package)
 
 void begin_input()
 {
+    // The ceiling holds while an input runs (run() lifts it again): the
+    // collector's heap also serves every operator new of the process, and
+    // libFuzzer's own bookkeeping between inputs (its corpus, the listing of
+    // its corpus folder) must not meet the host's ceiling, whose error it
+    // cannot catch.
+    talvo::set_memory_ceiling(kMemoryCeiling);
     restore_globals();
     talvo::set_digits(10);
     talvo::set_step_budget(0);
@@ -169,6 +174,7 @@ void run(std::string_view text)
             std::abort();
         }
     }
+    talvo::set_memory_ceiling(talvo::default_memory_ceiling());
 }
 
 bool verbose() { return g_verbose; }

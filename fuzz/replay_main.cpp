@@ -15,6 +15,8 @@
 //       from the corpus.  The run is determined by the seed; a failing input
 //       is written to fuzz-smoke-failure.bin in the working folder and
 //       printed on standard error before the program dies.
+#include "fuzz_host.hpp"
+
 #include <algorithm>
 #include <chrono>
 #include <csignal>
@@ -326,6 +328,20 @@ int main(int argc, char **argv)
             Bytes bytes = read_file(f);
             std::fprintf(stderr, "replay: %s\n", f.filename().c_str());
             LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
+        }
+        // Between inputs the program's own allocations (libFuzzer's
+        // bookkeeping, in a campaign) are not held to an input's memory
+        // ceiling: operator new serves them from the collector's heap too, and
+        // the host's error at the ceiling is nothing libFuzzer can catch.
+        try {
+            std::vector<char> block(2 * fuzz::kMemoryCeiling, 1);
+            if (block.back() != 1)
+                return 1;
+        } catch (...) {
+            std::fprintf(stderr, "replay: a block of %zu bytes was refused after the inputs: an input's memory "
+                                 "ceiling outlived it\n",
+                         2 * fuzz::kMemoryCeiling);
+            return 1;
         }
         std::printf("replay: %zu inputs run\n", files.size());
         return 0;
