@@ -96,6 +96,11 @@ void TalvoMP_e04fcf_(Integer *m_, Integer *n_, TalvoMP_e04fcf_lsqfun lsqfun, Tal
     const TalvoFloat stepmx = *stepmx_ > zero ? *stepmx_ : TalvoFloat(100000.0);
     const TalvoFloat h_forward = eps_pow(0.5), h_central = eps_pow(0.2);
     const TalvoFloat switch_step = eps_pow(0.25), forward_floor = eps_pow(0.45);
+    // The noise levels of the singular values (relative to the largest) of a
+    // forward and a central Jacobian, and the level at which a step or a
+    // gradient is at the noise of the values: constants of the solve, formed
+    // once (each is a power at the working precision).
+    const TalvoFloat noise_forward = forward_floor, noise_central = eps_pow(0.75), value_noise = eps_pow(0.4);
     TalvoFloat step_prev(0.0);
     bool first_step = true;
     const TalvoFloat two(2.0), three(3.0), ten(10.0);
@@ -308,7 +313,7 @@ void TalvoMP_e04fcf_(Integer *m_, Integer *n_, TalvoMP_e04fcf_lsqfun lsqfun, Tal
             return finish(4);
         // The grade: singular values above the noise of the differences.
         const TalvoFloat s1 = from_mpfr(S[0]);
-        const TalvoFloat noise = s1 * (central ? eps_pow(0.75) : eps_pow(0.45));
+        const TalvoFloat noise = s1 * (central ? noise_central : noise_forward);
         grade = 0;
         while (grade < n && from_mpfr(S[grade]) > noise)
             ++grade;
@@ -599,8 +604,8 @@ void TalvoMP_e04fcf_(Integer *m_, Integer *n_, TalvoMP_e04fcf_lsqfun lsqfun, Tal
                 gnorm += t * t;
             }
             gnorm = sqrt(gnorm);
-            const bool at_noise = norm2(gn_step()) <= eps_pow(0.4) * (one + norm2(xk)) ||
-                                  gnorm <= eps_pow(0.4) * s1 * sqrt(fk);
+            const bool at_noise = norm2(gn_step()) <= value_noise * (one + norm2(xk)) ||
+                                  gnorm <= value_noise * s1 * sqrt(fk);
             return finish(at_noise ? 0 : 3);
         }
         ++*niter;
