@@ -420,7 +420,9 @@ void validate(RTableSettings &s)
 
 // A new rtable of validated settings and bounds; pdata (rectangular storage
 // only) is adopted as the data block, otherwise a block of zeros is made.
-ALGEB make(const RTableSettings &s, const M_INT lo[2], const M_INT hi[2], void *pdata)
+// A new rtable.  `fill`: its block holds the zero element (false: the caller
+// writes every element of a rectangular block itself).
+ALGEB make(const RTableSettings &s, const M_INT lo[2], const M_INT hi[2], void *pdata, bool fill = true)
 {
     __int128 size[2], count = 1;
     for (int d = 0; d < 2; ++d) {
@@ -470,7 +472,7 @@ ALGEB make(const RTableSettings &s, const M_INT lo[2], const M_INT hi[2], void *
             size_t bytes = size_t(count) * es;
             o->data = holds_handles(s.data_type) ? gc_alloc(bytes) : gc_alloc_atomic(bytes);
             RTableData z = blank();
-            if (std::memcmp(&o->zero, &z, es) != 0) {
+            if (fill && std::memcmp(&o->zero, &z, es) != 0) {
                 auto *p = static_cast<unsigned char *>(o->data);
                 for (M_INT k = 0; k < o->count; ++k)
                     std::memcpy(p + size_t(k) * es, &o->zero, es);
@@ -649,19 +651,31 @@ ALGEB copy(const RTableSettings *s, ALGEB rt)
     // The copy has the shape of the source whatever the settings say.
     st.num_dimensions = src->settings.num_dimensions;
     validate(st);
-    ALGEB result = make(st, src->lo, src->hi, nullptr);
+    // A rectangular copy of a rectangular block in the same order takes the
+    // block as it is, every element written below.
+    const bool whole_block = src->settings.storage == RTABLE_RECT && st.storage == RTABLE_RECT &&
+                             src->settings.data_type == st.data_type &&
+                             (src->settings.data_type != RTABLE_DAG || st.element_type == anything_name() ||
+                              src->settings.element_type == st.element_type) &&
+                             (src->settings.order == st.order || dims(src) == 1);
+    ALGEB result = make(st, src->lo, src->hi, nullptr, !whole_block);
     RTableObject *dst = as_rtable(result);
 
     bool raw = raw_compatible(src, dst);
     auto convert = [&](RTableData r) { return raw ? r : encode(dst, decode(src, r)); };
 
-    if (src->settings.storage == RTABLE_RECT && dst->settings.storage == RTABLE_RECT && raw &&
-        (src->settings.order == dst->settings.order || dims(src) == 1)) {
+    if (whole_block) {
+        const size_t bytes = size_t(src->count) * esize(src);
+        std::memcpy(dst->data, src->data, bytes);
         if (holds_handles(src->settings.data_type)) {
-            for (M_INT k = 0; k < src->count; ++k)
-                write_raw(dst, k, read_raw(src, k)); // null handles become the zero
-        } else {
-            std::memcpy(dst->data, src->data, size_t(src->count) * esize(src));
+            // Null handles (elements never assigned) become the zero, as
+            // reading them gives it: the source's zero for host values, the
+            // integer 0 for either half of a complex one.
+            const ALGEB zero = src->settings.data_type == RTABLE_DAG ? src->zero.dag : make_immediate(0);
+            auto *h = static_cast<ALGEB *>(dst->data);
+            for (size_t k = 0, n = bytes / sizeof(ALGEB); k < n; ++k)
+                if (h[k] == nullptr)
+                    h[k] = zero;
         }
         return result;
     }

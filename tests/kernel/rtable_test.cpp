@@ -694,6 +694,46 @@ TEST(RTable, CopySameSettingsIsIndependent)
     EXPECT_EQ(ivalue(get2(b, 1, 4)), 14);
 }
 
+// A copy of host values takes the block as it is, except that a null handle
+// (an element of a foreign block never assigned) becomes the zero, as
+// reading it gives: for a host value the array's zero, for either half of a
+// complex value the integer 0.
+TEST(RTable, CopyOfHandlesMakesNullHandlesTheZero)
+{
+    std::vector<ALGEB> block(4, nullptr);
+    block[1] = I(7);
+    block[3] = F(2.5);
+    ALGEB a = new1(settings(RTABLE_DAG), 1, 4, block.data());
+    ALGEB b = rtable::copy(nullptr, a);
+    auto *h = static_cast<ALGEB *>(rtable::data_block(b));
+    EXPECT_NE(static_cast<void *>(h), static_cast<void *>(block.data()));
+    EXPECT_EQ(h[0], make_immediate(0));
+    EXPECT_EQ(h[1], block[1]);
+    EXPECT_EQ(h[2], make_immediate(0));
+    EXPECT_EQ(h[3], block[3]);
+
+    // With sfloat elements the zero is a float zero.
+    std::vector<ALGEB> floats(2, nullptr);
+    floats[1] = F(1.5);
+    ALGEB f = new1(settings(RTABLE_DAG, RTABLE_RECT, 1, RTABLE_FORTRAN, "sfloat"), 1, 2, floats.data());
+    ALGEB g = rtable::copy(nullptr, f);
+    auto *gh = static_cast<ALGEB *>(rtable::data_block(g));
+    ASSERT_TRUE(is_float(gh[0]));
+    EXPECT_EQ(fvalue(gh[0]), 0.0);
+    EXPECT_EQ(gh[1], floats[1]);
+
+    std::vector<ALGEB> pairs(4, nullptr); // (re, im) of two complex elements
+    pairs[1] = I(-3);
+    pairs[2] = I(4);
+    ALGEB c = new1(settings(RTABLE_CXDAG), 1, 2, pairs.data());
+    ALGEB d = rtable::copy(nullptr, c);
+    auto *ch = static_cast<ALGEB *>(rtable::data_block(d));
+    EXPECT_EQ(ch[0], make_immediate(0));
+    EXPECT_EQ(ch[1], pairs[1]);
+    EXPECT_EQ(ch[2], pairs[2]);
+    EXPECT_EQ(ch[3], make_immediate(0));
+}
+
 TEST(RTable, CopyConvertsDataType)
 {
     ALGEB a = new1(settings(RTABLE_INTEGER32), 1, 4);
