@@ -505,6 +505,42 @@ TEST(Failures, InvalidInput)
     EXPECT_EQ(k.ifail, 1);
 }
 
+// Residuals whose Jacobian is null: everywhere (a constant), or at the start
+// (x^2 at 0, where the forward differences see only h).  A null first step
+// leaves the step bound as it is (cut to it, the bound would be zero); the
+// solve ends at the start, the minimum, with its sum of squares, after the
+// trial steps that find nothing lower.
+bool g_flat_constant = false;
+void FlatLsqFun(Integer *, Integer *, Integer *, const TalvoFloat *x, TalvoFloat *fvec, Integer *, Integer *,
+                TalvoFloat *, Integer *)
+{
+    ++g_calls;
+    fvec[0] = g_flat_constant ? TalvoFloat(1.0) : x[0] * x[0];
+    fvec[1] = g_flat_constant ? TalvoFloat(2.0) : x[1] * x[1] + TalvoFloat(1.0);
+}
+
+TEST(Failures, NullJacobianEndsAtTheStart)
+{
+    DigitsScope d(30);
+    for (bool constant : {true, false}) {
+        g_flat_constant = constant;
+        g_calls = 0;
+        Integer m = 2, n = 2, iprint = 0, maxcal = 1000, ldfjac = 2, ldv = 2, niter, nf, liw = 1, lw = 1, ifail = -1;
+        Integer iw[1];
+        TalvoFloat w[1], eta(0.5), xtol(0.0), stepmx(0.0), fs;
+        Vec x = constant ? Vec{F(1), F(1)} : Vec{F(0L), F(0L)}, fv(2), fj(4), s(2), v(4);
+        TalvoMP_e04fcf_(&m, &n, FlatLsqFun, nullptr, &iprint, &maxcal, &eta, &xtol, &stepmx, x.data(), &fs,
+                        fv.data(), fj.data(), &ldfjac, s.data(), v.data(), &ldv, &niter, &nf, iw, &liw, w, &lw,
+                        &ifail);
+        EXPECT_EQ(ifail, 0) << constant;
+        EXPECT_EQ(fs, constant ? F(5) : F(1)) << constant;
+        EXPECT_EQ(x[0], constant ? F(1) : F(0L)) << constant;
+        EXPECT_EQ(x[1], constant ? F(1) : F(0L)) << constant;
+        EXPECT_LT(g_calls, 60) << constant << " niter " << niter << " nf " << nf;
+    }
+    g_flat_constant = false;
+}
+
 TEST(Failures, CallLimits)
 {
     DigitsScope d(30);

@@ -474,7 +474,7 @@ void TalvoMP_e04fcf_(Integer *m_, Integer *n_, TalvoMP_e04fcf_lsqfun lsqfun, Tal
                 bool solved = augmented_step(lam, q2);
                 for (int it = 0; solved && it < 100; ++it) {
                     const TalvoFloat pn2 = dot(pz, pz), pzn = sqrt(pn2);
-                    if (!(pzn > delta * TalvoFloat(1.1)) || q2 == zero)
+                    if (!(pzn > delta * TalvoFloat(1.1)) || q2 == zero || !(delta > zero))
                         break;
                     lam += (pzn - delta) / delta * pn2 / q2;
                     solved = augmented_step(lam, q2);
@@ -514,9 +514,11 @@ void TalvoMP_e04fcf_(Integer *m_, Integer *n_, TalvoMP_e04fcf_lsqfun lsqfun, Tal
                     pj *= bound / pn;
                 pn = bound;
             }
-            if (first_step) { // the first bound, cut to the first step
+            if (first_step) { // the first bound, cut to the first step (a null one cuts nothing)
                 first_step = false;
-                delta = fmin(delta, scaled_norm(p));
+                const TalvoFloat first = scaled_norm(p);
+                if (first > zero)
+                    delta = fmin(delta, first);
             }
             if (relative_size(p) <= e)
                 break; // x + p is x to the working precision
