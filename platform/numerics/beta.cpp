@@ -71,12 +71,13 @@ Status beta_deviate(arb_ptr x, arb_ptr y, const fmpq *a, const fmpq *b, arb_srcp
     bool solve_y = std::isfinite(guess) && guess > 0.5;
     double start = std::isfinite(guess) ? (solve_y ? 1.0 - guess : guess) : NAN;
     // No double start (1 - guess underflowed, or no guess at all): with a
-    // shape below 1 the root may lie below the range of doubles in x (a
-    // small) or in y (b small), near u^al = pi al B(al, be) in the variable u
-    // with that shape; its logarithm starts the search there instead of at
-    // 1/2, from where Newton steps on ln u move at most a factor e at a time
-    // through the region u be >> 1 (the tail falls like e^(-be u) there),
-    // each evaluation dearer than the last when the other shape is large.
+    // shape below 1 the root may lie far out in x (a small) or in y (b
+    // small), below the range of doubles too, near u^al = pi al B(al, be) in
+    // the variable u with that shape; its logarithm starts the search there
+    // instead of at 1/2, from where Newton steps on ln u move at most a
+    // factor e at a time through the region u be >> 1 (the tail falls like
+    // e^(-be u) there), each evaluation dearer than the last when the other
+    // shape is large.
     double log_start = NAN;
     if (!(start > 0)) {
         auto log_start_in = [&](bool y_side) {
@@ -84,16 +85,17 @@ Status beta_deviate(arb_ptr x, arb_ptr y, const fmpq *a, const fmpq *b, arb_srcp
             const double ln_pi = y_side ? (p_upper ? lpd : std::log1p(-pd)) : (p_upper ? std::log1p(-qd) : lpd);
             return y_side ? log_start_beta_small_shape(bd, ad, ln_pi) : log_start_beta_small_shape(ad, bd, ln_pi);
         };
-        constexpr double kBelowDoubles = -700.0;
+        // The limit form holds for a small root: below 1/4 (ln 1/4).
+        constexpr double kSmallRoot = -1.3862943611198906;
         double here = log_start_in(solve_y);
-        if (!(here < kBelowDoubles)) {
+        if (!(here < kSmallRoot)) {
             const double there = log_start_in(!solve_y);
-            if (there < kBelowDoubles) {
+            if (there < kSmallRoot) {
                 solve_y = !solve_y;
                 here = there;
             }
         }
-        if (here < kBelowDoubles)
+        if (here < kSmallRoot)
             log_start = here;
         start = NAN;
     }

@@ -380,6 +380,18 @@ TEST(NumericsExtremes, TinyShapesAnswerOrRefuseQuickly)
 TEST(NumericsExtremes, TinyShapeBesideAHugeOneAnswersOrRefusesQuickly)
 {
     DigitsScope d(27);
+    // Roots just inside the doubles, where the double inverse has no answer
+    // either: the limit form starts any root below 1/4.
+    for (const char *df1 : {"1.6e-3", "1.4e-3"}) {
+        Outcome o = RunCase("g01fdc", {"0.609375", df1, "9007199254740992"});
+        EXPECT_EQ(o.code, NE_NOERROR) << df1 << ": " << o.message;
+        EXPECT_LT(o.seconds, kSlowest / 10) << df1;
+        Outcome r = RunCase("g01fdc", {"0.390625", "9007199254740992", df1});
+        ASSERT_EQ(r.code, NE_NOERROR) << df1 << ": " << r.message;
+        // F(p; d1, d2) F(1 - p; d2, d1) = 1.
+        const TalvoFloat product = o.values[0] * r.values[0] - TalvoFloat(1.0);
+        EXPECT_TRUE(fabs(product) < TalvoFloat(1e-25)) << df1 << ": " << talvo_float_to_string(product.handle(), 5);
+    }
     Outcome v = RunCase("g01fdc", {"0.609375", "2e-6", "9007199254740992"});
     ASSERT_EQ(v.code, NE_NOERROR) << v.message;
     EXPECT_EQ(talvo_float_to_string(v.values[0].handle(), 27), "2.41191162690974363251004224e-215110");
@@ -401,6 +413,17 @@ TEST(NumericsExtremes, TinyShapeBesideAHugeOneAnswersOrRefusesQuickly)
         Outcome q = RunCase(key, args);
         EXPECT_EQ(q.code, NE_ACCURACY) << where << ": " << q.message;
         EXPECT_NE(q.message.find("edge of the float range"), std::string::npos) << where << ": " << q.message;
+        EXPECT_LT(q.seconds, kSlowest / 10) << where;
+    }
+    // A subnormal shape (ln x = ln p / a lies beyond the doubles; 50 s before,
+    // found by the seventh campaign): refused as quickly, by the series'
+    // cost limit at that shape or at the edge of the float range.
+    for (const std::vector<std::string> &args :
+         {std::vector<std::string>{"0.609375", "9.8842773106999784e-320", "9007199254740992"},
+          std::vector<std::string>{"0.609375", "9007199254740992", "9.8842773106999784e-320"}}) {
+        const std::string where = "g01fdc(" + Join(args) + ")";
+        Outcome q = RunCase("g01fdc", args);
+        EXPECT_TRUE(q.code == NE_ACCURACY || q.code == NE_TOO_COSTLY) << where << ": " << q.message;
         EXPECT_LT(q.seconds, kSlowest / 10) << where;
     }
 }

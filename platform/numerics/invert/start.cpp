@@ -89,6 +89,11 @@ double log_start_beta_small_shape(double a, double b, double log_p)
     if (!usable(ratio))
         return NAN;
     const double v = (log_p + std::lgamma(1.0 + a) + std::log(ratio)) / a;
+    // A quotient beyond the doubles (a subnormal a) puts the root beyond
+    // every float, as does any logarithm below about -7.4e8: a start far
+    // below the float range serves the same (the search ends there).
+    if (v == -INFINITY)
+        return -1e300;
     return std::isfinite(v) ? v : NAN;
 }
 
