@@ -67,10 +67,10 @@ Status beta_deviate(arb_ptr x, arb_ptr y, const fmpq *a, const fmpq *b, arb_srcp
     Arb lp;
     arb_log(lp, p_upper ? q : p, 64);
     double lpd = arf_get_d(arb_midref(lp), ARF_RND_NEAR);
-    double guess = p_upper ? start_beta(ad, bd, qd, lpd, true) : start_beta(ad, bd, pd, lpd, false);
-    bool solve_y = std::isfinite(guess) && guess > 0.5;
-    double start = std::isfinite(guess) ? (solve_y ? 1.0 - guess : guess) : NAN;
-    // No double start (1 - guess underflowed, or no guess at all): with a
+    const BetaStart guess = p_upper ? start_beta(ad, bd, qd, lpd, true) : start_beta(ad, bd, pd, lpd, false);
+    bool solve_y = std::isfinite(guess.u) && guess.y_side;
+    double start = std::isfinite(guess.u) ? guess.u : NAN;
+    // No double start (the root underflowed, or no guess at all): with a
     // shape below 1 the root may lie far out in x (a small) or in y (b
     // small), below the range of doubles too, near u^al = pi al B(al, be) in
     // the variable u with that shape; its logarithm starts the search there

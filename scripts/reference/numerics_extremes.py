@@ -133,6 +133,21 @@ def f_deviate_small_df2(p, d1, d2):
     return d2 * (1 - y) / (d1 * y)
 
 
+def beta_root_shape_two(p, n):
+    """x with I_x(n, 2) = p: 1 - X ~ Beta(2, n), whose distribution function
+    is P(Bin(n + 1, y) >= 2) = 1 - (1 - y)^(n + 1) - (n + 1) y (1 - y)^n,
+    solved for y at 1 - p; the deviate is 1 - y."""
+    target = 1 - p
+
+    def lower(t):  # in t = n y, where the root is near 1.4e-3
+        y = t / n
+        return -mp.expm1((n + 1) * mp.log1p(-y)) - (n + 1) * y * mp.exp(n * mp.log1p(-y)) - target
+
+    t = mp.findroot(lower, (mpf("1e-4"), mpf("1e-2")), solver="anderson")
+    assert abs(lower(t)) < mpf(10) ** -(mp.dps - 5)
+    return 1 - t / n
+
+
 CASES = [
     # the normal: tails far out, within and beyond the float range
     ("g01eac_L", ["-1e7"], 0, lambda: mpf(0)),
@@ -180,6 +195,8 @@ CASES = [
      lambda: f_deviate_small_df2(mpf("0.609375"), mpf(2) ** 53, R("2e-6"))),
     # the beta deviate with two tiny shapes: the root near 0
     ("g01fec", ["0.3", "2e-6", "2e-6"], 0, lambda: beta_root_small_shape(R("0.3"), R("2e-6"), R("2e-6"))),
+    # the beta deviate with one shape beyond the double inverses' range: the root near 1
+    ("g01fec", ["0.999999", "1e16", "2"], 0, lambda: beta_root_shape_two(R("0.999999"), mpf(10) ** 16)),
     # Poisson
     ("g01bkc", ["3", "max"], 0, lambda: mpf(1)),
     ("g01bkc", ["3", "max"], 1, lambda: mpf(0)),

@@ -428,6 +428,38 @@ TEST(NumericsExtremes, TinyShapeBesideAHugeOneAnswersOrRefusesQuickly)
     }
 }
 
+// Shapes outside the range where the double beta inverse is asked for a
+// start (its root bracketing never returned for some of them: both F degrees
+// of freedom near 1e306 and 1e262, found by the seventh fuzzing campaign,
+// a shape of 1370 beside 7.1e34, two shapes near 1e-160 and 1e-184).
+TEST(NumericsExtremes, ShapesBeyondTheDoubleInverseAnswerOrRefuseQuickly)
+{
+    DigitsScope d(27);
+    const std::vector<std::pair<std::string, std::vector<std::string>>> calls = {
+        {"g01fdc", {"0.609375", "2.4274337542102316e+306", "2.7926829651662548e+262"}},
+        {"g01fdc", {"0.609375", "2.7926829651662548e+262", "2.4274337542102316e+306"}},
+        {"g01fec", {"0.609375", "1370", "7.1e34"}},
+        {"g01fec", {"0.390625", "7.1e34", "1370"}},
+        {"g01fec", {"0.609375", "13700", "7.1e31"}},
+        {"g01fec", {"0.609375", "2.7138628564790962e-159", "1.2242367972190118e-184"}},
+        {"g01fec", {"7.4079153479657728e-182", "2.7138628564790962e-159", "1.2242367972190118e-184"}},
+    };
+    for (const auto &[key, args] : calls) {
+        const std::string where = key + "(" + Join(args) + ")";
+        Outcome o = RunCase(key, args);
+        EXPECT_TRUE(o.code == NE_NOERROR || o.code == NE_TOO_COSTLY || o.code == NE_ACCURACY)
+            << where << ": " << o.message;
+        EXPECT_LT(o.seconds, kSlowest / 10) << where;
+    }
+    // One shape beyond that range and the other small: the start from the
+    // gamma variable of the small shape answers at once (a 1.2 s walk and a
+    // too-costly refusal before); mpmath's value is a row of the table.
+    Outcome v = RunCase("g01fec", {"0.999999", "1e16", "2"});
+    ASSERT_EQ(v.code, NE_NOERROR) << v.message;
+    EXPECT_EQ(talvo_float_to_string(v.values[0].handle(), 27), "0.999999999999999999858511934");
+    EXPECT_LT(v.seconds, kSlowest / 30);
+}
+
 TEST(NumericsExtremes, ShapesBelowTheDoubleRangeAnswerOrRefuseQuickly)
 {
     DigitsScope d(27);

@@ -12,8 +12,15 @@ namespace talvo::mp {
 
 // Gamma(a, 1): x with P(a, x) = p (upper: Q(a, x) = p).
 double start_gamma(double a, double p, double log_p, bool upper);
-// Beta(a, b): x with I_x(a, b) = p (upper: 1 - I_x(a, b) = p).
-double start_beta(double a, double b, double p, double log_p, bool upper);
+// Beta(a, b): the x with I_x(a, b) = p (upper: 1 - I_x(a, b) = p), given
+// as u = x, or as u = y = 1 - x (y_side) when the root lies above 1/2, so
+// that a root near 1 keeps its digits.  u is NaN, 0 or an underflowed
+// value when no usable start exists.
+struct BetaStart {
+    double u;
+    bool y_side;
+};
+BetaStart start_beta(double a, double b, double p, double log_p, bool upper);
 // Beta(a, b) with a small shape a: ln x for the x with I_x(a, b) = p, from
 // I_x(a, b) ~ x^a / (a B(a, b)) as x -> 0, given ln p (the lower tail at
 // the root).  For a small a this root lies far below the range of doubles
