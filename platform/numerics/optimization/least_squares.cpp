@@ -97,10 +97,12 @@ void TalvoMP_e04fcf_(Integer *m_, Integer *n_, TalvoMP_e04fcf_lsqfun lsqfun, Tal
     const TalvoFloat h_forward = eps_pow(0.5), h_central = eps_pow(0.2);
     const TalvoFloat switch_step = eps_pow(0.25), forward_floor = eps_pow(0.45);
     // The noise levels of the singular values (relative to the largest) of a
-    // forward and a central Jacobian, and the level at which a step or a
-    // gradient is at the noise of the values: constants of the solve, formed
-    // once (each is a power at the working precision).
-    const TalvoFloat noise_forward = forward_floor, noise_central = eps_pow(0.75), value_noise = eps_pow(0.4);
+    // forward Jacobian (forward_floor: the relative noise forward differences
+    // leave, which also ends their use for short steps) and of a central one,
+    // and the level at which a step or a gradient is at the noise of the
+    // values: constants of the solve, formed once (each is a power at the
+    // working precision).
+    const TalvoFloat noise_central = eps_pow(0.75), value_noise = eps_pow(0.4);
     TalvoFloat step_prev(0.0);
     bool first_step = true;
     const TalvoFloat two(2.0), three(3.0), ten(10.0);
@@ -313,7 +315,7 @@ void TalvoMP_e04fcf_(Integer *m_, Integer *n_, TalvoMP_e04fcf_lsqfun lsqfun, Tal
             return finish(4);
         // The grade: singular values above the noise of the differences.
         const TalvoFloat s1 = from_mpfr(S[0]);
-        const TalvoFloat noise = s1 * (central ? noise_central : noise_forward);
+        const TalvoFloat noise = s1 * (central ? noise_central : forward_floor);
         grade = 0;
         while (grade < n && from_mpfr(S[grade]) > noise)
             ++grade;
@@ -439,20 +441,24 @@ void TalvoMP_e04fcf_(Integer *m_, Integer *n_, TalvoMP_e04fcf_lsqfun lsqfun, Tal
                 for (size_t a = 0; a < N; ++a)
                     for (Integer i = 0; i < grade; ++i)
                         gz[a] += from_mpfr(V(long(a), i)) * from_mpfr(S[i]) * ur[size_t(i)];
+                // V S^2 V' + D^-1 B D^-1, its lower triangle, formed once:
+                // only the diagonal changes with lambda.
+                Vec base(N * N, zero);
+                for (size_t a = 0; a < N; ++a)
+                    for (size_t b = 0; b <= a; ++b) {
+                        TalvoFloat t = B[a + b * N] / (sc[a] * sc[b]);
+                        for (Integer i = 0; i < grade; ++i) {
+                            const TalvoFloat si = from_mpfr(S[i]);
+                            t += from_mpfr(V(long(a), i)) * si * si * from_mpfr(V(long(b), i));
+                        }
+                        base[a + b * N] = t;
+                    }
                 // The step for one lambda; |L^-1 pz|^2 in q2.  False when the
                 // matrix is not positive definite.
                 auto augmented_step = [&](const TalvoFloat &lam, TalvoFloat &q2) {
                     for (size_t a = 0; a < N; ++a)
-                        for (size_t b = 0; b <= a; ++b) {
-                            TalvoFloat t = B[a + b * N] / (sc[a] * sc[b]);
-                            for (Integer i = 0; i < grade; ++i) {
-                                const TalvoFloat si = from_mpfr(S[i]);
-                                t += from_mpfr(V(long(a), i)) * si * si * from_mpfr(V(long(b), i));
-                            }
-                            if (a == b)
-                                t += lam;
-                            to_mpfr(H(long(a), long(b)), t);
-                        }
+                        for (size_t b = 0; b <= a; ++b)
+                            to_mpfr(H(long(a), long(b)), a == b ? base[a + b * N] + lam : base[a + b * N]);
                     if (la::cholesky(H) != 0)
                         return false;
                     la::Vector rhs(n, prec);
