@@ -206,6 +206,10 @@ CASES = [
     ("g01bkc", ["3", "1000"], 2, lambda: poisson(mpf(3), 1000, 2)),
     ("g01bkc", ["3", "1000"], 1, lambda: poisson(mpf(3), 1000, 1)),
     ("g01bkc", ["1e-300", "3"], 2, lambda: poisson(R("1e-300"), 3, 2)),
+    # a huge mean near the transition, where the series would need millions of terms
+    ("g01bkc", ["1e12", "1000001000000"], 0, lambda: poisson(mpf(10) ** 12, 10 ** 12 + 10 ** 6, 0)),
+    ("g01bkc", ["1e12", "999997000000"], 0, lambda: poisson(mpf(10) ** 12, 10 ** 12 - 3 * 10 ** 6, 0)),
+    ("g01ecc_U", ["2000002000000", "2e12"], 0, lambda: chi_upper(mpf(2000002000000), mpf(2) * 10 ** 12)),
     # binomial
     ("g01bjc", ["1000", "1e-300", "1000"], 2, lambda: binomial_point(mpf(1000), R("1e-300"), mpf(1000))),
     ("g01bjc", ["1000", "1e-300", "1"], 2, lambda: binomial_point(mpf(1000), R("1e-300"), mpf(1))),

@@ -460,6 +460,29 @@ TEST(NumericsExtremes, ShapesBeyondTheDoubleInverseAnswerOrRefuseQuickly)
     EXPECT_LT(v.seconds, kSlowest / 30);
 }
 
+// Huge shapes near the mean, where the incomplete gamma series would need
+// millions of terms (a Poisson deviate at mean 1e12 took 5 to 10 s, the
+// chi-square probability at 2e14 degrees of freedom was refused): the
+// quadrature answers, for shapes up to 1e15; the values at 1e12 are rows of
+// FarTailsAgreeWithMpmath.
+TEST(NumericsExtremes, HugeShapesNearTheMeanAnswerQuickly)
+{
+    for (int digits : {10, 50}) {
+        DigitsScope d(digits);
+        const std::vector<std::pair<std::string, std::vector<std::string>>> calls = {
+            {"g01ecc_L", {"2000000200000", "2e12"}}, {"g01ecc_U", {"200000020000000", "2e14"}},
+            {"g01ecc_L", {"2.00000006e15", "2e15"}}, {"g01bkc", {"1e14", "100000010000000"}},
+            {"g01fcc", {"0.3", "2e13"}},             {"g01fcc", {"0.999", "2e15"}},
+        };
+        for (const auto &[key, args] : calls) {
+            const std::string where = key + "(" + Join(args) + ") at " + std::to_string(digits);
+            Outcome o = RunCase(key, args);
+            EXPECT_EQ(o.code, NE_NOERROR) << where << ": " << o.message;
+            EXPECT_LT(o.seconds, kSlowest / 30) << where;
+        }
+    }
+}
+
 TEST(NumericsExtremes, ShapesBelowTheDoubleRangeAnswerOrRefuseQuickly)
 {
     DigitsScope d(27);
