@@ -19,11 +19,18 @@ namespace {
 
 bool g_started = false;
 
-void show_error(const HostError &e)
+// The same text as error_text, written in pieces: the error may be that the
+// heap is at its memory ceiling with no reserve left (a statement that
+// starts with the heap full of live values), where building one more string
+// would be refused while the first refusal is shown, and that exception
+// would leave the prompt.
+void show_error(const HostError &e) noexcept
 {
     std::fflush(stdout);
-    std::string line = error_text(e);
-    std::fprintf(stderr, "%s\n", line.c_str());
+    if (e.where.empty())
+        std::fprintf(stderr, "Error, %s\n", e.message.c_str());
+    else
+        std::fprintf(stderr, "Error, (in %s) %s\n", e.where.c_str(), e.message.c_str());
     std::fflush(stderr);
 }
 
@@ -53,7 +60,9 @@ std::string statement_display(ALGEB stmt, ALGEB value)
     return print(value);
 }
 
-bool run_text(std::string_view text, RunMode mode)
+namespace {
+
+bool run_statements(std::string_view text, RunMode mode)
 {
     bool ok = true;
     Parser parser(text);
@@ -65,6 +74,10 @@ bool run_text(std::string_view text, RunMode mode)
         } catch (HostError &e) {
             show_error(e);
             return false; // the rest of the text cannot be read reliably
+        } catch (const std::bad_alloc &) {
+            // refused again while a refusal's message was built: the heap is full
+            show_error(HostError{"out of memory", std::string()});
+            return false;
         }
         try {
             gc_statement_start();
@@ -90,6 +103,23 @@ bool run_text(std::string_view text, RunMode mode)
     }
     std::fflush(stdout);
     return ok;
+}
+
+} // namespace
+
+bool run_text(std::string_view text, RunMode mode)
+{
+    // What the statements' own handlers cannot catch: a refusal while the
+    // reader is set up, with the heap full.
+    try {
+        return run_statements(text, mode);
+    } catch (HostError &e) {
+        show_error(e);
+    } catch (const std::bad_alloc &) {
+        show_error(HostError{"out of memory", std::string()});
+    }
+    std::fflush(stdout);
+    return false;
 }
 
 std::string program_folder()

@@ -193,3 +193,45 @@ TEST(MemoryCeiling, ThePromptGoesOnAfterARefusal)
     EXPECT_EQ(print(run("memtestvalue;")), "7");
     run("unassign('memtestvalue');");
 }
+
+// A statement that starts with the heap full of live values (no room for the
+// reserve the refusal's message is built in): the refusal is shown, and
+// nothing escapes the prompt.  Showing it used to build one more string,
+// which was refused in turn, and that exception left run_text (the eighth
+// fuzzing campaign's abort).
+TEST(MemoryCeiling, ARefusalIsShownWhenTheHeapIsFullOfLiveValues)
+{
+    std::vector<void *> kept;
+    kept.reserve(size_t(1) << 20);
+    {
+        CeilingScope ceiling(size_t(64) << 20);
+        for (size_t size : {size_t(4096), size_t(256), size_t(16)}) {
+            try {
+                while (kept.size() < kept.capacity())
+                    kept.push_back(gc_alloc_atomic(size));
+            } catch (HostError &) {
+                // the ceiling: on to smaller objects
+            } catch (std::bad_alloc &) {
+                // refused while the refusal's message was built: the heap is full
+            }
+        }
+        ASSERT_LT(kept.size(), kept.capacity());
+        bool ok = true, escaped = false;
+        testing::internal::CaptureStderr();
+        try {
+            ok = run_text("memtestfull := [seq(i, i = 1..1000)];", RunMode::Prompt);
+        } catch (...) {
+            escaped = true;
+        }
+        std::fill(kept.begin(), kept.end(), nullptr);
+        kept.clear();
+        gc_collect();
+        const std::string shown = testing::internal::GetCapturedStderr();
+        EXPECT_FALSE(escaped);
+        EXPECT_FALSE(ok);
+        EXPECT_EQ(shown.rfind("Error, ", 0), 0u) << shown;
+        EXPECT_NE(shown.find("memory"), std::string::npos) << shown;
+    }
+    EXPECT_EQ(print(run("memtestfull := 3: memtestfull;")), "3");
+    run("unassign('memtestfull');");
+}
