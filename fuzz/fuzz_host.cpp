@@ -32,6 +32,10 @@ std::vector<SavedName> *g_saved = nullptr;
 std::unordered_set<ALGEB> *g_saved_set = nullptr;
 bool g_verbose = false;
 int g_null_fd = -1;
+// The host's own ceiling, restored when an input ends.  Read once at start:
+// reading it (the cgroup files) allocates, and at the end of an input the
+// heap may still be full of the input's values under the input's ceiling.
+size_t g_default_ceiling = 0;
 
 ALGEB refuse_files(ALGEB)
 {
@@ -103,6 +107,7 @@ void start(bool package)
     started = true;
     g_verbose = std::getenv("TALVO_FUZZ_VERBOSE") != nullptr;
     g_null_fd = open("/dev/null", O_WRONLY);
+    g_default_ceiling = talvo::default_memory_ceiling();
     talvo::host_init();
     const char *lib = std::getenv("TALVO_FUZZ_LIB");
     std::string path = lib != nullptr ? std::string(lib) : talvo::program_folder() + "/libstatsmp.so";
@@ -174,7 +179,7 @@ void run(std::string_view text)
             std::abort();
         }
     }
-    talvo::set_memory_ceiling(talvo::default_memory_ceiling());
+    talvo::set_memory_ceiling(g_default_ceiling);
 }
 
 bool verbose() { return g_verbose; }
