@@ -74,10 +74,6 @@ bool run_statements(std::string_view text, RunMode mode)
         } catch (HostError &e) {
             show_error(e);
             return false; // the rest of the text cannot be read reliably
-        } catch (const std::bad_alloc &) {
-            // refused again while a refusal's message was built: the heap is full
-            show_error(HostError{"out of memory", std::string()});
-            return false;
         }
         try {
             gc_statement_start();
@@ -110,7 +106,8 @@ bool run_statements(std::string_view text, RunMode mode)
 bool run_text(std::string_view text, RunMode mode)
 {
     // What the statements' own handlers cannot catch: a refusal while the
-    // reader is set up, with the heap full.
+    // reader is set up or reads, refused again while its message was built
+    // (the heap full).
     try {
         return run_statements(text, mode);
     } catch (HostError &e) {

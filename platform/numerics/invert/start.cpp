@@ -77,8 +77,9 @@ double start_gamma(double a, double p, double log_p, bool upper)
 BetaStart start_beta(double a, double b, double p, double log_p, bool upper)
 {
     // The root as x, or as y = 1 - x above 1/2, where a double keeps the
-    // digits of a root near 1.
+    // digits of a root near 1 (from x, or from y when y is what was formed).
     auto side = [](double x) { return x > 0.5 ? BetaStart{1.0 - x, true} : BetaStart{x, false}; };
+    auto side_of_y = [](double y) { return y > 0.5 ? BetaStart{1.0 - y, false} : BetaStart{y, true}; };
     const bool shapes_ok = shape_ok(a) && shape_ok(b);
     if (p > kTiny && beta_shapes_ok(a, b)) {
         try {
@@ -102,8 +103,7 @@ BetaStart start_beta(double a, double b, double p, double log_p, bool upper)
         } else {
             const double h = start_gamma(b, p, log_p, !upper);
             if (usable(h)) {
-                const double y = h / (a + h);
-                return y > 0.5 ? BetaStart{1.0 - y, false} : BetaStart{y, true};
+                return side_of_y(h / (a + h));
             }
         }
     }
@@ -112,8 +112,7 @@ BetaStart start_beta(double a, double b, double p, double log_p, bool upper)
         return side(std::exp((log_p + std::log(a) + log_beta(a, b)) / a));
     }
     // 1 - I_x(a, b) ~ y^b / (b B(a, b)) as y = 1 - x -> 0.
-    const double y = std::exp((log_p + std::log(b) + log_beta(a, b)) / b);
-    return y > 0.5 ? BetaStart{1.0 - y, false} : BetaStart{y, true};
+    return side_of_y(std::exp((log_p + std::log(b) + log_beta(a, b)) / b));
 }
 
 double log_start_beta_small_shape(double a, double b, double log_p)

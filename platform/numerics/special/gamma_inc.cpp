@@ -418,8 +418,6 @@ Status gamma_pq(arb_ptr P, arb_ptr Q, const fmpq *a, const GammaPoint &point, sl
     };
     if (plan.terms < 0)
         return quadrature(true);
-    if (plan.terms > kIntegralTerms && integral_pq(P, Q, a, point, ad, xd, wp, false))
-        return Status::Ok;
 
     Mag tail, low;
     Arb s, pre, comp;
