@@ -13,6 +13,7 @@
 // Like its host, the library runs on one thread: the precision, the bound
 // host and the allocation cache below are process-wide and unsynchronised.
 #include "talvo_float.hpp"
+#include "one_limb.hpp"
 
 #include <gc.h>
 #include <gc/gc_inline.h>
@@ -227,6 +228,36 @@ inline TalvoFloat wrap(ALGEB h) { return std::bit_cast<TalvoFloat>(h); }
 inline TalvoFloatObject *fresh() { return allocate(current_shape()); }
 
 inline mpfr_srcptr val(const TalvoFloat &x) { return &as_object(x.handle())->value; }
+
+// A new object at the current precision holding a result of the one-limb
+// fast path.
+inline TalvoFloat store(const Shape &s, const talvo::float1::Result &r)
+{
+    TalvoFloatObject *o = allocate(s);
+    if (r.zero) {
+        mpfr_custom_init_set(&o->value, MPFR_ZERO_KIND, 0, s.prec, o->limbs);
+    } else {
+        o->limbs[0] = r.limb;
+        mpfr_custom_init_set(&o->value, r.sign * MPFR_REGULAR_KIND, r.exp, s.prec, o->limbs);
+    }
+    return wrap(as_handle(o));
+}
+
+// Sum, difference and product at the current precision: inline for one-limb
+// operands and results below 64 bits (one_limb.hpp), MPFR otherwise.
+inline TalvoFloat add_or_sub(const TalvoFloat &a, const TalvoFloat &b, bool subtract)
+{
+    const Shape &s = current_shape();
+    talvo::float1::Result r;
+    if (s.prec < GMP_NUMB_BITS && talvo::float1::add(val(a), val(b), subtract, s.prec, r))
+        return store(s, r);
+    TalvoFloatObject *o = allocate(s);
+    if (subtract)
+        mpfr_sub(&o->value, val(a), val(b), MPFR_RNDN);
+    else
+        mpfr_add(&o->value, val(a), val(b), MPFR_RNDN);
+    return wrap(as_handle(o));
+}
 
 // A new object of exactly one limb holding a value that is exact at any
 // precision, kept alive for the life of the process.
@@ -490,23 +521,17 @@ TalvoFloat DAGtoFLOAT(ALGEB x) { return TalvoFloat(x); }
 // Arithmetic
 // ---------------------------------------------------------------------------
 
-TalvoFloat operator+(const TalvoFloat &a, const TalvoFloat &b)
-{
-    TalvoFloatObject *o = fresh();
-    mpfr_add(&o->value, val(a), val(b), MPFR_RNDN);
-    return wrap(as_handle(o));
-}
+TalvoFloat operator+(const TalvoFloat &a, const TalvoFloat &b) { return add_or_sub(a, b, false); }
 
-TalvoFloat operator-(const TalvoFloat &a, const TalvoFloat &b)
-{
-    TalvoFloatObject *o = fresh();
-    mpfr_sub(&o->value, val(a), val(b), MPFR_RNDN);
-    return wrap(as_handle(o));
-}
+TalvoFloat operator-(const TalvoFloat &a, const TalvoFloat &b) { return add_or_sub(a, b, true); }
 
 TalvoFloat operator*(const TalvoFloat &a, const TalvoFloat &b)
 {
-    TalvoFloatObject *o = fresh();
+    const Shape &s = current_shape();
+    talvo::float1::Result r;
+    if (s.prec < GMP_NUMB_BITS && talvo::float1::mul(val(a), val(b), s.prec, r))
+        return store(s, r);
+    TalvoFloatObject *o = allocate(s);
     mpfr_mul(&o->value, val(a), val(b), MPFR_RNDN);
     return wrap(as_handle(o));
 }
