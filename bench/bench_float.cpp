@@ -1,6 +1,7 @@
 // bench_float -- the cost of TalvoFloat arithmetic against MPFR used directly.
 //
-// Three ways to compute a = a op b at 15, 50 and 300 digits:
+// Three ways to compute a = a op b (op: add, multiply; exp: a = exp(b); a
+// double made a float: a = 0.1) at 15, 50 and 300 digits:
 //   Talvo        TalvoFloat: one new collected object per result;
 //   MpfrInPlace  mpfr_t allocated once, the result written over a;
 //   MpfrFresh    a new mpfr_t per result (init, operation, swap into a, clear),
@@ -19,7 +20,10 @@
 
 namespace {
 
-enum class Op { Add, Mul, Exp };
+enum class Op { Add, Mul, Exp, FromDouble };
+
+// The double converted by the FromDouble cases, read afresh each time.
+volatile double g_double = 0.1;
 
 struct DigitsScope {
     long saved;
@@ -46,6 +50,7 @@ void operands(Op op, mpfr_ptr a, mpfr_ptr b)
         mpfr_add_ui(b, b, 1, MPFR_RNDN);
         break;
     case Op::Exp:
+    case Op::FromDouble:
         mpfr_set_ui(b, 5, MPFR_RNDN);
         mpfr_div_ui(b, b, 7, MPFR_RNDN);
         break;
@@ -65,8 +70,10 @@ void Talvo(benchmark::State &state)
             a = a + b;
         else if constexpr (op == Op::Mul)
             a = a * b;
-        else
+        else if constexpr (op == Op::Exp)
             a = exp(b);
+        else
+            a = TalvoFloat(g_double);
         benchmark::DoNotOptimize(a);
     }
     benchmark::DoNotOptimize(a.to_double());
@@ -86,8 +93,10 @@ void MpfrInPlace(benchmark::State &state)
             mpfr_add(a, a, b, MPFR_RNDN);
         else if constexpr (op == Op::Mul)
             mpfr_mul(a, a, b, MPFR_RNDN);
-        else
+        else if constexpr (op == Op::Exp)
             mpfr_exp(a, b, MPFR_RNDN);
+        else
+            mpfr_set_d(a, g_double, MPFR_RNDN);
         benchmark::ClobberMemory();
     }
     benchmark::DoNotOptimize(mpfr_get_d(a, MPFR_RNDN));
@@ -111,8 +120,10 @@ void MpfrFresh(benchmark::State &state)
             mpfr_add(t, a, b, MPFR_RNDN);
         else if constexpr (op == Op::Mul)
             mpfr_mul(t, a, b, MPFR_RNDN);
-        else
+        else if constexpr (op == Op::Exp)
             mpfr_exp(t, b, MPFR_RNDN);
+        else
+            mpfr_set_d(t, g_double, MPFR_RNDN);
         mpfr_swap(a, t);
         mpfr_clear(t);
         benchmark::ClobberMemory();
@@ -142,6 +153,9 @@ BENCHMARK(MpfrFresh<Op::Mul>)->Apply(digit_args);
 BENCHMARK(Talvo<Op::Exp>)->Apply(digit_args);
 BENCHMARK(MpfrInPlace<Op::Exp>)->Apply(digit_args);
 BENCHMARK(MpfrFresh<Op::Exp>)->Apply(digit_args);
+BENCHMARK(Talvo<Op::FromDouble>)->Apply(digit_args);
+BENCHMARK(MpfrInPlace<Op::FromDouble>)->Apply(digit_args);
+BENCHMARK(MpfrFresh<Op::FromDouble>)->Apply(digit_args);
 
 } // namespace
 

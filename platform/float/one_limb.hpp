@@ -1,6 +1,7 @@
 // one_limb.hpp -- correctly rounded sum, difference and product of floats
 // whose significands fit in one 64-bit limb, for results of at most 63 bits
-// (Digits up to 17), computed inline.
+// (Digits up to 17), and the rounding of a double to such a float, computed
+// inline.
 //
 // At those precisions MPFR's own addition spends most of its time outside
 // the arithmetic: the call through the shared library's table, the lookups
@@ -26,6 +27,7 @@
 
 #include <mpfr.h>
 
+#include <bit>
 #include <cstdint>
 #include <utility>
 
@@ -33,7 +35,8 @@ static_assert(GMP_NUMB_BITS == 64, "the one-limb fast path assumes 64-bit limbs"
 
 namespace talvo::float1 {
 
-// A regular result: significand limb, exponent, sign (+1 or -1); or zero.
+// A regular result: significand limb, exponent, sign (+1 or -1); or a zero
+// of that sign.
 struct Result {
     uint64_t limb;
     mpfr_exp_t exp;
@@ -122,6 +125,25 @@ inline bool covered(mpfr_srcptr x) { return mpfr_regular_p(x) && x->_mpfr_prec <
     const int lz = shi != 0 ? __builtin_clzll(shi) : 64 + __builtin_clzll(uint64_t(S));
     S <<= lz;
     return round_to(S, sticky, ea - lz, sa, p, r);
+}
+
+// The double x rounded to p < 64 bits; zeros keep their sign.  Subnormal
+// doubles, infinities and NaN are left to MPFR.
+[[gnu::always_inline]] inline bool from_double(double x, mpfr_prec_t p, Result &r)
+{
+    const uint64_t bits = std::bit_cast<uint64_t>(x);
+    const int sign = (bits >> 63) != 0 ? -1 : 1;
+    const int biased = int((bits >> 52) & 0x7ff);
+    const uint64_t fraction = bits & ((uint64_t(1) << 52) - 1);
+    if (biased == 0 && fraction == 0) {
+        r = Result{0, 0, sign, true};
+        return true;
+    }
+    if (biased == 0 || biased == 0x7ff)
+        return false;
+    // x = 1.f 2^(biased - 1023) = 0.1f 2^(biased - 1022).
+    const uint64_t limb = (fraction | (uint64_t(1) << 52)) << 11;
+    return round_to(u128(limb) << 64, false, mpfr_exp_t(biased) - 1022, sign, p, r);
 }
 
 // a b rounded to p < 64 bits.

@@ -235,7 +235,7 @@ inline TalvoFloat store(const Shape &s, const talvo::float1::Result &r)
 {
     TalvoFloatObject *o = allocate(s);
     if (r.zero) {
-        mpfr_custom_init_set(&o->value, MPFR_ZERO_KIND, 0, s.prec, o->limbs);
+        mpfr_custom_init_set(&o->value, r.sign * MPFR_ZERO_KIND, 0, s.prec, o->limbs);
     } else {
         o->limbs[0] = r.limb;
         mpfr_custom_init_set(&o->value, r.sign * MPFR_REGULAR_KIND, r.exp, s.prec, o->limbs);
@@ -480,8 +480,26 @@ TalvoFloat::TalvoFloat() : h_(shared_zero()) {}
 
 TalvoFloat::TalvoFloat(double x)
 {
-    TalvoFloatObject *o = fresh();
-    mpfr_set_d(&o->value, x, MPFR_RNDN);
+    const Shape &s = current_shape();
+    talvo::float1::Result r;
+    if (s.prec < GMP_NUMB_BITS && talvo::float1::from_double(x, s.prec, r)) {
+        h_ = store(s, r).handle();
+        return;
+    }
+    TalvoFloatObject *o = allocate(s);
+    const uint64_t bits = std::bit_cast<uint64_t>(x);
+    const uint64_t biased = (bits >> 52) & 0x7ff;
+    if (s.prec >= 53 && biased != 0 && biased != 0x7ff) {
+        // A normal double is exact at 53 bits or more: its significand in
+        // the top limb, zeros below.
+        const size_t n = size_t((s.prec + GMP_NUMB_BITS - 1) / GMP_NUMB_BITS);
+        std::memset(o->limbs, 0, (n - 1) * sizeof(mp_limb_t));
+        o->limbs[n - 1] = ((bits & ((uint64_t(1) << 52) - 1)) | (uint64_t(1) << 52)) << 11;
+        mpfr_custom_init_set(&o->value, (bits >> 63) != 0 ? -MPFR_REGULAR_KIND : MPFR_REGULAR_KIND,
+                             mpfr_exp_t(biased) - 1022, s.prec, o->limbs);
+    } else {
+        mpfr_set_d(&o->value, x, MPFR_RNDN);
+    }
     h_ = as_handle(o);
 }
 

@@ -11,7 +11,11 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
+#include <limits>
 #include <random>
+#include <vector>
+#include <cmath>
 
 namespace {
 
@@ -176,6 +180,72 @@ TEST(FloatOneLimb, DeclinesWhatMpfrMustHandle)
     EXPECT_FALSE(talvo::float1::mul(big.v, two.v, 53, r));           // exponent edge + 1
     EXPECT_FALSE(talvo::float1::add(big.v, big.v, false, 53, r));    // carry to edge + 1
     EXPECT_FALSE(talvo::float1::mul(small.v, Operand(1, 0, 0, 1).v, 53, r));
+}
+
+TEST(FloatOneLimb, DoublesRoundAsMpfrSetDDoes)
+{
+    std::mt19937_64 rng(5);
+    long answered = 0, total = 0;
+    auto check = [&](double x, mpfr_prec_t p) {
+        Result r{};
+        Ref want(p);
+        mpfr_set_d(want.v, x, MPFR_RNDN);
+        ++total;
+        if (!talvo::float1::from_double(x, p, r))
+            return;
+        ++answered;
+        if (r.zero) {
+            ASSERT_TRUE(mpfr_zero_p(want.v)) << x;
+            ASSERT_EQ(r.sign < 0, mpfr_signbit(want.v) != 0) << x;
+            return;
+        }
+        ASSERT_EQ(r.limb, want.v->_mpfr_d[0]) << x << " at " << p << " bits";
+        ASSERT_EQ(r.exp, mpfr_get_exp(want.v)) << x << " at " << p << " bits";
+        ASSERT_EQ(r.sign < 0, mpfr_signbit(want.v) != 0) << x;
+    };
+    for (int i = 0; i < 300000; ++i) {
+        // Every bit pattern is a double: random ones cover all exponents;
+        // short significands make exact ties at every precision.
+        uint64_t bits = rng();
+        if (i % 3 == 0)
+            bits &= ~((uint64_t(1) << (rng() % 52)) - 1);
+        const double x = std::bit_cast<double>(bits);
+        check(x, 1 + mpfr_prec_t(rng() % 63));
+        ASSERT_FALSE(::testing::Test::HasFailure());
+    }
+    for (double x : {0.0, -0.0, 1.0, -0.5, 0.1, 1e308, -1e-300, 0x1.fffffffffffffp+1023, 0x1p-1022})
+        for (mpfr_prec_t p = 1; p < 64; ++p)
+            check(x, p);
+    EXPECT_GT(answered, total * 9 / 10); // all but subnormals, infinities and NaN
+    Result r{};
+    for (double x : {std::numeric_limits<double>::denorm_min(), 0x1p-1030, std::numeric_limits<double>::infinity(),
+                     -std::numeric_limits<double>::infinity(), std::numeric_limits<double>::quiet_NaN()})
+        EXPECT_FALSE(talvo::float1::from_double(x, 53, r)) << x;
+}
+
+TEST(FloatFromDouble, RoundsAsMpfrSetDAtEveryPrecision)
+{
+    const double special[] = {0.0, -0.0, 0x1p-1074, -0x1p-1030, 1.0 / 3.0, -2.5, 1e300,
+                              std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity()};
+    std::mt19937_64 rng(9);
+    for (long digits : {1L, 2L, 3L, 5L, 8L, 10L, 13L, 15L, 16L, 17L, 18L, 19L, 20L, 30L, 50L, 100L, 300L}) {
+        DigitsScope d(digits);
+        const mpfr_prec_t p = talvo_float_precision_bits(digits);
+        Ref want(p);
+        std::vector<double> values(std::begin(special), std::end(special));
+        for (int i = 0; i < 2000; ++i)
+            values.push_back(std::bit_cast<double>(rng()));
+        for (double x : values) {
+            if (std::isnan(x))
+                continue;
+            const TalvoFloat f(x);
+            mpfr_set_d(want.v, x, MPFR_RNDN);
+            ASSERT_EQ(mpfr_get_prec(f.mpfr()), p);
+            ASSERT_TRUE(mpfr_equal_p(f.mpfr(), want.v)) << x << " at Digits " << digits;
+            ASSERT_EQ(mpfr_signbit(f.mpfr()), mpfr_signbit(want.v)) << x;
+        }
+        EXPECT_TRUE(mpfr_nan_p(TalvoFloat(std::numeric_limits<double>::quiet_NaN()).mpfr()));
+    }
 }
 
 TEST(FloatOneLimb, TalvoFloatArithmeticAtEveryOneLimbPrecision)
