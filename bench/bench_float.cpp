@@ -1,7 +1,7 @@
 // bench_float -- the cost of TalvoFloat arithmetic against MPFR used directly.
 //
 // Three ways to compute a = a op b (op: add, multiply; exp: a = exp(b); a
-// double made a float: a = 0.1) at 15, 50 and 300 digits:
+// double made a float: a = 0.1) at 15, 30, 50 and 300 digits:
 //   Talvo        TalvoFloat: one new collected object per result;
 //   MpfrInPlace  mpfr_t allocated once, the result written over a;
 //   MpfrFresh    a new mpfr_t per result (init, operation, swap into a, clear),
@@ -138,7 +138,7 @@ void MpfrFresh(benchmark::State &state)
 // other work only ever adds time), with the median beside it.
 void digit_args(benchmark::internal::Benchmark *b)
 {
-    b->ArgName("digits")->Arg(15)->Arg(50)->Arg(300);
+    b->ArgName("digits")->Arg(15)->Arg(30)->Arg(50)->Arg(300);
     b->Repetitions(5)->ReportAggregatesOnly(true)->ComputeStatistics("min", [](const std::vector<double> &v) {
         return *std::min_element(v.begin(), v.end());
     });
