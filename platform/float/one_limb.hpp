@@ -127,23 +127,42 @@ inline bool covered(mpfr_srcptr x) { return mpfr_regular_p(x) && x->_mpfr_prec <
     return round_to(S, sticky, ea - lz, sa, p, r);
 }
 
-// The double x rounded to p < 64 bits; zeros keep their sign.  Subnormal
-// doubles, infinities and NaN are left to MPFR.
-[[gnu::always_inline]] inline bool from_double(double x, mpfr_prec_t p, Result &r)
+// A double split into the significand limb, exponent and sign of its MPFR
+// form: x = limb 2^(exp - 64) with limb's top bit set.  Kind tells zeros
+// (limb 0) from normal doubles; subnormals, infinities and NaN are Other.
+struct DoubleParts {
+    enum Kind { Zero, Normal, Other } kind;
+    uint64_t limb;
+    mpfr_exp_t exp;
+    int sign;
+};
+
+[[gnu::always_inline]] inline DoubleParts split_double(double x)
 {
     const uint64_t bits = std::bit_cast<uint64_t>(x);
     const int sign = (bits >> 63) != 0 ? -1 : 1;
     const int biased = int((bits >> 52) & 0x7ff);
     const uint64_t fraction = bits & ((uint64_t(1) << 52) - 1);
-    if (biased == 0 && fraction == 0) {
-        r = Result{0, 0, sign, true};
+    if (biased == 0)
+        return {fraction == 0 ? DoubleParts::Zero : DoubleParts::Other, 0, 0, sign};
+    if (biased == 0x7ff)
+        return {DoubleParts::Other, 0, 0, sign};
+    // x = 1.f 2^(biased - 1023) = 0.1f 2^(biased - 1022).
+    return {DoubleParts::Normal, (fraction | (uint64_t(1) << 52)) << 11, mpfr_exp_t(biased) - 1022, sign};
+}
+
+// The double x rounded to p < 64 bits; zeros keep their sign.  Subnormal
+// doubles, infinities and NaN are left to MPFR.
+[[gnu::always_inline]] inline bool from_double(double x, mpfr_prec_t p, Result &r)
+{
+    const DoubleParts d = split_double(x);
+    if (d.kind == DoubleParts::Zero) {
+        r = Result{0, 0, d.sign, true};
         return true;
     }
-    if (biased == 0 || biased == 0x7ff)
+    if (d.kind == DoubleParts::Other)
         return false;
-    // x = 1.f 2^(biased - 1023) = 0.1f 2^(biased - 1022).
-    const uint64_t limb = (fraction | (uint64_t(1) << 52)) << 11;
-    return round_to(u128(limb) << 64, false, mpfr_exp_t(biased) - 1022, sign, p, r);
+    return round_to(u128(d.limb) << 64, false, d.exp, d.sign, p, r);
 }
 
 // a b rounded to p < 64 bits.

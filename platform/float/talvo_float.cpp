@@ -3,9 +3,12 @@
 //
 // Every operation allocates exactly one object at the current working
 // precision and lets MPFR compute straight into it (round to nearest), so a
-// sum costs one allocation and one mpfr_add.  The object size for the current
-// precision is computed once per change of "Digits" and kept with the
-// precision, which keeps the hot path to a few stores and two calls.
+// sum costs one allocation and one mpfr_add.  Below 64 bits (Digits up to
+// 17) the sum, difference and product of one-limb floats, and the rounding
+// of a double, are computed inline instead (one_limb.hpp), with MPFR's
+// results bit for bit.  The object size for the current precision is
+// computed once per change of "Digits" and kept with the precision, which
+// keeps the hot path to a few stores and two calls.
 //
 // An object is never copied by value: its MPFR struct points at its own limbs.
 // Only handles are copied.
@@ -487,16 +490,14 @@ TalvoFloat::TalvoFloat(double x)
         return;
     }
     TalvoFloatObject *o = allocate(s);
-    const uint64_t bits = std::bit_cast<uint64_t>(x);
-    const uint64_t biased = (bits >> 52) & 0x7ff;
-    if (s.prec >= 53 && biased != 0 && biased != 0x7ff) {
+    const talvo::float1::DoubleParts d = talvo::float1::split_double(x);
+    if (s.prec >= 53 && d.kind == talvo::float1::DoubleParts::Normal) {
         // A normal double is exact at 53 bits or more: its significand in
         // the top limb, zeros below.
         const size_t n = size_t((s.prec + GMP_NUMB_BITS - 1) / GMP_NUMB_BITS);
         std::memset(o->limbs, 0, (n - 1) * sizeof(mp_limb_t));
-        o->limbs[n - 1] = ((bits & ((uint64_t(1) << 52) - 1)) | (uint64_t(1) << 52)) << 11;
-        mpfr_custom_init_set(&o->value, (bits >> 63) != 0 ? -MPFR_REGULAR_KIND : MPFR_REGULAR_KIND,
-                             mpfr_exp_t(biased) - 1022, s.prec, o->limbs);
+        o->limbs[n - 1] = d.limb;
+        mpfr_custom_init_set(&o->value, d.sign * MPFR_REGULAR_KIND, d.exp, s.prec, o->limbs);
     } else {
         mpfr_set_d(&o->value, x, MPFR_RNDN);
     }
