@@ -87,7 +87,15 @@ Status beta_deviate(arb_ptr x, arb_ptr y, const fmpq *a, const fmpq *b, arb_srcp
         };
         // The limit form holds for a small root: below 1/4 (ln 1/4).
         constexpr double kSmallRoot = -1.3862943611198906;
+        constexpr double kBeyondFloatRange = -1e12;
         double here = log_start_in(solve_y);
+        if (!solve_y && ad == 0) {
+            // A shape a below the doubles (its rational underflowed to 0):
+            // the root in x, near pi^(1/a), lies below pi^(2^1074).
+            here = std::ldexp(p_upper ? std::log1p(-qd) : lpd, 1074);
+            if (!(here < kBeyondFloatRange))
+                here = NAN;
+        }
         if (!(here < kSmallRoot)) {
             const double there = log_start_in(!solve_y);
             if (there < kSmallRoot) {
@@ -95,6 +103,13 @@ Status beta_deviate(arb_ptr x, arb_ptr y, const fmpq *a, const fmpq *b, arb_srcp
                 here = there;
             }
         }
+        // A root in x whose logarithm lies far beyond that of the smallest
+        // float (ln 2^emin, about -7.4e8; a shape near 1e-308 or below puts
+        // it near -1e308 or further) has no float to stand for it: say so
+        // at once rather than search for it from 1/2, where each evaluation
+        // at such a shape is very dear.
+        if (!solve_y && here < kBeyondFloatRange)
+            return Status::Unresolved;
         if (here < kSmallRoot)
             log_start = here;
         start = NAN;

@@ -460,6 +460,34 @@ TEST(NumericsExtremes, ShapesBeyondTheDoubleInverseAnswerOrRefuseQuickly)
     EXPECT_LT(v.seconds, kSlowest / 30);
 }
 
+// Roots whose logarithm lies far beyond the float range, from a shape near or
+// below the smallest double: the F deviate at df1 = 5.5e-309 stopped the
+// process (the logarithm of its start, -1.8e308, overflowed to -inf in base
+// 2 and reached the integer conversion of the exponent, which raised a
+// floating-point exception), and at df1 = 4.9e-324 (half of it below the
+// doubles) it searched for 26 s before a too-costly refusal.  Both are now
+// refused at once as lying beyond the float range.
+TEST(NumericsExtremes, RootsFarBeyondTheFloatRangeAreRefusedAtOnce)
+{
+    for (int digits : {10, 27, 50}) {
+        DigitsScope d(digits);
+        const std::vector<std::pair<std::string, std::vector<std::string>>> calls = {
+            {"g01fdc", {"0.609375", "5.5137726443893543e-309", "21"}},
+            {"g01fdc", {"0.609375", "4.9406564584124654e-324", "1e10"}},
+            {"g01fdc", {"0.609375", "2.2e-308", "0.5"}},
+            {"g01fec", {"0.609375", "2.7568863221946772e-309", "10.5"}},
+            {"g01fec", {"0.1", "4.9406564584124654e-324", "5e9"}},
+        };
+        for (const auto &[key, args] : calls) {
+            const std::string where = key + "(" + Join(args) + ") at " + std::to_string(digits);
+            Outcome o = RunCase(key, args);
+            EXPECT_EQ(o.code, NE_ACCURACY) << where << ": " << o.message;
+            EXPECT_NE(o.message.find("edge of the float range"), std::string::npos) << where << ": " << o.message;
+            EXPECT_LT(o.seconds, kSlowest / 30) << where;
+        }
+    }
+}
+
 // Huge shapes near the mean, where the incomplete gamma series would need
 // millions of terms (a Poisson deviate at mean 1e12 took 5 to 10 s, the
 // chi-square probability at 2e14 degrees of freedom was refused): the

@@ -87,10 +87,26 @@ Status invert(arb_ptr root, const Inversion &f, arb_srcptr p, double start, cons
     else if (std::isfinite(f.log_start) && f.lo <= 0 && f.log_start < std::log(f.hi)) {
         // x = 2^k 2^r with k whole (an exponent beyond a machine integer is
         // held as an fmpz) and r in [0, 1).
-        const double e = f.log_start / 0.69314718055994530942, k = std::floor(e);
+        const double e = f.log_start / 0.69314718055994530942;
         Fmpz kz;
-        fmpz_set_d(kz, k);
-        arf_set_d(x, std::exp2(e - k));
+        double r;
+        if (std::isfinite(e)) {
+            const double k = std::floor(e);
+            fmpz_set_d(kz, k);
+            r = e - k;
+        } else {
+            // ln x beyond 1.2e308 (a shape of about 1e-308): log2 x has
+            // outgrown the doubles.  Its whole part has up to 1025 bits, so
+            // ln 2 is taken to 1100 bits for the division.
+            Arb t, ln2;
+            arb_const_log2(ln2, 1100);
+            arb_set_d(t, f.log_start);
+            arb_div(t, t, ln2, 1100);
+            arf_get_fmpz(kz, arb_midref(t), ARF_RND_FLOOR);
+            arb_sub_fmpz(t, t, kz, 1100);
+            r = std::clamp(arf_get_d(arb_midref(t), ARF_RND_NEAR), 0.0, 1.0);
+        }
+        arf_set_d(x, std::exp2(r));
         arf_mul_2exp_fmpz(x, x, kz);
     } else if (std::isfinite(f.hi))
         arf_set_d(x, f.hi / 2);
