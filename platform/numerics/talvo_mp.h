@@ -111,6 +111,17 @@ TALVO_MP_API int TalvoMP_set_fast_paths(int on);
 // How many calls a fast path has answered since the library was loaded.
 TALVO_MP_API long TalvoMP_fast_path_answers(void);
 
+// The incomplete gamma and beta functions and the non-central series keep the
+// ln Gamma values they computed at exact arguments and hand them back when
+// the same argument comes again at the same precision (a root search or a
+// sample repeats them); the value is the one computed, so results do not
+// change.  On by default; off, every value is computed afresh, as tests do to
+// compare the two.  Returns the previous setting.
+TALVO_MP_API int TalvoMP_set_lgamma_memo(int on);
+// How many of those values the table has handed back to the calling thread
+// since the library was loaded.
+TALVO_MP_API long TalvoMP_lgamma_memo_hits(void);
+
 // Standard normal: tail probability at x (any tail), deviate for p in (0, 1).
 TALVO_MP_API TalvoFloat TalvoMP_g01eac(Nag_TailProbability tail, TalvoFloat x, NagError *fail);
 TALVO_MP_API TalvoFloat TalvoMP_g01fac(Nag_TailProbability tail, TalvoFloat p, NagError *fail);

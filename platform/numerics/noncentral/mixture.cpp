@@ -2,6 +2,7 @@
 #include "mixture.hpp"
 #include "../special/beta_inc.hpp"
 #include "../special/gamma_inc.hpp"
+#include "../special/lgamma_memo.hpp"
 #include "../special/series.hpp"
 
 #include <arb_hypgeom.h>
@@ -121,7 +122,7 @@ void weight_at(arb_ptr w, const MixtureComponent &c, slong j, slong wp)
     arb_mul(t, lz, js, p);
     arb_sub(t, t, c.z, p);
     arb_add_ui(js, js, 1, p);
-    arb_hypgeom_lgamma(js, js, p);
+    lgamma_memo(js, js, p);
     arb_sub(t, t, js, p);
     arb_exp(w, t, wp);
     if (c.sign < 0)

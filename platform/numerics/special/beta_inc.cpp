@@ -17,6 +17,7 @@
 // bits that cancel.
 #include "beta_inc.hpp"
 #include "series.hpp"
+#include "lgamma_memo.hpp"
 
 #include <arb_hypgeom.h>
 
@@ -144,15 +145,15 @@ void tail_bound(mag_ptr tail, mag_ptr sum_low, const fmpq *p, const fmpq *q, arb
     arb_log(lu, u, prec);
     // ln t_k = lgamma(p+q+k) - lgamma(p+q) - lgamma(p+1+k) + lgamma(p+1) + k ln u
     Arb g1, g2;
-    arb_hypgeom_lgamma(g1, pq, prec);
-    arb_hypgeom_lgamma(g2, p1, prec);
+    lgamma_memo(g1, pq, prec);
+    lgamma_memo(g2, p1, prec);
     arb_sub(lg0, g2, g1, prec);
     auto log_term_arb = [&](arb_ptr r, slong k) {
         Arb s1, s2;
         arb_add_ui(s1, pq, static_cast<ulong>(k), prec);
-        arb_hypgeom_lgamma(s1, s1, prec);
+        lgamma_memo(s1, s1, prec);
         arb_add_ui(s2, p1, static_cast<ulong>(k), prec);
-        arb_hypgeom_lgamma(s2, s2, prec);
+        lgamma_memo(s2, s2, prec);
         arb_sub(r, s1, s2, prec);
         arb_add(r, r, lg0, prec);
         arb_addmul_si(r, lu, k, prec);
@@ -205,9 +206,9 @@ void log_beta(arb_ptr r, const fmpq *a, const fmpq *b, slong wp)
     arb_set_fmpq(aa, a, wp);
     arb_set_fmpq(bb, b, wp);
     arb_add(ab, aa, bb, wp);
-    arb_hypgeom_lgamma(aa, aa, wp);
-    arb_hypgeom_lgamma(bb, bb, wp);
-    arb_hypgeom_lgamma(ab, ab, wp);
+    lgamma_memo(aa, aa, wp);
+    lgamma_memo(bb, bb, wp);
+    lgamma_memo(ab, ab, wp);
     arb_add(t, aa, bb, wp);
     arb_sub(r, t, ab, wp);
 }

@@ -36,6 +36,7 @@
 // moderate (integral_pq).
 #include "gamma_inc.hpp"
 #include "series.hpp"
+#include "lgamma_memo.hpp"
 
 #include <arb_hypgeom.h>
 
@@ -53,7 +54,7 @@ constexpr double kLn2 = 0.69314718055994530942;
 void lgamma_abs_arb(arb_ptr r, arb_srcptr s, slong prec)
 {
     if (arb_is_positive(s)) {
-        arb_hypgeom_lgamma(r, s, prec);
+        lgamma_memo(r, s, prec);
         return;
     }
     // Reflection: |Gamma(s)| = pi / (|sin(pi s)| Gamma(1 - s)).
@@ -63,7 +64,7 @@ void lgamma_abs_arb(arb_ptr r, arb_srcptr s, slong prec)
     arb_log(t, t, prec);
     arb_sub_ui(u, s, 1, prec);
     arb_neg(u, u);
-    arb_hypgeom_lgamma(u, u, prec);
+    lgamma_memo(u, u, prec);
     arb_add(t, t, u, prec);
     arb_const_pi(u, prec);
     arb_log(u, u, prec);
@@ -189,12 +190,12 @@ void lower_tail_bound(mag_ptr tail, mag_ptr sum_low, const fmpq *a, arb_srcptr x
     arb_set_fmpq(a1, a, prec);
     arb_add_ui(a1, a1, 1, prec);
     arb_log(lx, x, prec);
-    arb_hypgeom_lgamma(u, a1, prec);
+    lgamma_memo(u, a1, prec);
     // t_n = exp(n ln x - lgamma(a+1+n) + lgamma(a+1))
     auto log_term = [&](arb_ptr r, slong k) {
         Arb s;
         arb_add_ui(s, a1, static_cast<ulong>(k), prec);
-        arb_hypgeom_lgamma(s, s, prec);
+        lgamma_memo(s, s, prec);
         arb_sub(s, u, s, prec);
         arb_addmul_si(s, lx, k, prec);
         arb_set(r, s);
@@ -220,7 +221,7 @@ void upper_tail_bound(mag_ptr tail, const fmpq *a, arb_srcptr x, slong n)
     arb_set_fmpq(aa, a, prec);
     arb_set_fmpq(sa, s, prec);
     // |prod_{j=1}^N (a - j)| = |Gamma(a) / Gamma(a - N)|
-    arb_hypgeom_lgamma(t, aa, prec);
+    lgamma_memo(t, aa, prec);
     lgamma_abs_arb(u, sa, prec);
     arb_sub(t, t, u, prec);
     arb_log(lx, x, prec);
@@ -256,7 +257,7 @@ void gamma_term(arb_ptr r, const fmpq *a, arb_srcptr x, slong wp)
     arb_mul(t, t, aa, p);
     arb_sub(t, t, x, p);
     arb_add_ui(u, aa, 1, p);
-    arb_hypgeom_lgamma(u, u, p);
+    lgamma_memo(u, u, p);
     arb_sub(t, t, u, p);
     arb_exp(r, t, wp);
 }
