@@ -110,7 +110,7 @@ slong argmax_unimodal(slong lo, slong hi, F &&f)
 }
 
 // The weight w(j) = sign e^-z z^(j+s) / Gamma(j+s+1) as a ball.
-void weight_at(arb_ptr w, const MixtureComponent &c, slong j, slong wp)
+void weight_fresh(arb_ptr w, const MixtureComponent &c, slong j, slong wp)
 {
     double zd = d_of(c.z);
     double mag = zd * std::fabs(std::log(std::max(zd, 1e-300))) + zd + (j + 1) * std::log(j + 2.0) + 1;
@@ -127,6 +127,36 @@ void weight_at(arb_ptr w, const MixtureComponent &c, slong j, slong wp)
     arb_exp(w, t, wp);
     if (c.sign < 0)
         arb_neg(w, w);
+}
+
+// The same, with the last few weights kept per thread: the calls of a root
+// search or a sample share z and s, and their starting indices recur.  A
+// kept weight is the ball weight_fresh computed for the same z, s, sign, j
+// and precision, so nothing downstream changes.
+void weight_at(arb_ptr w, const MixtureComponent &c, slong j, slong wp)
+{
+    struct Entry {
+        Arb z, w;
+        Fmpq s;
+        int sign = 0; // 0: unused
+        slong j = 0, wp = 0;
+    };
+    thread_local Entry last[16];
+    thread_local unsigned next = 0;
+    for (const Entry &e : last)
+        if (e.sign == c.sign && e.j == j && e.wp == wp && arb_equal(e.z, c.z) && fmpq_equal(e.s, c.s)) {
+            arb_set(w, e.w);
+            return;
+        }
+    weight_fresh(w, c, j, wp);
+    Entry &e = last[next++ % 16];
+    e.sign = 0;
+    arb_set(e.z, c.z);
+    fmpq_set(e.s, c.s);
+    e.j = j;
+    e.wp = wp;
+    arb_set(e.w, w);
+    e.sign = c.sign;
 }
 
 // The ladder value G(j), directly.

@@ -27,8 +27,22 @@ double log_rising(double x, double k)
     return std::lgamma(x + k) - std::lgamma(x);
 }
 
+// A call plans each rung from the same point and shapes several times over
+// (the index range, the rung's series, its first term), so the last few
+// conversions are kept per thread and handed back for an equal argument: the
+// value is the one computed, so nothing downstream changes.
 DoubleLog double_log(arb_srcptr x)
 {
+    struct Entry {
+        Arb x;
+        DoubleLog v{0, 0};
+        bool used = false;
+    };
+    thread_local Entry last[4];
+    thread_local unsigned next = 0;
+    for (const Entry &e : last)
+        if (e.used && arb_equal(e.x, x))
+            return e.v;
     Arb t;
     arb_log(t, x, 64);
     double l = arf_get_d(arb_midref(t), ARF_RND_NEAR);
@@ -37,14 +51,34 @@ DoubleLog double_log(arb_srcptr x)
         v = 1e-300;
     if (!(v <= 1e300))
         v = 1e300;
-    return DoubleLog{v, l};
+    Entry &e = last[next++ % 4];
+    e.used = false;
+    arb_set(e.x, x);
+    e.v = DoubleLog{v, l};
+    e.used = true;
+    return e.v;
 }
 
 double fmpq_to_double(const fmpq *q)
 {
+    const fmpz num = *fmpq_numref(q), den = *fmpq_denref(q);
+    const bool small = !COEFF_IS_MPZ(num) && !COEFF_IS_MPZ(den);
+    struct Entry {
+        fmpz num = 0, den = 0; // den = 0: unused (a rational's denominator is at least 1)
+        double v = 0;
+    };
+    thread_local Entry last[8];
+    thread_local unsigned next = 0;
+    if (small)
+        for (const Entry &e : last)
+            if (e.den == den && e.num == num)
+                return e.v;
     Arb t;
     arb_set_fmpq(t, q, 64);
-    return arf_get_d(arb_midref(t), ARF_RND_NEAR);
+    const double v = arf_get_d(arb_midref(t), ARF_RND_NEAR);
+    if (small)
+        last[next++ % 8] = Entry{num, den, v};
+    return v;
 }
 
 void mag_of(mag_ptr m, arb_srcptr x) { arb_get_mag(m, x); }
