@@ -18,7 +18,11 @@
 //   the nearer of the two (near).
 //
 // Times are the process's CPU seconds (the best of three calls), so that
-// other work on the machine does not count.  Usage: bench_fft [digits...]
+// other work on the machine does not count.
+//
+// Usage: bench_fft [digits...] [--lengths=n1,n2,...] [--random=K]
+//   --lengths  time only these lengths (and not the 2^16 comparison);
+//   --random   add K lengths drawn from 2 .. 10^5 with a fixed seed.
 #include "talvo_mp.h"
 
 #include <acb_dft.h>
@@ -32,6 +36,7 @@
 #include <ctime>
 #include <functional>
 #include <map>
+#include <string>
 #include <vector>
 
 namespace {
@@ -154,17 +159,38 @@ std::vector<long> AwkwardLengths()
     return v;
 }
 
+// Lengths given with --lengths=a,b,... replace the sweep's own; --random=K
+// adds K lengths drawn uniformly from 2 .. 10^5 (a fixed seed).
+std::vector<long> g_lengths;
+long g_random = 0;
+
+std::vector<long> SweepLengths()
+{
+    std::vector<long> v = g_lengths.empty() ? AwkwardLengths() : g_lengths;
+    unsigned long long s = 88172645463325252ULL;
+    for (long i = 0; i < g_random; ++i) {
+        s ^= s << 13;
+        s ^= s >> 7;
+        s ^= s << 17;
+        v.push_back(2 + long(s % 99999ULL));
+    }
+    std::sort(v.begin(), v.end());
+    v.erase(std::unique(v.begin(), v.end()), v.end());
+    return v;
+}
+
 void Sweep(int digits)
 {
     talvo_float_set_digits(digits);
+    std::vector<long> lengths = SweepLengths();
     std::map<long, double> pow2;
-    for (long p = 1; p <= 1L << 17; p *= 2)
+    for (long p = 1; p <= 1L << 17 && p / 2 <= lengths.back(); p *= 2)
         pow2[p] = Transform(p).call;
     std::printf("\n%d digits: seconds per call (plan kept) and ratios to the powers of two around n\n", digits);
     std::printf("%7s %-58s %10s %10s %7s %7s %7s\n", "n", "plan", "call", "first", "/lo", "/hi", "/near");
     double worst_near = 0, worst_hi = 0, worst_lo = 0;
     long at_near = 0, at_hi = 0, at_lo = 0;
-    for (long n : AwkwardLengths()) {
+    for (long n : lengths) {
         long lo = 1;
         while (lo * 2 <= n)
             lo *= 2;
@@ -197,15 +223,33 @@ void Sweep(int digits)
 int main(int argc, char **argv)
 {
     std::vector<int> digits;
-    for (int i = 1; i < argc; ++i)
-        digits.push_back(std::atoi(argv[i]));
+    bool arb = true;
+    for (int i = 1; i < argc; ++i) {
+        std::string a = argv[i];
+        if (a.rfind("--lengths=", 0) == 0) {
+            for (char *q = argv[i] + 10; *q != 0;) {
+                g_lengths.push_back(std::strtol(q, &q, 10));
+                if (*q == ',')
+                    ++q;
+                else if (*q != 0)
+                    break;
+            }
+            arb = false;
+        } else if (a.rfind("--random=", 0) == 0) {
+            g_random = std::atol(argv[i] + 9);
+        } else {
+            digits.push_back(std::atoi(argv[i]));
+        }
+    }
     if (digits.empty())
         digits = {15, 50};
-    std::printf("real transform of 2^16 points: c06faf against acb_dft, CPU seconds (best of 3)\n");
-    std::printf("%6s %10s %10s %10s %14s %11s %8s %10s\n", "digits", "c06faf", "c06faf 1st", "acb_dft",
-                "acb_dft_precomp", "(its plan)", "ratio", "1st ratio");
-    for (int d : digits)
-        AgainstArb(d);
+    if (arb) {
+        std::printf("real transform of 2^16 points: c06faf against acb_dft, CPU seconds (best of 3)\n");
+        std::printf("%6s %10s %10s %10s %14s %11s %8s %10s\n", "digits", "c06faf", "c06faf 1st", "acb_dft",
+                    "acb_dft_precomp", "(its plan)", "ratio", "1st ratio");
+        for (int d : digits)
+            AgainstArb(d);
+    }
     for (int d : digits)
         Sweep(d);
     return 0;

@@ -367,39 +367,77 @@ TEST(RealFourierTransform, LongLengthsMatchDirectSums)
 
 // Lengths whose plans use each way of making a prime: real data of prime
 // length by the real Rader convolution (padded, cyclic for odd (p-1)/2,
-// right-angle for even (p-1)/2), a complex stage by Rader's
-// convolution of length p - 1, a complex stage by Bluestein's chirp
-// convolution (the complex stages inside even lengths 2p), and odd lengths
-// 3p split into three real transforms of length p.  The search finds
-// them (the choice is the cost model's), and each is checked against the
-// direct sums both ways.
+// right-angle for even (p-1)/2, or on integers), a complex stage by Rader's
+// convolution of length p - 1 (by transforms or on integers), a complex
+// stage by Bluestein's chirp convolution (the complex stages inside even
+// lengths 2p), and odd lengths 3p split into three real transforms of
+// length p.  The cost model's choices depend on the precision, so the
+// search runs at 15, 50 and 300 digits and takes the first length of each
+// kind; each is checked against the direct sums both ways at the digits
+// where it was found.
+struct KindOfPlan {
+    const char *name;
+    const char *text;      // in the plan's description
+    const char *not_text;  // and this not (or nullptr)
+    int multiple;          // of the prime: p, 2p or 3p
+};
+
 TEST(RealFourierTransform, EveryKindOfPrimeStageMatchesDirectSums)
 {
-    DigitsScope d(50);
-    size_t real_rader = 0, cyclic = 0, right_angle = 0, rader = 0, bluestein = 0, split = 0;
-    for (size_t p = 101; p < 2000; p += 2) {
-        std::string odd = TalvoMP_fft_plan(Integer(p)), even = TalvoMP_fft_plan(Integer(2 * p));
-        std::string three = TalvoMP_fft_plan(Integer(3 * p));
-        if (split == 0 && three.find(" x (") != std::string::npos && three.find("real-rader") != std::string::npos)
-            split = 3 * p;
-        if (real_rader == 0 && odd.find("real-rader(") != std::string::npos)
-            real_rader = p;
-        if (cyclic == 0 && odd.find("real-rader-cyclic(") != std::string::npos)
-            cyclic = p;
-        if (right_angle == 0 && odd.find("real-rader-right-angle(") != std::string::npos)
-            right_angle = p;
-        if (rader == 0 && odd.find(":rader(") != std::string::npos && odd.find("bluestein") == std::string::npos)
-            rader = p;
-        if (bluestein == 0 && even.find("bluestein") != std::string::npos)
-            bluestein = 2 * p;
+    const KindOfPlan kinds[] = {
+        {"real Rader, padded", "real-rader(", nullptr, 1},
+        {"real Rader, cyclic", "real-rader-cyclic(", nullptr, 1},
+        {"real Rader, right angle", "real-rader-right-angle(", nullptr, 1},
+        {"real Rader, on integers", "real-rader-exact", nullptr, 1},
+        {"complex Rader", ":rader(", "bluestein", 2},
+        {"complex Rader, on integers", ":rader-exact", nullptr, 2},
+        {"Bluestein", ":bluestein(", nullptr, 2},
+        {"split into real transforms", " x (", nullptr, 3},
+    };
+    struct Found {
+        long digits;
+        size_t n;
+    };
+    std::vector<Found> found(std::size(kinds), Found{0, 0});
+    for (long digits : {15L, 50L, 300L}) {
+        DigitsScope d(digits);
+        for (size_t p = 11; p < 2000; p += 2) {
+            for (size_t k = 0; k < std::size(kinds); ++k) {
+                if (found[k].n != 0)
+                    continue;
+                size_t n = kinds[k].multiple * p;
+                std::string plan = TalvoMP_fft_plan(Integer(n));
+                if (plan.find(kinds[k].text) == std::string::npos)
+                    continue;
+                if (kinds[k].not_text != nullptr && plan.find(kinds[k].not_text) != std::string::npos)
+                    continue;
+                if (kinds[k].multiple == 3 && plan.find("real-rader") == std::string::npos)
+                    continue;
+                found[k] = {digits, n};
+            }
+        }
     }
-    ASSERT_NE(real_rader, 0u);
-    ASSERT_NE(cyclic, 0u);
-    ASSERT_NE(right_angle, 0u);
-    ASSERT_NE(rader, 0u);
-    ASSERT_NE(bluestein, 0u);
-    ASSERT_NE(split, 0u);
-    for (size_t n : {real_rader, cyclic, right_angle, rader, bluestein, split, size_t(1019), size_t(2039)}) {
+    for (size_t k = 0; k < std::size(kinds); ++k) {
+        ASSERT_NE(found[k].n, 0u) << kinds[k].name;
+        DigitsScope d(found[k].digits);
+        SCOPED_TRACE(std::string(kinds[k].name) + ": n = " + std::to_string(found[k].n) + " at " +
+                     std::to_string(found[k].digits) + " digits, " + TalvoMP_fft_plan(Integer(found[k].n)));
+        size_t n = found[k].n;
+        Errors f = forward_errors(n, 3 * n);
+        EXPECT_LE(f.normwise, 1.0) << "output " << f.worst;
+        EXPECT_LE(f.own, 1.0);
+        Errors b = backward_errors(n, 3 * n + 1);
+        EXPECT_LE(b.normwise, 1.0) << "output " << b.worst;
+        EXPECT_LE(b.own, 1.0);
+    }
+}
+
+// The same lengths at 50 digits as before, whatever their plans: primes of
+// each kind of p - 1 near 1000 and 2000.
+TEST(RealFourierTransform, PrimesNearOneAndTwoThousandMatchDirectSums)
+{
+    DigitsScope d(50);
+    for (size_t n : {size_t(1019), size_t(2039), size_t(2 * 1031)}) {
         SCOPED_TRACE("n = " + std::to_string(n) + ": " + TalvoMP_fft_plan(Integer(n)));
         Errors f = forward_errors(n, 3 * n);
         EXPECT_LE(f.normwise, 1.0) << "output " << f.worst;
@@ -410,13 +448,59 @@ TEST(RealFourierTransform, EveryKindOfPrimeStageMatchesDirectSums)
     }
 }
 
+// The convolutions on integers put each sequence in fixed point below its
+// largest value.  Data whose magnitudes spread over many binades (and
+// zeros among them) still give every output within one ulp of the largest
+// output, on the real and on the complex kind.
+TEST(RealFourierTransform, IntegerConvolutionsKeepDataOfWidelySpreadMagnitudes)
+{
+    DigitsScope d(30);
+    size_t real_exact = 0, complex_exact = 0;
+    for (size_t p = 101; p < 2000 && (real_exact == 0 || complex_exact == 0); p += 2) {
+        if (real_exact == 0 && TalvoMP_fft_plan(Integer(p)).find("real-rader-exact") != std::string::npos)
+            real_exact = p;
+        if (complex_exact == 0 && TalvoMP_fft_plan(Integer(2 * p)).find(":rader-exact") != std::string::npos)
+            complex_exact = 2 * p;
+    }
+    ASSERT_NE(real_exact, 0u);
+    ASSERT_NE(complex_exact, 0u);
+    for (size_t n : {real_exact, complex_exact}) {
+        SCOPED_TRACE("n = " + std::to_string(n) + ": " + TalvoMP_fft_plan(Integer(n)));
+        std::vector<TalvoFloat> x = random_floats(n, 11 * n);
+        for (size_t j = 0; j < n; ++j) {
+            mpfr_ptr v = const_cast<mpfr_ptr>(x[j].mpfr());
+            if (j % 7 == 3)
+                mpfr_set_zero(v, 1);
+            else
+                mpfr_mul_2si(v, v, long(j % 61) * 3 - 90, MPFR_RNDN);
+        }
+        MpVec ref(n, reference_precision());
+        direct_forward(x, ref);
+        forward(x);
+        Errors f = compare(x, ref, talvo_float_precision());
+        EXPECT_LE(f.normwise, 1.0) << "output " << f.worst;
+    }
+}
+
 TEST(RealFourierTransform, PlansOfTheLongLengths)
 {
-    EXPECT_EQ(TalvoMP_fft_plan(4096), "2 x (4*4*4*4*4*2)");
-    EXPECT_EQ(TalvoMP_fft_plan(1000), "2 x (4*5*5*5)");
-    // (65537 - 1)/2 = 2^15: P by real transforms of 2^15 points, Q by
-    // complex ones of 2^14.
-    EXPECT_EQ(TalvoMP_fft_plan(65537), "65537:real-rader-right-angle(2 x (4*4*4*4*4*4*4), 4*4*4*4*4*4*4)");
+    {
+        DigitsScope d(15);
+        EXPECT_EQ(TalvoMP_fft_plan(4096), "2 x (4*4*4*4*4*2)");
+        EXPECT_EQ(TalvoMP_fft_plan(1000), "2 x (4*5*5*5)");
+        // (p - 1)/2 = 5003 is prime: two convolutions on integers, where
+        // transforms would need twice the length.
+        EXPECT_EQ(TalvoMP_fft_plan(10007), "10007:real-rader-exact");
+        // 4099 is prime, 4098 = 2 x 3 x 683: the complex stage of 2 x 4099 on integers.
+        EXPECT_EQ(TalvoMP_fft_plan(2 * 4099), "2 x (4099:rader-exact)");
+    }
+    {
+        // At 300 digits the integer products cost more next to MPFR's
+        // arithmetic: (65537 - 1)/2 = 2^15, P by real transforms of 2^15
+        // points, Q by complex ones of 2^14.
+        DigitsScope d(300);
+        EXPECT_EQ(TalvoMP_fft_plan(65537), "65537:real-rader-right-angle(2 x (4*4*4*4*4*4*4), 4*4*4*4*4*4*4)");
+    }
     EXPECT_EQ(TalvoMP_fft_plan(0), "");
 }
 
@@ -580,12 +664,37 @@ TEST(RealFourierTransform, ConjugationNegatesTheStoredImaginaryParts)
 
 TEST(RealFourierTransform, UndefinedDataGiveUndefinedResults)
 {
-    for (size_t n : {6, 7}) {
+    // 6 and 7: transforms of MPFR numbers; 31 and 2 x 29 (at 15 digits):
+    // Rader's convolutions on integers, real and complex.
+    DigitsScope d(15);
+    ASSERT_EQ(TalvoMP_fft_plan(31), "31:real-rader-exact");
+    ASSERT_NE(TalvoMP_fft_plan(2 * 101).find("rader-exact"), std::string::npos) << TalvoMP_fft_plan(2 * 101);
+    for (size_t n : {6, 7, 31, 2 * 101}) {
         std::vector<TalvoFloat> x = random_floats(n, 9);
         x[2] = TalvoFloatUndefined();
         forward(x);
         for (const TalvoFloat &v : x)
             EXPECT_TRUE(IsTalvoFloatUndefined(v)) << n;
+        // Re z_1 enters every output of the backward transform.
+        x = random_floats(n, 10);
+        x[1] = TalvoFloatUndefined();
+        backward(x);
+        for (const TalvoFloat &v : x)
+            EXPECT_TRUE(IsTalvoFloatUndefined(v)) << n;
+    }
+}
+
+TEST(RealFourierTransform, ZeroDataGiveZeros)
+{
+    DigitsScope d(15);
+    for (size_t n : {7, 31, 2 * 101, 1031}) {
+        std::vector<TalvoFloat> x(n, TalvoFloat(0.0));
+        forward(x);
+        for (const TalvoFloat &v : x)
+            EXPECT_TRUE(mpfr_zero_p(v.mpfr())) << n;
+        backward(x);
+        for (const TalvoFloat &v : x)
+            EXPECT_TRUE(mpfr_zero_p(v.mpfr())) << n;
     }
 }
 

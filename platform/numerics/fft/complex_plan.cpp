@@ -1,5 +1,6 @@
 // complex_plan.cpp -- the mixed-radix transform, its cost model, and the
 // Rader and Bluestein transforms of prime length.
+#include "exact_convolution.hpp"
 #include "fft.hpp"
 
 #include <algorithm>
@@ -72,7 +73,10 @@ size_t primitive_root(size_t p)
 // Units: a real multiplication 1, an addition 0.6 (MPFR at two or three
 // limbs); so a complex addition costs 1.2 and a complex multiplication 5.2.
 // The model only has to rank the ways of making one prime-length stage, and
-// the convolution lengths of Bluestein's algorithm.
+// the convolution lengths of Bluestein's algorithm.  Only the integer
+// convolutions cost differently, relative to MPFR arithmetic, at different
+// precisions, so the choices are kept per precision class
+// (exact_convolution.hpp).
 
 namespace {
 
@@ -107,15 +111,17 @@ struct PrimeChoice {
     int depth;
 };
 
-std::map<size_t, double> &cost_memo()
+using Key = std::pair<size_t, int>;
+
+std::map<Key, double> &cost_memo()
 {
-    static std::map<size_t, double> memo;
+    static std::map<Key, double> memo;
     return memo;
 }
 
-std::map<size_t, PrimeChoice> &choice_memo()
+std::map<Key, PrimeChoice> &choice_memo()
 {
-    static std::map<size_t, PrimeChoice> memo;
+    static std::map<Key, PrimeChoice> memo;
     return memo;
 }
 
@@ -125,9 +131,9 @@ std::map<size_t, size_t> &bluestein_memo()
     return memo;
 }
 
-PrimeChoice prime_choice(size_t p);
+PrimeChoice prime_choice(size_t p, mpfr_prec_t prec);
 
-double radix_cost(size_t p)
+double radix_cost(size_t p, mpfr_prec_t prec)
 {
     switch (p) {
     case 2: return 2 * kCAdd;
@@ -135,42 +141,60 @@ double radix_cost(size_t p)
     default:
         if (p <= kAlwaysDirect)
             return direct_cost(p);
-        return prime_choice(p).cost + 2 * kAdd * double(p);
+        return prime_choice(p, prec).cost + 2 * kAdd * double(p);
     }
 }
 
-double bluestein_cost(size_t n, size_t m) { return 2 * plan_cost(m) + kCMul * double(m) + 2 * kCMul * double(n); }
+double bluestein_cost(size_t n, size_t m, mpfr_prec_t prec)
+{
+    return 2 * plan_cost(m, prec) + kCMul * double(m) + 2 * kCMul * double(n);
+}
 
-double rader_cost(size_t p) { return 2 * plan_cost(p - 1) + (kCMul + 2 * kCAdd) * double(p - 1); }
+double rader_cost(size_t p, mpfr_prec_t prec)
+{
+    return 2 * plan_cost(p - 1, prec) + (kCMul + 2 * kCAdd) * double(p - 1);
+}
 
-PrimeChoice prime_choice(size_t p)
+// Four real convolutions of length (p - 1)/2, the sums and differences that
+// make their data, and those that combine their results.
+double exact_rader_cost(size_t p, mpfr_prec_t prec)
+{
+    return 4 * exact_convolution_cost((p - 1) / 2, prec) + 4 * kCAdd * double(p);
+}
+
+PrimeChoice prime_choice(size_t p, mpfr_prec_t prec)
 {
     auto &memo = choice_memo();
-    auto it = memo.find(p);
+    const Key key{p, precision_class(prec)};
+    auto it = memo.find(key);
     if (it != memo.end())
         return it->second;
     PrimeChoice best{PrimeMethod::Direct, direct_cost(p), 0};
     if (p > kAlwaysDirect) {
-        double r = rader_cost(p);
+        double r = rader_cost(p, prec);
         if (r < best.cost)
-            best = {PrimeMethod::Rader, r, plan_depth(p - 1) + 1};
+            best = {PrimeMethod::Rader, r, plan_depth(p - 1, prec) + 1};
         size_t m = bluestein_length(p);
-        double b = bluestein_cost(p, m);
+        double b = bluestein_cost(p, m, prec);
         if (b < best.cost)
-            best = {PrimeMethod::Bluestein, b, plan_depth(m) + 1};
+            best = {PrimeMethod::Bluestein, b, plan_depth(m, prec) + 1};
+        double e = exact_rader_cost(p, prec);
+        if (e < best.cost)
+            best = {PrimeMethod::ExactRader, e, 1};
     }
-    memo[p] = best;
+    memo[key] = best;
     return best;
 }
 
 } // namespace
 
-double plan_cost(size_t n)
+double plan_cost(size_t n, mpfr_prec_t prec)
 {
     if (n <= 1)
         return 0;
     auto &memo = cost_memo();
-    auto it = memo.find(n);
+    const Key key{n, precision_class(prec)};
+    auto it = memo.find(key);
     if (it != memo.end())
         return it->second;
     double cost = 0;
@@ -178,27 +202,30 @@ double plan_cost(size_t n)
     for (size_t p : stage_radices(n)) {
         size_t m = n / (p * fstride);
         double groups = double(n / p);
-        cost += groups * radix_cost(p);
+        cost += groups * radix_cost(p, prec);
         // Twiddle factors: all but those of the first element of each
         // group; none in the innermost stage (m = 1).
         if (m > 1)
             cost += kCMul * double(p - 1) * groups * (1.0 - 1.0 / double(m));
         fstride *= p;
     }
-    memo[n] = cost;
+    memo[key] = cost;
     return cost;
 }
 
-int plan_depth(size_t n)
+int plan_depth(size_t n, mpfr_prec_t prec)
 {
     int depth = 0;
     for (size_t p : stage_radices(n))
         if (p > kAlwaysDirect && p != 4)
-            depth = std::max(depth, prime_choice(p).depth);
+            depth = std::max(depth, prime_choice(p, prec).depth);
     return depth;
 }
 
-PrimeMethod prime_method(size_t p) { return p <= kAlwaysDirect ? PrimeMethod::Direct : prime_choice(p).method; }
+PrimeMethod prime_method(size_t p, mpfr_prec_t prec)
+{
+    return p <= kAlwaysDirect ? PrimeMethod::Direct : prime_choice(p, prec).method;
+}
 
 size_t cheapest_length(size_t lo, size_t hi)
 {
@@ -209,7 +236,8 @@ size_t cheapest_length(size_t lo, size_t hi)
             for (size_t c = b; c < hi; c *= 5) {
                 if (c < lo)
                     continue;
-                double cost = plan_cost(c);
+                // Products of 2, 3 and 5 have no prime stage: any precision.
+                double cost = plan_cost(c, 0);
                 if (best == 0 || cost < best_cost) {
                     best = c;
                     best_cost = cost;
@@ -231,7 +259,7 @@ size_t bluestein_length(size_t n)
 
 size_t power_mod(size_t a, size_t e, size_t m) { return powmod(a, e, m); }
 
-std::string describe_plan(size_t n)
+std::string describe_plan(size_t n, mpfr_prec_t prec)
 {
     if (n == 1)
         return "1";
@@ -242,10 +270,11 @@ std::string describe_plan(size_t n)
         text += std::to_string(p);
         if (p <= kAlwaysDirect || p == 4)
             continue;
-        switch (prime_method(p)) {
+        switch (prime_method(p, prec)) {
         case PrimeMethod::Direct: break;
-        case PrimeMethod::Rader: text += ":rader(" + describe_plan(p - 1) + ")"; break;
-        case PrimeMethod::Bluestein: text += ":bluestein(" + describe_plan(bluestein_length(p)) + ")"; break;
+        case PrimeMethod::Rader: text += ":rader(" + describe_plan(p - 1, prec) + ")"; break;
+        case PrimeMethod::Bluestein: text += ":bluestein(" + describe_plan(bluestein_length(p), prec) + ")"; break;
+        case PrimeMethod::ExactRader: text += ":rader-exact"; break;
         }
     }
     return text;
@@ -378,6 +407,76 @@ private:
     ComplexArray x_, w_, a_, ahat_, bhat_, temps_;
 };
 
+// Rader's convolution made on integers.  With m = (p - 1)/2, g^m = -1 gives
+// b_{q+m} = conj(b_q): beta = Re b has period m and gamma = Im b changes
+// sign after m.  So for r < m
+//   c_r = P_r + i Q_r,  c_{r+m} = P_r - i Q_r,
+//   P = U (*) beta (cyclic),  Q = V (*) gamma (negacyclic),  length m,
+// with U_q = a_q + a_{q+m} and V_q = a_q - a_{q+m}: four real convolutions
+// (the real and imaginary parts of U and V) with two kernels, unpadded
+// whatever the factors of m.
+class ExactRader final : public PrimeTransform {
+public:
+    ExactRader(size_t p, mpfr_prec_t prec)
+        : m_((p - 1) / 2), x_(p, prec), u_(m_, prec), v_(m_, prec), pc_(m_, prec), qc_(m_, prec), temps_(1, prec)
+    {
+        size_t g = primitive_root(p), ginv = powmod(g, p - 2, p);
+        in_.resize(p - 1);
+        out_.resize(p - 1);
+        for (size_t q = 0, gq = 1, gr = 1; q < p - 1; ++q) {
+            in_[q] = gq;
+            out_[q] = gr;
+            gq = mulmod(gq, g, p);
+            gr = mulmod(gr, ginv, p);
+        }
+        ComplexArray roots(p, prec);
+        unit_roots(roots.data(), p, p, prec);
+        // beta in the real parts, gamma in the imaginary parts of u_ (for now).
+        for (size_t q = 0; q < m_; ++q)
+            cset(u_[q], roots[out_[q]]);
+        beta_ = std::make_unique<ExactConvolution>(m_, false, &u_[0].re, 2, prec);
+        gamma_ = std::make_unique<ExactConvolution>(m_, true, &u_[0].im, 2, prec);
+    }
+
+    Complex *buffer() override { return x_.data(); }
+
+    void apply() override
+    {
+        Complex *x = x_.data();
+        Complex &sum = temps_[0];
+        czero(sum);
+        for (size_t q = 0; q < m_; ++q) {
+            const Complex &a = x[in_[q]], &b = x[in_[q + m_]];
+            cadd(u_[q], a, b);
+            csub(v_[q], a, b);
+            cadd(sum, sum, u_[q]);
+        }
+        beta_->apply(&u_[0].re, 2, &pc_[0].re, 2);
+        beta_->apply(&u_[0].im, 2, &pc_[0].im, 2);
+        gamma_->apply(&v_[0].re, 2, &qc_[0].re, 2);
+        gamma_->apply(&v_[0].im, 2, &qc_[0].im, 2);
+        // x_0 is not among the outputs g^-r, so it is read until the end.
+        for (size_t r = 0; r < m_; ++r) {
+            const Complex &P = pc_[r], &Q = qc_[r];
+            Complex &X = x[out_[r]], &Y = x[out_[r + m_]];
+            // X = x_0 + P + i Q, Y = x_0 + P - i Q.
+            mpfr_sub(&X.re, &P.re, &Q.im, MPFR_RNDN);
+            mpfr_add(&X.im, &P.im, &Q.re, MPFR_RNDN);
+            mpfr_add(&Y.re, &P.re, &Q.im, MPFR_RNDN);
+            mpfr_sub(&Y.im, &P.im, &Q.re, MPFR_RNDN);
+            cadd(X, X, x[0]);
+            cadd(Y, Y, x[0]);
+        }
+        cadd(x[0], x[0], sum);
+    }
+
+private:
+    size_t m_;
+    ComplexArray x_, u_, v_, pc_, qc_, temps_;
+    std::vector<size_t> in_, out_;
+    std::unique_ptr<ExactConvolution> beta_, gamma_;
+};
+
 } // namespace
 
 // ---------------------------------------------------------------------------
@@ -395,12 +494,15 @@ ComplexPlan::ComplexPlan(size_t n, mpfr_prec_t prec) : n_(n), prec_(prec)
             s.kind = Kind::Two;
         else if (p == 4)
             s.kind = Kind::Four;
-        else if (prime_method(p) == PrimeMethod::Rader) {
+        else if (prime_method(p, prec) == PrimeMethod::Rader) {
             s.kind = Kind::Prime;
             s.prime = std::make_unique<Rader>(p, prec);
-        } else if (prime_method(p) == PrimeMethod::Bluestein) {
+        } else if (prime_method(p, prec) == PrimeMethod::Bluestein) {
             s.kind = Kind::Prime;
             s.prime = std::make_unique<Bluestein>(p, prec);
+        } else if (prime_method(p, prec) == PrimeMethod::ExactRader) {
+            s.kind = Kind::Prime;
+            s.prime = std::make_unique<ExactRader>(p, prec);
         } else {
             max_half = std::max(max_half, (p - 1) / 2);
         }

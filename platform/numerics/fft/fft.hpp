@@ -5,14 +5,17 @@
 // unscaled, by mixed-radix Cooley-Tukey decimation in time (Cooley & Tukey
 // 1965; the recursive form of Singleton 1969): n is split into radix-4 and
 // radix-2 stages, then its odd prime factors in increasing order.  An odd
-// prime factor p is a stage of p-point transforms made one of three ways,
-// whichever the cost model below finds cheapest:
+// prime factor p is a stage of p-point transforms made one of four ways,
+// whichever the cost model below finds cheapest at the plan's precision:
 //   - directly, pairing the terms j and p - j (about p^2 real multiplications
 //     per transform): every p up to a few tens;
 //   - by Rader's algorithm (Rader 1968): a cyclic convolution of length
 //     p - 1, made with a ComplexPlan of that length;
 //   - by Bluestein's chirp z-transform (Bluestein 1970): a convolution of
-//     length M >= 2p - 1 with M a product of 2, 3 and 5.
+//     length M >= 2p - 1 with M a product of 2, 3 and 5;
+//   - by Rader's algorithm with the convolution made on integers
+//     (exact_convolution.hpp): four real convolutions of length (p - 1)/2,
+//     whatever the factors of p - 1.
 // Every prime length is therefore O(p log p), and so is every length.
 //
 // A plan is made once for a length and a precision: its tables of roots of
@@ -39,12 +42,14 @@ size_t primitive_root(size_t p);
 // The prime factors of n in increasing order, with repetition.
 std::vector<size_t> prime_factors(size_t n);
 
-// The cost model: estimated work of a length-n transform in units of one
-// real multiplication (an addition counts 0.6).
-double plan_cost(size_t n);
+// The cost model: estimated work of a length-n transform at prec bits in
+// units of one real multiplication (an addition counts 0.6).  The choices
+// depend on the precision only through the cost of the integer
+// convolutions (exact_convolution.hpp).
+double plan_cost(size_t n, mpfr_prec_t prec);
 // How many Rader or Bluestein convolutions the plan of length n nests at its
 // deepest (each adds a transform's worth of rounding error).
-int plan_depth(size_t n);
+int plan_depth(size_t n, mpfr_prec_t prec);
 
 class PrimeTransform;
 
@@ -99,9 +104,9 @@ public:
     virtual void apply() = 0;
 };
 
-// Which of the three ways the prime p is transformed by (see above).
-enum class PrimeMethod { Direct, Rader, Bluestein };
-PrimeMethod prime_method(size_t p);
+// Which of the four ways the prime p is transformed by at prec bits (see above).
+enum class PrimeMethod { Direct, Rader, Bluestein, ExactRader };
+PrimeMethod prime_method(size_t p, mpfr_prec_t prec);
 // The convolution length Bluestein's algorithm uses for length n.
 size_t bluestein_length(size_t n);
 // The product of 2, 3 and 5 in [lo, hi) whose plan the cost model finds
@@ -110,9 +115,10 @@ size_t cheapest_length(size_t lo, size_t hi);
 // a^e modulo m.
 size_t power_mod(size_t a, size_t e, size_t m);
 
-// The plan of a complex transform of length n in words: its stage radices,
-// outermost first, each prime stage with the plan of its convolution:
-// "4*4*2*1009:rader(4*4*7*3*3)" style (see real_transforms.cpp).
-std::string describe_plan(size_t n);
+// The plan of a complex transform of length n at prec bits in words: its
+// stage radices, outermost first, each prime stage with the plan of its
+// convolution: "4*4*2*1009:rader(4*4*7*3*3)" style, ":rader-exact" for the
+// convolution on integers (see real_transforms.cpp).
+std::string describe_plan(size_t n, mpfr_prec_t prec);
 
 } // namespace talvo::mp::fft

@@ -23,10 +23,11 @@
 //   c_r = P_r + i Q_r,  P = u (*) Re b  (cyclic, length m),
 //                       Q = v (*) Im b  (negacyclic, length m),
 // with u_q = a_q + a_{q+m}, v_q = a_q - a_{q+m}, and c_{r+m} = conj(c_r).
-// Both real convolutions are made at once as one complex cyclic convolution
-// of z = u + i v, zero-padded to a length N >= p - 2 that is a product of 2,
-// 3 and 5: one forward and one inverse transform of N points, whatever the
-// factors of p - 1.  The Hermitian transform of a prime length is the same
+// Both real convolutions are made on integers (exact_convolution.hpp), or at
+// once as one complex cyclic convolution of z = u + i v: zero-padded to a
+// length N >= p - 2 that is a product of 2, 3 and 5 (one forward and one
+// inverse transform of N points, whatever the factors of p - 1), or unpadded
+// where m has small factors (below).  The Hermitian transform of a prime length is the same
 // convolution read the other way: with z_{g^q} = alpha_q + i beta_q (q < m),
 // y_{g^-r} = z_0 + 2 (P(alpha) - Q(beta))_r and
 // y_{-g^-r} = z_0 + 2 (P(alpha) + Q(beta))_r.
@@ -44,6 +45,7 @@
 // used, so that a transform and its inverse (as the kernel density makes
 // them) share one.
 #include "../talvo_mp.h"
+#include "exact_convolution.hpp"
 #include "fft.hpp"
 
 #include <cmath>
@@ -61,7 +63,8 @@ namespace {
 // How a real transform of length n is made.
 //   Even      packed into n/2 complex points;
 //   Odd       the complex plan of length n;
-//   OddPrime  the padded real Rader convolution (n prime);
+//   OddPrime  the real Rader convolution (n prime), made one of the four
+//             ways below;
 //   OddSplit  n = a b with b its largest prime factor: the a subsequences
 //             x_{j1 + a j2} (j2 < b) transformed as real data of length b,
 //             then the (b + 1)/2 columns k2 <= (b - 1)/2 combined by a
@@ -83,63 +86,82 @@ constexpr size_t kSmallestRealRader = 11;
 //               Crandall and Fagin (1994): modulo x^(m/2) - i the
 //               negacyclic product of real sequences is a complex cyclic
 //               convolution of length m/2 after the twist exp(i pi q / m).
+//   Exact       P and Q each by one product of integer polynomials
+//               (exact_convolution.hpp), unpadded whatever the factors of m.
 // Unpadded, the convolutions cost about half as much where m has small
-// factors; the cost model chooses.
-enum class RaderKind { Padded, Cyclic, RightAngle };
+// factors; on integers they cost less again at most precisions (the
+// products of large integers beat MPFR transforms), but not at a few
+// hundred digits where m is smooth.  The cost model chooses, at the plan's
+// precision.
+enum class RaderKind { Padded, Cyclic, RightAngle, Exact };
 
 // The zero-padded length of the real Rader convolution for the prime p.
 size_t real_rader_length(size_t p) { return cheapest_length(p - 2, 2 * p); }
 
-double padded_rader_cost(size_t p)
+double padded_rader_cost(size_t p, mpfr_prec_t prec)
 {
     size_t nn = real_rader_length(p);
-    return 2 * plan_cost(nn) + 3 * 5.2 * double(nn) + 2.4 * double(p);
+    return 2 * plan_cost(nn, prec) + 3 * 5.2 * double(nn) + 2.4 * double(p);
 }
 
-double unpadded_rader_cost(size_t p)
+double unpadded_rader_cost(size_t p, mpfr_prec_t prec)
 {
     size_t m = (p - 1) / 2;
     if (m % 2 == 1)
-        return 2 * plan_cost(m) + 3 * 5.2 * double(m) + 2.4 * double(p);
+        return 2 * plan_cost(m, prec) + 3 * 5.2 * double(m) + 2.4 * double(p);
     size_t h = m / 2;
     // P: two packed real transforms and the product; Q: two transforms, the
     // product, the twist and the untwist.
-    return 4 * plan_cost(h) + (2 * 7.6 + 5.2) * double(h) + 3 * 5.2 * double(h) + 2.4 * double(p);
+    return 4 * plan_cost(h, prec) + (2 * 7.6 + 5.2) * double(h) + 3 * 5.2 * double(h) + 2.4 * double(p);
 }
 
-RaderKind rader_kind(size_t p)
+double exact_rader_cost(size_t p, mpfr_prec_t prec)
 {
-    if (unpadded_rader_cost(p) < padded_rader_cost(p))
+    return 2 * exact_convolution_cost((p - 1) / 2, prec) + 2.4 * double(p);
+}
+
+RaderKind rader_kind(size_t p, mpfr_prec_t prec)
+{
+    double padded = padded_rader_cost(p, prec), unpadded = unpadded_rader_cost(p, prec);
+    double exact = exact_rader_cost(p, prec);
+    if (exact <= std::min(padded, unpadded))
+        return RaderKind::Exact;
+    if (unpadded < padded)
         return ((p - 1) / 2) % 2 == 1 ? RaderKind::Cyclic : RaderKind::RightAngle;
     return RaderKind::Padded;
 }
 
-double real_rader_cost(size_t p) { return std::min(padded_rader_cost(p), unpadded_rader_cost(p)); }
+double real_rader_cost(size_t p, mpfr_prec_t prec)
+{
+    return std::min({padded_rader_cost(p, prec), unpadded_rader_cost(p, prec), exact_rader_cost(p, prec)});
+}
 
 // The length of the complex plan of the real Rader convolution.
-size_t rader_plan_length(size_t p)
+size_t rader_plan_length(size_t p, mpfr_prec_t prec)
 {
-    switch (rader_kind(p)) {
+    switch (rader_kind(p, prec)) {
     case RaderKind::Padded: return real_rader_length(p);
     case RaderKind::Cyclic: return (p - 1) / 2;
     case RaderKind::RightAngle: return (p - 1) / 4;
+    case RaderKind::Exact: return 1;
     }
     return real_rader_length(p);
 }
 
 // The cost of a real transform of the prime p by the better of the two ways.
-double real_prime_cost(size_t p)
+double real_prime_cost(size_t p, mpfr_prec_t prec)
 {
-    double complex_cost = plan_cost(p);
-    return p < kSmallestRealRader ? complex_cost : std::min(complex_cost, real_rader_cost(p));
+    double complex_cost = plan_cost(p, prec);
+    return p < kSmallestRealRader ? complex_cost : std::min(complex_cost, real_rader_cost(p, prec));
 }
 
-double split_cost(size_t a, size_t b)
+double split_cost(size_t a, size_t b, mpfr_prec_t prec)
 {
-    return double(a) * real_prime_cost(b) + double(b + 1) / 2 * (plan_cost(a) + 5.2 * double(a) + 2.4 * double(a));
+    return double(a) * real_prime_cost(b, prec) +
+           double(b + 1) / 2 * (plan_cost(a, prec) + 5.2 * double(a) + 2.4 * double(a));
 }
 
-Shape shape_of(size_t n)
+Shape shape_of(size_t n, mpfr_prec_t prec)
 {
     if (n % 2 == 0)
         return Shape::Even;
@@ -149,21 +171,21 @@ Shape shape_of(size_t n)
     if (f.size() == 1) {
         if (n < kSmallestRealRader)
             return Shape::Odd;
-        return real_rader_cost(n) < plan_cost(n) ? Shape::OddPrime : Shape::Odd;
+        return real_rader_cost(n, prec) < plan_cost(n, prec) ? Shape::OddPrime : Shape::Odd;
     }
     size_t b = f.back();
-    if (b >= kSmallestRealRader && split_cost(n / b, b) < plan_cost(n))
+    if (b >= 3 && split_cost(n / b, b, prec) < plan_cost(n, prec))
         return Shape::OddSplit;
     return Shape::Odd;
 }
 
 // The length of the complex plan a real plan of length n uses.
-size_t inner_length(size_t n, Shape shape)
+size_t inner_length(size_t n, Shape shape, mpfr_prec_t prec)
 {
     switch (shape) {
     case Shape::Even: return n / 2;
     case Shape::Odd: return n;
-    case Shape::OddPrime: return rader_plan_length(n);
+    case Shape::OddPrime: return rader_plan_length(n, prec);
     case Shape::OddSplit: return n / prime_factors(n).back();
     }
     return n;
@@ -171,23 +193,25 @@ size_t inner_length(size_t n, Shape shape)
 
 // The length of a real plan's data arrays: its complex plan's, or the m
 // points of a right-angle Rader convolution.
-size_t io_length(size_t n, Shape shape)
+size_t io_length(size_t n, Shape shape, mpfr_prec_t prec)
 {
-    size_t inner = inner_length(n, shape);
-    if (shape == Shape::OddPrime && rader_kind(n) == RaderKind::RightAngle)
+    size_t inner = inner_length(n, shape, prec);
+    RaderKind kind = shape == Shape::OddPrime ? rader_kind(n, prec) : RaderKind::Padded;
+    if (kind == RaderKind::RightAngle || kind == RaderKind::Exact)
         return std::max(inner, (n - 1) / 2);
     return inner;
 }
 
 // Rader or Bluestein convolutions nested in the real plan of length n.
-long real_depth(size_t n)
+long real_depth(size_t n, mpfr_prec_t prec)
 {
-    Shape shape = shape_of(n);
+    Shape shape = shape_of(n, prec);
     switch (shape) {
     case Shape::Even:
-    case Shape::Odd: return plan_depth(inner_length(n, shape));
-    case Shape::OddPrime: return plan_depth(inner_length(n, shape)) + 1;
-    case Shape::OddSplit: return std::max<long>(plan_depth(inner_length(n, shape)), real_depth(prime_factors(n).back()));
+    case Shape::Odd: return plan_depth(inner_length(n, shape, prec), prec);
+    case Shape::OddPrime: return plan_depth(inner_length(n, shape, prec), prec) + 1;
+    case Shape::OddSplit:
+        return std::max<long>(plan_depth(inner_length(n, shape, prec), prec), real_depth(prime_factors(n).back(), prec));
     }
     return 0;
 }
@@ -195,7 +219,7 @@ long real_depth(size_t n)
 mpfr_prec_t working_precision(size_t n, mpfr_prec_t out_prec)
 {
     double lg = std::log2(double(n) + 1.0);
-    long guard = 12 + static_cast<long>(std::ceil(std::log2(lg + 1.0))) + 3L * real_depth(n);
+    long guard = 12 + static_cast<long>(std::ceil(std::log2(lg + 1.0))) + 3L * real_depth(n, out_prec);
     mpfr_prec_t wp = out_prec + guard;
     // MPFR's fastest paths are for precisions that are not a whole number of
     // limbs; one bit less of guard costs nothing.
@@ -236,9 +260,10 @@ struct OutRef {
 class RealPlan {
 public:
     RealPlan(size_t n, mpfr_prec_t wp, bool unitary = true)
-        : n_(n), h_(n / 2), wp_(wp), shape_(shape_of(n)),
-          rader_(shape_ == Shape::OddPrime ? rader_kind(n) : RaderKind::Padded), plan_(inner_length(n, shape_), wp),
-          in_(io_length(n, shape_), wp), out_(io_length(n, shape_), wp), temps_(8, wp)
+        : n_(n), h_(n / 2), wp_(wp), shape_(shape_of(n, wp)),
+          rader_(shape_ == Shape::OddPrime ? rader_kind(n, wp) : RaderKind::Padded),
+          plan_(inner_length(n, shape_, wp), wp), in_(io_length(n, shape_, wp), wp), out_(io_length(n, shape_, wp), wp),
+          temps_(8, wp)
     {
         if (shape_ == Shape::Even) {
             tw_ = ComplexArray(n / 4 + 1, wp);
@@ -436,6 +461,8 @@ private:
         unit_roots(roots.data(), p, p, wp_);
         if (rader_ == RaderKind::RightAngle)
             make_right_angle_kernel(roots);
+        else if (rader_ == RaderKind::Exact)
+            make_exact_kernel(roots);
         else
             make_packed_kernel(roots);
     }
@@ -538,12 +565,32 @@ private:
         }
     }
 
+    // Exact: P = u (*) Re b and -Q = v (*) (-Im b) by two convolutions on
+    // integers, each with its kernel kept.
+    void make_exact_kernel(const ComplexArray &roots)
+    {
+        const size_t m = (n_ - 1) / 2;
+        ComplexArray k(m, wp_);
+        for (size_t t = 0; t < m; ++t) {
+            const Complex &b = roots[gr_[t]];
+            mpfr_set(&k[t].re, &b.re, MPFR_RNDN);
+            mpfr_neg(&k[t].im, &b.im, MPFR_RNDN);
+        }
+        exact_p_ = std::make_unique<ExactConvolution>(m, false, &k[0].re, 2, wp_);
+        exact_q_ = std::make_unique<ExactConvolution>(m, true, &k[0].im, 2, wp_);
+    }
+
     // in_ holds z = u + i v (the first m entries).  Leaves the conjugate of
     // P + i Q (the convolution) in out_[0 .. m-1].
     void rader_convolve()
     {
         if (rader_ == RaderKind::RightAngle) {
             right_angle_convolve();
+            return;
+        }
+        if (rader_ == RaderKind::Exact) {
+            exact_p_->apply(&in_[0].re, 2, &out_[0].re, 2);
+            exact_q_->apply(&in_[0].im, 2, &out_[0].im, 2);
             return;
         }
         const size_t N = plan_.size(), m = (n_ - 1) / 2;
@@ -806,6 +853,8 @@ private:
     // half spectrum (k = 0 .. m/2) and the Hermitian data it works on; the
     // twist exp(i pi q / m) and the kernel spectrum of Q with Q's arrays.
     std::unique_ptr<RealPlan> psub_;
+    // Exact: the two convolutions on integers.
+    std::unique_ptr<ExactConvolution> exact_p_, exact_q_;
     ComplexArray pk_, herm_, theta_, qk_, qin_, qout_;
     // Split length n = a b: the plan of length b, the half spectra and twiddles.
     size_t a_ = 0, b_ = 0, cols_ = 0;
@@ -902,31 +951,45 @@ void TalvoMP_c06fbf(TalvoFloat x[], Integer n, TalvoFloat work[], Integer *ifail
     talvo::mp::fft::transform("TalvoMP_c06fbf", x, n, ifail, Direction::Backward);
 }
 
+namespace talvo::mp::fft {
+namespace {
+
+// The plan of the real transform of length m at the working precision wp.
+std::string describe_real(size_t m, mpfr_prec_t wp)
+{
+    switch (shape_of(m, wp)) {
+    case Shape::Even: return "2 x (" + describe_plan(m / 2, wp) + ")";
+    case Shape::OddPrime: {
+        std::string inner = describe_plan(rader_plan_length(m, wp), wp);
+        switch (rader_kind(m, wp)) {
+        case RaderKind::Padded: return std::to_string(m) + ":real-rader(" + inner + ")";
+        case RaderKind::Cyclic: return std::to_string(m) + ":real-rader-cyclic(" + inner + ")";
+        case RaderKind::Exact: return std::to_string(m) + ":real-rader-exact";
+        case RaderKind::RightAngle:
+            return std::to_string(m) + ":real-rader-right-angle(2 x (" + inner + "), " + inner + ")";
+        }
+        break;
+    }
+    case Shape::OddSplit: {
+        size_t b = prime_factors(m).back();
+        return describe_plan(m / b, wp) + " x (" + describe_real(b, wp) + ")";
+    }
+    case Shape::Odd: break;
+    }
+    return describe_plan(m, wp);
+}
+
+} // namespace
+} // namespace talvo::mp::fft
+
+// The plan at the precision of the current "Digits".
 std::string TalvoMP_fft_plan(Integer n)
 {
     using namespace talvo::mp::fft;
     if (n < 1)
         return "";
     size_t m = static_cast<size_t>(n);
-    switch (shape_of(m)) {
-    case Shape::Even: return "2 x (" + describe_plan(m / 2) + ")";
-    case Shape::OddPrime:
-        switch (rader_kind(m)) {
-        case RaderKind::Padded: return std::to_string(m) + ":real-rader(" + describe_plan(real_rader_length(m)) + ")";
-        case RaderKind::Cyclic:
-            return std::to_string(m) + ":real-rader-cyclic(" + describe_plan(rader_plan_length(m)) + ")";
-        case RaderKind::RightAngle:
-            return std::to_string(m) + ":real-rader-right-angle(2 x (" + describe_plan(rader_plan_length(m)) + "), " +
-                   describe_plan(rader_plan_length(m)) + ")";
-        }
-        break;
-    case Shape::OddSplit: {
-        size_t b = prime_factors(m).back();
-        return describe_plan(m / b) + " x (" + TalvoMP_fft_plan(Integer(b)) + ")";
-    }
-    case Shape::Odd: break;
-    }
-    return describe_plan(m);
+    return describe_real(m, working_precision(m, talvo_float_precision()));
 }
 
 void TalvoMP_c06gbf(TalvoFloat x[], Integer n, Integer *ifail)
