@@ -1,5 +1,5 @@
 // complex_plan.cpp -- the mixed-radix transform, its cost model, and the
-// Rader and Bluestein transforms of prime length.
+// Rader transforms of prime length (by transforms or on integers).
 #include "exact_convolution.hpp"
 #include "fft.hpp"
 
@@ -72,8 +72,8 @@ size_t primitive_root(size_t p)
 //
 // Units: a real multiplication 1, an addition 0.6 (MPFR at two or three
 // limbs); so a complex addition costs 1.2 and a complex multiplication 5.2.
-// The model only has to rank the ways of making one prime-length stage, and
-// the convolution lengths of Bluestein's algorithm.  Only the integer
+// The model only has to rank the ways of making one prime-length stage.
+// Only the integer
 // convolutions cost differently, relative to MPFR arithmetic, at different
 // precisions, so the choices are kept per precision class
 // (exact_convolution.hpp).
@@ -125,12 +125,6 @@ std::map<Key, PrimeChoice> &choice_memo()
     return memo;
 }
 
-std::map<size_t, size_t> &bluestein_memo()
-{
-    static std::map<size_t, size_t> memo;
-    return memo;
-}
-
 PrimeChoice prime_choice(size_t p, mpfr_prec_t prec);
 
 double radix_cost(size_t p, mpfr_prec_t prec)
@@ -143,11 +137,6 @@ double radix_cost(size_t p, mpfr_prec_t prec)
             return direct_cost(p);
         return prime_choice(p, prec).cost + 2 * kAdd * double(p);
     }
-}
-
-double bluestein_cost(size_t n, size_t m, mpfr_prec_t prec)
-{
-    return 2 * plan_cost(m, prec) + kCMul * double(m) + 2 * kCMul * double(n);
 }
 
 double rader_cost(size_t p, mpfr_prec_t prec)
@@ -174,10 +163,6 @@ PrimeChoice prime_choice(size_t p, mpfr_prec_t prec)
         double r = rader_cost(p, prec);
         if (r < best.cost)
             best = {PrimeMethod::Rader, r, plan_depth(p - 1, prec) + 1};
-        size_t m = bluestein_length(p);
-        double b = bluestein_cost(p, m, prec);
-        if (b < best.cost)
-            best = {PrimeMethod::Bluestein, b, plan_depth(m, prec) + 1};
         double e = exact_rader_cost(p, prec);
         if (e < best.cost)
             best = {PrimeMethod::ExactRader, e, 1};
@@ -227,36 +212,6 @@ PrimeMethod prime_method(size_t p, mpfr_prec_t prec)
     return p <= kAlwaysDirect ? PrimeMethod::Direct : prime_choice(p, prec).method;
 }
 
-size_t cheapest_length(size_t lo, size_t hi)
-{
-    size_t best = 0;
-    double best_cost = 0;
-    for (size_t a = 1; a < hi; a *= 2)
-        for (size_t b = a; b < hi; b *= 3)
-            for (size_t c = b; c < hi; c *= 5) {
-                if (c < lo)
-                    continue;
-                // Products of 2, 3 and 5 have no prime stage: any precision.
-                double cost = plan_cost(c, 0);
-                if (best == 0 || cost < best_cost) {
-                    best = c;
-                    best_cost = cost;
-                }
-            }
-    return best;
-}
-
-size_t bluestein_length(size_t n)
-{
-    auto &memo = bluestein_memo();
-    auto it = memo.find(n);
-    if (it != memo.end())
-        return it->second;
-    size_t best = cheapest_length(2 * n - 1, 4 * n);
-    memo[n] = best;
-    return best;
-}
-
 size_t power_mod(size_t a, size_t e, size_t m) { return powmod(a, e, m); }
 
 std::string describe_plan(size_t n, mpfr_prec_t prec)
@@ -273,7 +228,6 @@ std::string describe_plan(size_t n, mpfr_prec_t prec)
         switch (prime_method(p, prec)) {
         case PrimeMethod::Direct: break;
         case PrimeMethod::Rader: text += ":rader(" + describe_plan(p - 1, prec) + ")"; break;
-        case PrimeMethod::Bluestein: text += ":bluestein(" + describe_plan(bluestein_length(p), prec) + ")"; break;
         case PrimeMethod::ExactRader: text += ":rader-exact"; break;
         }
     }
@@ -348,63 +302,6 @@ private:
     ComplexPlan sub_;
     ComplexArray x_, a_, ahat_, bhat_, temps_;
     std::vector<size_t> in_, out_;
-};
-
-// Bluestein: with w_j = exp(-pi i j^2 / n), jk = (j^2 + k^2 - (k - j)^2) / 2
-// gives X_k = w_k sum_j (x_j w_j) conj(w_{k-j}): a convolution, made with a
-// plan of length M >= 2n - 1 (the kernel conj(w) wrapped around M).
-class Bluestein final : public PrimeTransform {
-public:
-    Bluestein(size_t n, mpfr_prec_t prec)
-        : n_(n), m_(bluestein_length(n)), sub_(m_, prec), x_(n, prec), w_(n, prec), a_(m_, prec), ahat_(m_, prec),
-          bhat_(m_, prec), temps_(2, prec)
-    {
-        // w_j = exp(-2 pi i (j^2 mod 2n) / 2n).
-        ComplexArray roots(2 * n, prec);
-        unit_roots(roots.data(), 2 * n, 2 * n, prec);
-        for (size_t j = 0; j < n; ++j)
-            cset(w_[j], roots[mulmod(j, j, 2 * n)]);
-        for (size_t j = 0; j < m_; ++j)
-            czero(a_[j]);
-        for (size_t j = 0; j < n; ++j) {
-            cset(a_[j], w_[j]);
-            cconj(a_[j]);
-            if (j > 0) {
-                cset(a_[m_ - j], w_[j]);
-                cconj(a_[m_ - j]);
-            }
-        }
-        sub_.forward(bhat_.data(), a_.data());
-        for (size_t q = 0; q < m_; ++q) {
-            mpfr_div_ui(&bhat_[q].re, &bhat_[q].re, static_cast<unsigned long>(m_), MPFR_RNDN);
-            mpfr_div_ui(&bhat_[q].im, &bhat_[q].im, static_cast<unsigned long>(m_), MPFR_RNDN);
-        }
-    }
-
-    Complex *buffer() override { return x_.data(); }
-
-    void apply() override
-    {
-        Complex *x = x_.data();
-        mpfr_ptr t1 = temps_.real(0), t2 = temps_.real(1);
-        for (size_t j = 0; j < n_; ++j)
-            cmul(a_[j], x[j], w_[j], t1, t2);
-        for (size_t j = n_; j < m_; ++j)
-            czero(a_[j]);
-        sub_.forward(ahat_.data(), a_.data());
-        for (size_t q = 0; q < m_; ++q)
-            cmul_conj(ahat_[q], ahat_[q], bhat_[q], t1, t2);
-        sub_.forward(a_.data(), ahat_.data());
-        for (size_t k = 0; k < n_; ++k) {
-            cconj(a_[k]);
-            cmul(x[k], a_[k], w_[k], t1, t2);
-        }
-    }
-
-private:
-    size_t n_, m_;
-    ComplexPlan sub_;
-    ComplexArray x_, w_, a_, ahat_, bhat_, temps_;
 };
 
 // Rader's convolution made on integers.  With m = (p - 1)/2, g^m = -1 gives
@@ -497,9 +394,6 @@ ComplexPlan::ComplexPlan(size_t n, mpfr_prec_t prec) : n_(n), prec_(prec)
         else if (prime_method(p, prec) == PrimeMethod::Rader) {
             s.kind = Kind::Prime;
             s.prime = std::make_unique<Rader>(p, prec);
-        } else if (prime_method(p, prec) == PrimeMethod::Bluestein) {
-            s.kind = Kind::Prime;
-            s.prime = std::make_unique<Bluestein>(p, prec);
         } else if (prime_method(p, prec) == PrimeMethod::ExactRader) {
             s.kind = Kind::Prime;
             s.prime = std::make_unique<ExactRader>(p, prec);

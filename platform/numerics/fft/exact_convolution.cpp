@@ -68,18 +68,16 @@ int precision_class(mpfr_prec_t prec)
     return prec <= 2048 ? 2 : 3;
 }
 
-// Measured against the transforms of MPFR numbers (bench_fft): at 15 digits
-// one convolution of length m costs about 2 m log2(2m) + 8 m multiplications
-// of MPFR numbers (the conversions in and out are the 8 m).  The product of
-// integers grows about linearly with the precision, MPFR's multiplication
-// more slowly below a few hundred digits and faster above, so relative to
-// the MPFR arithmetic of the same precision the convolution costs 1.6 times
-// as much up to 512 bits, 2.6 times up to 2048 and 1.3 times above.
+// Measured (one apply, conversions included, against MPFR's multiplication
+// at the same precision, and the transforms' cost per unit of the model):
+// about m (c0 + c1 log2(2m)) units, the products of integers growing about
+// linearly with the precision and MPFR's multiplication more slowly below a
+// few hundred digits and faster above.
 double exact_convolution_cost(size_t m, mpfr_prec_t prec)
 {
-    static const double relative[] = {1.0, 1.3, 2.6, 1.3};
-    double base = 2.0 * double(m) * std::log2(2.0 * double(m)) + 8.0 * double(m);
-    return base * relative[precision_class(prec)];
+    static const double c0[] = {0.7, 0.0, 0.0, 10.4}, c1[] = {2.3, 3.5, 6.5, 2.6};
+    int k = precision_class(prec);
+    return double(m) * (c0[k] + c1[k] * std::log2(2.0 * double(m)));
 }
 
 ExactConvolution::ExactConvolution(size_t m, bool negacyclic, mpfr_srcptr kernel, size_t stride, mpfr_prec_t wp)

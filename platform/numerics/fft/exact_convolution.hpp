@@ -4,9 +4,8 @@
 // The convolutions inside the prime-length transforms (Rader's) have a
 // kernel fixed by the plan and data that change with every call.  Where the
 // convolution length has a large prime factor, a transform of that length
-// would need padding to twice the length or a further Rader or Bluestein
-// stage.  Here instead both sequences are put in fixed point with a common
-// binary scale each, their product is formed exactly as a product of
+// would need padding to twice the length or a further Rader stage.  Here
+// instead both sequences are put in fixed point with a binary scale each, their product is formed exactly as a product of
 // integer polynomials (FLINT's fmpz_poly_mul: Kronecker substitution into
 // one multiplication of large integers, whose cost grows almost linearly
 // with the number of bits), and the product is folded modulo x^m - 1 or

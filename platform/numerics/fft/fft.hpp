@@ -5,22 +5,23 @@
 // unscaled, by mixed-radix Cooley-Tukey decimation in time (Cooley & Tukey
 // 1965; the recursive form of Singleton 1969): n is split into radix-4 and
 // radix-2 stages, then its odd prime factors in increasing order.  An odd
-// prime factor p is a stage of p-point transforms made one of four ways,
+// prime factor p is a stage of p-point transforms made one of three ways,
 // whichever the cost model below finds cheapest at the plan's precision:
 //   - directly, pairing the terms j and p - j (about p^2 real multiplications
 //     per transform): every p up to a few tens;
 //   - by Rader's algorithm (Rader 1968): a cyclic convolution of length
 //     p - 1, made with a ComplexPlan of that length;
-//   - by Bluestein's chirp z-transform (Bluestein 1970): a convolution of
-//     length M >= 2p - 1 with M a product of 2, 3 and 5;
 //   - by Rader's algorithm with the convolution made on integers
 //     (exact_convolution.hpp): four real convolutions of length (p - 1)/2,
-//     whatever the factors of p - 1.
-// Every prime length is therefore O(p log p), and so is every length.
+//     whatever the factors of p - 1, each one product of large integers.
+// (A chirp z-transform, Bluestein's, needs transforms of twice the length;
+// the integer convolutions cost less at every precision.)  Every prime
+// length is therefore O(p log p) up to the cost of the integer products,
+// and so is every length.
 //
 // A plan is made once for a length and a precision: its tables of roots of
 // unity (each entry rounded once from a value 24 bits more precise, see
-// roots.cpp), the transformed convolution kernels of its Rader and Bluestein
+// roots.cpp), the transformed or integer convolution kernels of its Rader
 // stages, and every array its transforms work in.  A transform then
 // allocates nothing.
 #pragma once
@@ -47,7 +48,7 @@ std::vector<size_t> prime_factors(size_t n);
 // depend on the precision only through the cost of the integer
 // convolutions (exact_convolution.hpp).
 double plan_cost(size_t n, mpfr_prec_t prec);
-// How many Rader or Bluestein convolutions the plan of length n nests at its
+// How many Rader convolutions the plan of length n nests at its
 // deepest (each adds a transform's worth of rounding error).
 int plan_depth(size_t n, mpfr_prec_t prec);
 
@@ -104,14 +105,9 @@ public:
     virtual void apply() = 0;
 };
 
-// Which of the four ways the prime p is transformed by at prec bits (see above).
-enum class PrimeMethod { Direct, Rader, Bluestein, ExactRader };
+// Which of the three ways the prime p is transformed by at prec bits (see above).
+enum class PrimeMethod { Direct, Rader, ExactRader };
 PrimeMethod prime_method(size_t p, mpfr_prec_t prec);
-// The convolution length Bluestein's algorithm uses for length n.
-size_t bluestein_length(size_t n);
-// The product of 2, 3 and 5 in [lo, hi) whose plan the cost model finds
-// cheapest (0 when there is none).
-size_t cheapest_length(size_t lo, size_t hi);
 // a^e modulo m.
 size_t power_mod(size_t a, size_t e, size_t m);
 

@@ -23,19 +23,16 @@
 //   c_r = P_r + i Q_r,  P = u (*) Re b  (cyclic, length m),
 //                       Q = v (*) Im b  (negacyclic, length m),
 // with u_q = a_q + a_{q+m}, v_q = a_q - a_{q+m}, and c_{r+m} = conj(c_r).
-// Both real convolutions are made on integers (exact_convolution.hpp), or at
-// once as one complex cyclic convolution of z = u + i v: zero-padded to a
-// length N >= p - 2 that is a product of 2, 3 and 5 (one forward and one
-// inverse transform of N points, whatever the factors of p - 1), or unpadded
-// where m has small factors (below).  The Hermitian transform of a prime length is the same
-// convolution read the other way: with z_{g^q} = alpha_q + i beta_q (q < m),
+// Both real convolutions are made on integers (exact_convolution.hpp), or,
+// where m has small factors, by transforms of length m or m/2 (below).  The
+// Hermitian transform of a prime length is the same convolution read the
+// other way: with z_{g^q} = alpha_q + i beta_q (q < m),
 // y_{g^-r} = z_0 + 2 (P(alpha) - Q(beta))_r and
 // y_{-g^-r} = z_0 + 2 (P(alpha) + Q(beta))_r.
 //
 // Precision.  Every operation is made at a working precision of the output
 // precision (that of the current "Digits") plus 12 guard bits, plus a few
-// more with log log n and with every Rader or Bluestein convolution the
-// plan nests.  The normwise error of a transform in that arithmetic is a few
+// more with log log n and with every Rader convolution the plan nests.  The normwise error of a transform in that arithmetic is a few
 // times log2(n) units of the working precision, far below one unit of the
 // output precision; each result is then rounded once to the output
 // precision.  So each output is within half a unit in its last place plus a
@@ -65,7 +62,7 @@ namespace {
 //   Odd       the complex plan of length n;
 //   OddPrime  the real Rader convolution (n prime), made one of the four
 //             ways below;
-//   OddSplit  n = a b with b its largest prime factor: the a subsequences
+//   OddSplit  n = a b with b the prime factor that costs least: the a subsequences
 //             x_{j1 + a j2} (j2 < b) transformed as real data of length b,
 //             then the (b + 1)/2 columns k2 <= (b - 1)/2 combined by a
 //             complex plan of length a after the twiddles exp(-2 pi i j1 k2/n)
@@ -76,8 +73,6 @@ enum class Shape { Even, Odd, OddPrime, OddSplit };
 constexpr size_t kSmallestRealRader = 11;
 
 // How the real Rader convolution of the prime p (m = (p - 1)/2) is made.
-//   Padded      P and Q together as one complex convolution of z = u + i v,
-//               zero-padded to a length N >= p - 2 made of 2, 3 and 5;
 //   Cyclic      m odd: with the signs (-1)^q the negacyclic Q becomes a
 //               cyclic convolution, and P + i Q is one complex cyclic
 //               convolution of length m, unpadded;
@@ -87,24 +82,15 @@ constexpr size_t kSmallestRealRader = 11;
 //               negacyclic product of real sequences is a complex cyclic
 //               convolution of length m/2 after the twist exp(i pi q / m).
 //   Exact       P and Q each by one product of integer polynomials
-//               (exact_convolution.hpp), unpadded whatever the factors of m.
-// Unpadded, the convolutions cost about half as much where m has small
-// factors; on integers they cost less again at most precisions (the
-// products of large integers beat MPFR transforms), but not at a few
-// hundred digits where m is smooth.  The cost model chooses, at the plan's
-// precision.
-enum class RaderKind { Padded, Cyclic, RightAngle, Exact };
+//               (exact_convolution.hpp), whatever the factors of m.
+// On integers the convolutions cost less at most precisions (the products
+// of large integers beat MPFR transforms), but not at a few hundred digits
+// where m has small factors.  (Transforms zero-padded to about 2m points
+// would serve every m too, but cost more than the integers everywhere.)
+// The cost model chooses, at the plan's precision.  None: not a prime plan.
+enum class RaderKind { None, Cyclic, RightAngle, Exact };
 
-// The zero-padded length of the real Rader convolution for the prime p.
-size_t real_rader_length(size_t p) { return cheapest_length(p - 2, 2 * p); }
-
-double padded_rader_cost(size_t p, mpfr_prec_t prec)
-{
-    size_t nn = real_rader_length(p);
-    return 2 * plan_cost(nn, prec) + 3 * 5.2 * double(nn) + 2.4 * double(p);
-}
-
-double unpadded_rader_cost(size_t p, mpfr_prec_t prec)
+double transform_rader_cost(size_t p, mpfr_prec_t prec)
 {
     size_t m = (p - 1) / 2;
     if (m % 2 == 1)
@@ -122,30 +108,26 @@ double exact_rader_cost(size_t p, mpfr_prec_t prec)
 
 RaderKind rader_kind(size_t p, mpfr_prec_t prec)
 {
-    double padded = padded_rader_cost(p, prec), unpadded = unpadded_rader_cost(p, prec);
-    double exact = exact_rader_cost(p, prec);
-    if (exact <= std::min(padded, unpadded))
+    if (exact_rader_cost(p, prec) <= transform_rader_cost(p, prec))
         return RaderKind::Exact;
-    if (unpadded < padded)
-        return ((p - 1) / 2) % 2 == 1 ? RaderKind::Cyclic : RaderKind::RightAngle;
-    return RaderKind::Padded;
+    return ((p - 1) / 2) % 2 == 1 ? RaderKind::Cyclic : RaderKind::RightAngle;
 }
 
 double real_rader_cost(size_t p, mpfr_prec_t prec)
 {
-    return std::min({padded_rader_cost(p, prec), unpadded_rader_cost(p, prec), exact_rader_cost(p, prec)});
+    return std::min(transform_rader_cost(p, prec), exact_rader_cost(p, prec));
 }
 
 // The length of the complex plan of the real Rader convolution.
 size_t rader_plan_length(size_t p, mpfr_prec_t prec)
 {
     switch (rader_kind(p, prec)) {
-    case RaderKind::Padded: return real_rader_length(p);
     case RaderKind::Cyclic: return (p - 1) / 2;
     case RaderKind::RightAngle: return (p - 1) / 4;
-    case RaderKind::Exact: return 1;
+    case RaderKind::None:
+    case RaderKind::Exact: break;
     }
-    return real_rader_length(p);
+    return 1;
 }
 
 // The cost of a real transform of the prime p by the better of the two ways.
@@ -161,6 +143,27 @@ double split_cost(size_t a, size_t b, mpfr_prec_t prec)
            double(b + 1) / 2 * (plan_cost(a, prec) + 5.2 * double(a) + 2.4 * double(a));
 }
 
+// The prime factor b of the odd composite n whose split costs least, or 0
+// when the complex plan of length n costs less than every split.
+size_t split_factor(size_t n, mpfr_prec_t prec)
+{
+    std::vector<size_t> f = prime_factors(n);
+    if (n % 2 == 0 || f.size() < 2)
+        return 0;
+    size_t best = 0;
+    double best_cost = plan_cost(n, prec);
+    for (size_t i = 0; i < f.size(); ++i) {
+        if (i > 0 && f[i] == f[i - 1])
+            continue;
+        double cost = split_cost(n / f[i], f[i], prec);
+        if (cost < best_cost) {
+            best = f[i];
+            best_cost = cost;
+        }
+    }
+    return best;
+}
+
 Shape shape_of(size_t n, mpfr_prec_t prec)
 {
     if (n % 2 == 0)
@@ -173,10 +176,7 @@ Shape shape_of(size_t n, mpfr_prec_t prec)
             return Shape::Odd;
         return real_rader_cost(n, prec) < plan_cost(n, prec) ? Shape::OddPrime : Shape::Odd;
     }
-    size_t b = f.back();
-    if (b >= 3 && split_cost(n / b, b, prec) < plan_cost(n, prec))
-        return Shape::OddSplit;
-    return Shape::Odd;
+    return split_factor(n, prec) != 0 ? Shape::OddSplit : Shape::Odd;
 }
 
 // The length of the complex plan a real plan of length n uses.
@@ -186,7 +186,7 @@ size_t inner_length(size_t n, Shape shape, mpfr_prec_t prec)
     case Shape::Even: return n / 2;
     case Shape::Odd: return n;
     case Shape::OddPrime: return rader_plan_length(n, prec);
-    case Shape::OddSplit: return n / prime_factors(n).back();
+    case Shape::OddSplit: return n / split_factor(n, prec);
     }
     return n;
 }
@@ -196,13 +196,13 @@ size_t inner_length(size_t n, Shape shape, mpfr_prec_t prec)
 size_t io_length(size_t n, Shape shape, mpfr_prec_t prec)
 {
     size_t inner = inner_length(n, shape, prec);
-    RaderKind kind = shape == Shape::OddPrime ? rader_kind(n, prec) : RaderKind::Padded;
+    RaderKind kind = shape == Shape::OddPrime ? rader_kind(n, prec) : RaderKind::None;
     if (kind == RaderKind::RightAngle || kind == RaderKind::Exact)
         return std::max(inner, (n - 1) / 2);
     return inner;
 }
 
-// Rader or Bluestein convolutions nested in the real plan of length n.
+// Rader convolutions nested in the real plan of length n.
 long real_depth(size_t n, mpfr_prec_t prec)
 {
     Shape shape = shape_of(n, prec);
@@ -211,7 +211,7 @@ long real_depth(size_t n, mpfr_prec_t prec)
     case Shape::Odd: return plan_depth(inner_length(n, shape, prec), prec);
     case Shape::OddPrime: return plan_depth(inner_length(n, shape, prec), prec) + 1;
     case Shape::OddSplit:
-        return std::max<long>(plan_depth(inner_length(n, shape, prec), prec), real_depth(prime_factors(n).back(), prec));
+        return std::max<long>(plan_depth(inner_length(n, shape, prec), prec), real_depth(split_factor(n, prec), prec));
     }
     return 0;
 }
@@ -261,7 +261,7 @@ class RealPlan {
 public:
     RealPlan(size_t n, mpfr_prec_t wp, bool unitary = true)
         : n_(n), h_(n / 2), wp_(wp), shape_(shape_of(n, wp)),
-          rader_(shape_ == Shape::OddPrime ? rader_kind(n, wp) : RaderKind::Padded),
+          rader_(shape_ == Shape::OddPrime ? rader_kind(n, wp) : RaderKind::None),
           plan_(inner_length(n, shape_, wp), wp), in_(io_length(n, shape_, wp), wp), out_(io_length(n, shape_, wp), wp),
           temps_(8, wp)
     {
@@ -464,36 +464,27 @@ private:
         else if (rader_ == RaderKind::Exact)
             make_exact_kernel(roots);
         else
-            make_packed_kernel(roots);
+            make_cyclic_kernel(roots);
     }
 
-    // Padded and cyclic: the kernels kR (cyclic) and kI (negacyclic when
-    // padded, cyclic after the signs (-1)^q when not), transformed together
-    // as kR + i kI and separated, give the multipliers
+    // Cyclic (N = m odd): the kernels kR (cyclic) and kI (cyclic after the
+    // signs (-1)^q), transformed together as kR + i kI and separated, give
+    // the multipliers
     //   S_k = (KR_k + KI_k)/(2N),  D_k = (KR_k - KI_k)/(2N)
     // of W^_k = Z^_k S_k + conj(Z^_{N-k}) D_k, the transform of
     // P(u) + i Q(v) for z = u + i v.
-    void make_packed_kernel(const ComplexArray &roots)
+    void make_cyclic_kernel(const ComplexArray &roots)
     {
-        const size_t m = (n_ - 1) / 2, N = plan_.size();
+        const size_t N = plan_.size();
         // b_q = roots[g^-q]: Re b in the real parts, Im b in the imaginary
         // parts of in_ (kR + i kI).
-        for (size_t t = 0; t < N; ++t)
-            czero(in_[t]);
-        for (size_t t = 0; t < m; ++t) {
+        for (size_t t = 0; t < N; ++t) {
             const Complex &b = roots[gr_[t]];
             mpfr_set(&in_[t].re, &b.re, MPFR_RNDN);
-            if (rader_ == RaderKind::Cyclic && t % 2 == 1)
+            if (t % 2 == 1)
                 mpfr_neg(&in_[t].im, &b.im, MPFR_RNDN);
             else
                 mpfr_set(&in_[t].im, &b.im, MPFR_RNDN);
-        }
-        if (rader_ == RaderKind::Padded) {
-            for (size_t t = 1; t < m; ++t) {
-                const Complex &b = roots[gr_[m - t]];
-                mpfr_set(&in_[N - t].re, &b.re, MPFR_RNDN);
-                mpfr_neg(&in_[N - t].im, &b.im, MPFR_RNDN);
-            }
         }
         plan_.forward(out_.data(), in_.data());
         // Y = KR + i KI: with A = Y_k + conj(Y_{N-k}) = 2 KR_k and
@@ -593,13 +584,10 @@ private:
             exact_q_->apply(&in_[0].im, 2, &out_[0].im, 2);
             return;
         }
-        const size_t N = plan_.size(), m = (n_ - 1) / 2;
-        const bool cyclic = rader_ == RaderKind::Cyclic;
-        if (cyclic)
-            for (size_t q = 1; q < m; q += 2)
-                mpfr_neg(&in_[q].im, &in_[q].im, MPFR_RNDN);
-        for (size_t t = m; t < N; ++t)
-            czero(in_[t]);
+        // Cyclic: N = m.
+        const size_t N = plan_.size();
+        for (size_t q = 1; q < N; q += 2)
+            mpfr_neg(&in_[q].im, &in_[q].im, MPFR_RNDN);
         plan_.forward(out_.data(), in_.data());
         // in_ = conj(W^) for the inverse as a forward transform.
         Complex &T = temps_[1];
@@ -614,9 +602,8 @@ private:
             cconj(in_[k]);
         }
         plan_.forward(out_.data(), in_.data());
-        if (cyclic)
-            for (size_t r = 1; r < m; r += 2)
-                mpfr_neg(&out_[r].im, &out_[r].im, MPFR_RNDN);
+        for (size_t r = 1; r < N; r += 2)
+            mpfr_neg(&out_[r].im, &out_[r].im, MPFR_RNDN);
     }
 
     void right_angle_convolve()
@@ -738,7 +725,7 @@ private:
 
     void make_split()
     {
-        b_ = prime_factors(n_).back();
+        b_ = split_factor(n_, wp_);
         a_ = n_ / b_;
         sub_ = std::make_unique<RealPlan>(b_, wp_, false);
         // The half spectra of the a subsequences: columns k2 = 0 .. (b-1)/2.
@@ -962,16 +949,16 @@ std::string describe_real(size_t m, mpfr_prec_t wp)
     case Shape::OddPrime: {
         std::string inner = describe_plan(rader_plan_length(m, wp), wp);
         switch (rader_kind(m, wp)) {
-        case RaderKind::Padded: return std::to_string(m) + ":real-rader(" + inner + ")";
         case RaderKind::Cyclic: return std::to_string(m) + ":real-rader-cyclic(" + inner + ")";
         case RaderKind::Exact: return std::to_string(m) + ":real-rader-exact";
         case RaderKind::RightAngle:
             return std::to_string(m) + ":real-rader-right-angle(2 x (" + inner + "), " + inner + ")";
+        case RaderKind::None: break;
         }
         break;
     }
     case Shape::OddSplit: {
-        size_t b = prime_factors(m).back();
+        size_t b = split_factor(m, wp);
         return describe_plan(m / b, wp) + " x (" + describe_real(b, wp) + ")";
     }
     case Shape::Odd: break;
