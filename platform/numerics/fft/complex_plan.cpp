@@ -212,7 +212,18 @@ PrimeMethod prime_method(size_t p, mpfr_prec_t prec)
     return p <= kAlwaysDirect ? PrimeMethod::Direct : prime_choice(p, prec).method;
 }
 
-size_t power_mod(size_t a, size_t e, size_t m) { return powmod(a, e, m); }
+void rader_orders(size_t p, std::vector<size_t> &gq, std::vector<size_t> &gr)
+{
+    size_t g = primitive_root(p), ginv = powmod(g, p - 2, p);
+    gq.resize(p - 1);
+    gr.resize(p - 1);
+    for (size_t q = 0, a = 1, b = 1; q < p - 1; ++q) {
+        gq[q] = a;
+        gr[q] = b;
+        a = mulmod(a, g, p);
+        b = mulmod(b, ginv, p);
+    }
+}
 
 std::string describe_plan(size_t n, mpfr_prec_t prec)
 {
@@ -254,15 +265,7 @@ public:
         : l_(p - 1), sub_(p - 1, prec), x_(p, prec), a_(p - 1, prec), ahat_(p - 1, prec),
           bhat_(p - 1, prec), temps_(2, prec)
     {
-        size_t g = primitive_root(p), ginv = powmod(g, p - 2, p);
-        in_.resize(l_);
-        out_.resize(l_);
-        for (size_t q = 0, gq = 1, gr = 1; q < l_; ++q) {
-            in_[q] = gq;
-            out_[q] = gr;
-            gq = mulmod(gq, g, p);
-            gr = mulmod(gr, ginv, p);
-        }
+        rader_orders(p, in_, out_);
         ComplexArray roots(p, prec);
         unit_roots(roots.data(), p, p, prec);
         for (size_t q = 0; q < l_; ++q)
@@ -317,15 +320,7 @@ public:
     ExactRader(size_t p, mpfr_prec_t prec)
         : m_((p - 1) / 2), x_(p, prec), u_(m_, prec), v_(m_, prec), pc_(m_, prec), qc_(m_, prec), temps_(1, prec)
     {
-        size_t g = primitive_root(p), ginv = powmod(g, p - 2, p);
-        in_.resize(p - 1);
-        out_.resize(p - 1);
-        for (size_t q = 0, gq = 1, gr = 1; q < p - 1; ++q) {
-            in_[q] = gq;
-            out_[q] = gr;
-            gq = mulmod(gq, g, p);
-            gr = mulmod(gr, ginv, p);
-        }
+        rader_orders(p, in_, out_);
         ComplexArray roots(p, prec);
         unit_roots(roots.data(), p, p, prec);
         // beta in the real parts, gamma in the imaginary parts of u_ (for now).

@@ -108,8 +108,9 @@ public:
 // Which of the three ways the prime p is transformed by at prec bits (see above).
 enum class PrimeMethod { Direct, Rader, ExactRader };
 PrimeMethod prime_method(size_t p, mpfr_prec_t prec);
-// a^e modulo m.
-size_t power_mod(size_t a, size_t e, size_t m);
+// Rader's orders for the prime p: gq[q] = g^q and gr[q] = g^-q modulo p,
+// q = 0 .. p - 2, g the primitive root.
+void rader_orders(size_t p, std::vector<size_t> &gq, std::vector<size_t> &gr);
 
 // The plan of a complex transform of length n at prec bits in words: its
 // stage radices, outermost first, each prime stage with the plan of its

@@ -448,15 +448,7 @@ private:
     void make_rader_kernel()
     {
         const size_t p = n_;
-        size_t g = primitive_root(p), ginv = power_mod(g, p - 2, p);
-        gq_.resize(p - 1);
-        gr_.resize(p - 1);
-        for (size_t q = 0, a = 1, b = 1; q < p - 1; ++q) {
-            gq_[q] = a;
-            gr_[q] = b;
-            a = a * g % p;
-            b = b * ginv % p;
-        }
+        rader_orders(p, gq_, gr_);
         ComplexArray roots(p, wp_);
         unit_roots(roots.data(), p, p, wp_);
         if (rader_ == RaderKind::RightAngle)
