@@ -481,6 +481,37 @@ TEST(RealFourierTransform, IntegerConvolutionsKeepDataOfWidelySpreadMagnitudes)
     }
 }
 
+// Scaling the data by a power of two scales every result by the same
+// power, bit for bit, far outside the range of doubles: the fixed point of
+// the integer convolutions is taken below the data's own largest value.
+TEST(RealFourierTransform, ResultsScaleExactlyWithPowersOfTwo)
+{
+    DigitsScope d(15);
+    for (size_t n : {size_t(31), size_t(2 * 101), size_t(1031), size_t(64)}) {
+        std::vector<TalvoFloat> x = random_floats(n, 5 * n);
+        std::vector<TalvoFloat> fx = x;
+        forward(fx);
+        for (long k : {-1000000L, -3000L, 3000L, 1000000L}) {
+            // New floats: the vectors' elements are handles to shared values.
+            std::vector<TalvoFloat> y;
+            for (const TalvoFloat &v : x) {
+                ALGEB f = talvo_float_new(talvo_float_precision());
+                mpfr_mul_2si(talvo_float_mpfr(f), v.mpfr(), k, MPFR_RNDN);
+                y.push_back(TalvoFloat::from_handle(f));
+            }
+            forward(y);
+            for (size_t j = 0; j < n; ++j) {
+                mpfr_t back;
+                mpfr_init2(back, mpfr_get_prec(y[j].mpfr()));
+                mpfr_mul_2si(back, y[j].mpfr(), -k, MPFR_RNDN);
+                EXPECT_TRUE(mpfr_equal_p(back, fx[j].mpfr()) || (mpfr_zero_p(back) && mpfr_zero_p(fx[j].mpfr())))
+                    << "n = " << n << ", 2^" << k << ", output " << j;
+                mpfr_clear(back);
+            }
+        }
+    }
+}
+
 TEST(RealFourierTransform, PlansOfTheLongLengths)
 {
     {
