@@ -525,6 +525,32 @@ TEST(NumericsExtremes, HugeShapesNearTheMeanAnswerQuickly)
     }
 }
 
+// Points whose series would peak beyond 2^63 terms: the index of the peak
+// is compared with the term limit as a double and never converted (the
+// conversion of 5.6e92 to an integer is undefined; clang's sanitizer stopped
+// there), and the call answers or refuses as too costly at once.
+TEST(NumericsExtremes, SeriesPeaksBeyondTheIntegersAnswerOrRefuseAtOnce)
+{
+    for (int digits : {10, 30}) {
+        DigitsScope d(digits);
+        const std::vector<std::pair<std::string, std::vector<std::string>>> calls = {
+            {"g01efc_L", {"5.6133377479607684e+112", "1e-400", "1e20"}},
+            {"g01efc_U", {"5.6133377479607684e+112", "1e-400", "1e20"}},
+            {"g01efc_L", {"1e300", "0.5", "1"}},
+            {"g01efc_L", {"1e25", "3", "1"}},
+        };
+        for (const auto &[key, args] : calls) {
+            const std::string where = key + "(" + Join(args) + ") at " + std::to_string(digits);
+            Outcome o = RunCase(key, args);
+            EXPECT_TRUE(o.code == NE_NOERROR || o.code == NE_TOO_COSTLY) << where << ": " << o.message;
+            if (o.code == NE_TOO_COSTLY) {
+                EXPECT_NE(o.message.find("too large for this precision"), std::string::npos) << where;
+            }
+            EXPECT_LT(o.seconds, kSlowest / 30) << where;
+        }
+    }
+}
+
 TEST(NumericsExtremes, ShapesBelowTheDoubleRangeAnswerOrRefuseQuickly)
 {
     DigitsScope d(27);

@@ -127,7 +127,7 @@ Side plan_side(const ShapeEstimate &ps, const ShapeEstimate &qs, DoubleLog ul, D
             return false;
         return log_term(s, nn) - std::log1p(-rho) <= want;
     };
-    s.terms = first_true_from(static_cast<slong>(s.peak) + 1, kMaxSeriesTerms, done);
+    s.terms = first_true_from(index_after(s.peak, kMaxSeriesTerms), kMaxSeriesTerms, done);
     return s;
 }
 

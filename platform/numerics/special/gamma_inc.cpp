@@ -121,7 +121,7 @@ slong lower_terms(double a, double x, double lx, slong goal)
             return false;
         return lower_log_term(a, lx, static_cast<double>(n)) - std::log1p(-rho) <= want;
     };
-    return first_true_from(static_cast<slong>(peak) + 1, kMaxSeriesTerms, done);
+    return first_true_from(index_after(peak, kMaxSeriesTerms), kMaxSeriesTerms, done);
 }
 
 // Terms of the upper series for a remainder below 2^-(goal+6) of the sum

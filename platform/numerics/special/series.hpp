@@ -71,11 +71,22 @@ slong first_true(slong lo, slong hi, F &&f)
     return lo;
 }
 
+// The index after the largest term of a series, at the double k, for a
+// search of terms up to `limit`: limit + 1 (nothing left to search) when k
+// is not below the limit or is not a number, so that a huge k is never
+// converted to an integer.
+inline slong index_after(double k, slong limit)
+{
+    return k < static_cast<double>(limit) ? static_cast<slong>(k) + 1 : limit + 1;
+}
+
 // The smallest n >= lo with f(n) true, for f false..false true..true, found by
 // doubling a step and then bisecting; returns -1 when n would pass `limit`.
 template <class F>
 slong first_true_from(slong lo, slong limit, F &&f)
 {
+    if (lo > limit)
+        return -1;
     if (f(lo))
         return lo;
     slong step = 1;
