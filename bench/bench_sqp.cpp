@@ -169,8 +169,14 @@ struct Entry {
     const char *optimum;
 };
 
+// The like-for-like counts of one set of problems: no more iterations and no
+// more evaluations than SLSQP, at ftol 1e-6 and 1e-12, out of count.
+struct Tally {
+    int it = 0, ev = 0, it_t = 0, ev_t = 0, count = 0;
+};
+
 // Sections 1 and 2 for one set of problems.
-void Compare(const char *title, const std::vector<Entry> &set, const std::map<std::string, Peer> &loose,
+Tally Compare(const char *title, const std::vector<Entry> &set, const std::map<std::string, Peer> &loose,
              const std::map<std::string, Peer> &tight)
 {
     std::printf("\n%s\nDigits 15: e04uca against SLSQP (double, exact derivatives; ftol 1e-6 / 1e-12)\n", title);
@@ -257,6 +263,7 @@ void Compare(const char *title, const std::vector<Entry> &set, const std::map<st
     std::printf("like for like: no more iterations on %d of %d (1e-6) and %d of %d (1e-12); no more evaluations on %d "
                 "and %d of %d\n",
                 lfl_it, count, lfl_it_t, count, lfl_ev, lfl_ev_t, count);
+    return {lfl_it, lfl_ev, lfl_it_t, lfl_ev_t, count};
 }
 
 } // namespace
@@ -273,8 +280,14 @@ int main(int argc, char **argv)
         core.push_back({p, kOptimum.at(p.id)});
     for (auto &[p, want] : hs::text::ExtraProblems())
         extra.push_back({p, want});
-    Compare("the problems of the tests", core, loose, tight);
-    Compare("further problems of the collection (not used in the solver's design)", extra, loose, tight);
+    const Tally a = Compare("the problems of the tests", core, loose, tight);
+    const Tally b = Compare("further problems of the collection (not used in the solver's design)", extra, loose, tight);
+    const int all = a.count + b.count;
+    auto pct = [all](int k) { return all > 0 ? 100.0 * k / all : 0.0; };
+    std::printf("\nall %d problems, like for like: no more iterations than SLSQP on %d (%.0f%%) at ftol 1e-6 and %d "
+                "(%.0f%%) at 1e-12;\n  no more evaluations on %d (%.0f%%) and %d (%.0f%%)\n",
+                all, a.it + b.it, pct(a.it + b.it), a.it_t + b.it_t, pct(a.it_t + b.it_t), a.ev + b.ev,
+                pct(a.ev + b.ev), a.ev_t + b.ev_t, pct(a.ev_t + b.ev_t));
 
     std::printf("\nMajor iterations, evaluations and time per solve (ms) at Digits 15, 50, 100\n%-6s %20s %20s %20s\n",
                 "", "15", "50", "100");

@@ -288,7 +288,8 @@ inline Hs FromText(const char *id, int n, const char *objective, const std::vect
 
 // Problems of the collection not in tests/numerics/hs_problems.hpp, with
 // their best known optimal values (25 digits where refined; HS116 is
-// degenerate and its value has 11).
+// degenerate and its value has 11; HS118, a convex quadratic program with
+// an integral solution, has its exact value).
 inline std::vector<std::pair<Hs, const char *>> ExtraProblems()
 {
     const double I = kInf;
@@ -370,6 +371,24 @@ inline std::vector<std::pair<Hs, const char *>> ExtraProblems()
                            {1, 1, 1, 0.1, 0.9, 0.9, 1000, 1000, 1000, 500, 150, 150, 150},
                            {0.5, 0.8, 0.9, 0.1, 0.14, 0.5, 489, 80, 650, 450, 150, 150, 150}),
                   "97.587509558"});
+    ps.push_back({FromText("HS118", 15,
+                           "2.3*x1 + 0.0001*x1^2 + 1.7*x2 + 0.0001*x2^2 + 2.2*x3 + 0.00015*x3^2 + "
+                           "2.3*x4 + 0.0001*x4^2 + 1.7*x5 + 0.0001*x5^2 + 2.2*x6 + 0.00015*x6^2 + "
+                           "2.3*x7 + 0.0001*x7^2 + 1.7*x8 + 0.0001*x8^2 + 2.2*x9 + 0.00015*x9^2 + "
+                           "2.3*x10 + 0.0001*x10^2 + 1.7*x11 + 0.0001*x11^2 + 2.2*x12 + 0.00015*x12^2 + "
+                           "2.3*x13 + 0.0001*x13^2 + 1.7*x14 + 0.0001*x14^2 + 2.2*x15 + 0.00015*x15^2",
+                           {{false, "x4 - x1 + 7"}, {false, "6 - x4 + x1"}, {false, "x5 - x2 + 7"}, {false, "7 - x5 + x2"},
+                            {false, "x6 - x3 + 7"}, {false, "6 - x6 + x3"}, {false, "x7 - x4 + 7"}, {false, "6 - x7 + x4"},
+                            {false, "x8 - x5 + 7"}, {false, "7 - x8 + x5"}, {false, "x9 - x6 + 7"}, {false, "6 - x9 + x6"},
+                            {false, "x10 - x7 + 7"}, {false, "6 - x10 + x7"}, {false, "x11 - x8 + 7"}, {false, "7 - x11 + x8"},
+                            {false, "x12 - x9 + 7"}, {false, "6 - x12 + x9"}, {false, "x13 - x10 + 7"}, {false, "6 - x13 + x10"},
+                            {false, "x14 - x11 + 7"}, {false, "7 - x14 + x11"}, {false, "x15 - x12 + 7"}, {false, "6 - x15 + x12"},
+                            {false, "x1 + x2 + x3 - 60"}, {false, "x4 + x5 + x6 - 50"}, {false, "x7 + x8 + x9 - 70"}, {false, "x10 + x11 + x12 - 85"},
+                            {false, "x13 + x14 + x15 - 100"}},
+                           {8, 43, 3, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0},
+                           {21, 57, 16, 90, 120, 60, 90, 120, 60, 90, 120, 60, 90, 120, 60},
+                           {20, 55, 15, 20, 60, 20, 20, 60, 20, 20, 60, 20, 20, 60, 20}),
+                  "664.82045"});
     return ps;
 }
 
