@@ -9,11 +9,19 @@
 // 32 - k bits and drawn again while it exceeds i.  On average fewer than two
 // integers are drawn per element.
 //
-// The draws of the next 64 steps are made ahead of their exchanges, in the
-// same order, so the stream is used exactly as the plain loop uses it; the
-// elements they name are fetched into the cache meanwhile, which is what
-// keeps a shuffle of a large array from waiting on memory at every step
-// (64 steps of a few nanoseconds each cover a memory access).
+// The exchanges wait on memory, the draws on their rejection branch; the
+// loop keeps the two apart.  Integers are drawn in runs, as many at a time
+// as there are steps still without their j (each of those steps takes at
+// least one more integer, so the stream is used exactly as the plain loop
+// uses it and never beyond), and a run is turned into the j's of the steps
+// it serves without a branch: each integer, shifted, is written to a queue
+// and kept by advancing the queue's end only when it is accepted.  The
+// exchanges then run over the queue, each one asking the cache for the
+// element named kAhead steps later, so that a shuffle of a large array does
+// not wait on memory at every step: kAhead steps of a few nanoseconds each
+// cover a memory access, and one request per exchange, rather than a burst
+// of them after each run of draws, keeps the core's outstanding misses few
+// enough that the draws in between are not held up.
 //
 // The entry copies the array (a non-dense array into dense rectangular
 // storage) and shuffles the copy; the data are never changed.
@@ -30,66 +38,66 @@
 
 namespace {
 
-// Draws the indices of the steps i = n-1, n-2, ..., 1 in turn.
-class IndexDraws {
-public:
-    explicit IndexDraws(uint32_t n) : m_i(n - 1), m_bits(std::bit_width(m_i)) {}
-    bool done() const { return m_i == 0; }
-    // j for the current step, uniform in 0..i; then the next step.
-    uint32_t next()
-    {
-        while (m_bits > 1 && (uint32_t(1) << (m_bits - 1)) - 1 >= m_i)
-            --m_bits;
-        uint32_t j;
-        do {
-            j = static_cast<uint32_t>(STATS_TalvoRandomStream_MP::NextInteger()) >> (32 - m_bits);
-        } while (j > m_i);
-        --m_i;
-        return j;
-    }
+constexpr uint32_t kAhead = 64, kRun = 64, kQueue = 256;
+// The queue holds fewer than 2 kAhead j's when a run starts, and a run adds
+// at most kRun.
+static_assert(2 * kAhead - 1 + kRun <= kQueue);
 
-private:
-    uint32_t m_i;
-    int m_bits; // k of the mask 2^k - 1
-};
-
+// Fisher-Yates over elements of width W (W = 0: width bytes each).
 template <size_t W>
-void ShuffleFixed(char *block, uint32_t n, char *tmp)
+void ShuffleBlock(char *block, uint32_t n, size_t width, char *tmp)
 {
-    constexpr uint32_t kAhead = 64;
-    IndexDraws draws(n);
-    uint32_t ring[kAhead];
-    uint32_t ahead = 0;
-    // Steps i = n-1 .. 1; ring[(n-1-i) % kAhead] holds the j of step i.
-    while (ahead < kAhead && !draws.done()) {
-        uint32_t j = draws.next();
-        __builtin_prefetch(block + static_cast<size_t>(j) * W, 1);
-        ring[ahead++ % kAhead] = j;
-    }
-    uint32_t step = 0;
-    for (uint32_t i = n - 1; i >= 1; --i, ++step) {
-        uint32_t j = ring[step % kAhead];
-        if (!draws.done()) {
-            uint32_t next = draws.next();
-            __builtin_prefetch(block + static_cast<size_t>(next) * W, 1);
-            ring[ahead++ % kAhead] = next;
+    if (W != 0)
+        width = W;
+    uint32_t queue[kQueue];
+    uint32_t begin = 0, end = 0, fetched = 0;
+    uint32_t drawn = n - 1; // the step whose j is drawn next; 0 when all are
+    // Draws runs until 2 kAhead steps have their j, or every step has.  At
+    // most `run` integers of a run are accepted, so drawn stays at least 1
+    // until the last one: the shift is at most 31.
+    auto fill = [&]() {
+        while (end - begin < 2 * kAhead && drawn > 0) {
+            const uint32_t run = drawn < kRun ? drawn : kRun;
+            uint32_t ints[kRun];
+            for (uint32_t k = 0; k < run; ++k)
+                ints[k] = static_cast<uint32_t>(STATS_TalvoRandomStream_MP::NextInteger());
+            // Integer k is kept as the j of the step `drawn` when it is at
+            // most drawn, without a branch.
+            auto take = [&](uint32_t j) {
+                const uint32_t keep = j <= drawn;
+                queue[end % kQueue] = j;
+                end += keep;
+                drawn -= keep;
+            };
+            // The mask of a run is usually that of its first step: then the
+            // shift is worked out once, off the chain of dependent steps.
+            const int bits = static_cast<int>(std::bit_width(drawn));
+            if (static_cast<int>(std::bit_width(drawn - run + 1)) == bits)
+                for (uint32_t k = 0; k < run; ++k)
+                    take(ints[k] >> (32 - bits));
+            else
+                for (uint32_t k = 0; k < run; ++k)
+                    take(ints[k] >> (32 - std::bit_width(drawn)));
         }
-        char *a = block + static_cast<size_t>(i) * W, *b = block + static_cast<size_t>(j) * W;
-        std::memcpy(tmp, a, W);
-        std::memcpy(a, b, W);
-        std::memcpy(b, tmp, W);
-    }
-}
-
-void ShuffleAnyWidth(char *block, uint32_t n, size_t width, char *tmp)
-{
-    IndexDraws draws(n);
-    for (uint32_t i = n - 1; i >= 1; --i) {
-        uint32_t j = draws.next();
-        char *a = block + static_cast<size_t>(i) * width, *b = block + static_cast<size_t>(j) * width;
-        std::memcpy(tmp, a, width);
-        std::memcpy(a, b, width);
-        std::memcpy(b, tmp, width);
+    };
+    fill();
+    for (; fetched != end && fetched - begin < kAhead; ++fetched)
+        __builtin_prefetch(block + static_cast<size_t>(queue[fetched % kQueue]) * width, 1);
+    uint32_t i = n - 1;
+    while (i >= 1) {
+        for (uint32_t c = 0; c < kAhead && i >= 1; ++c, --i) {
+            if (fetched != end) {
+                __builtin_prefetch(block + static_cast<size_t>(queue[fetched % kQueue]) * width, 1);
+                ++fetched;
+            }
+            const uint32_t j = queue[begin % kQueue];
+            ++begin;
+            char *a = block + static_cast<size_t>(i) * width, *b = block + static_cast<size_t>(j) * width;
+            std::memcpy(tmp, a, W != 0 ? W : width);
+            std::memcpy(a, b, W != 0 ? W : width);
+            std::memcpy(b, tmp, W != 0 ? W : width);
+        }
+        fill();
     }
 }
 
@@ -101,12 +109,12 @@ void STATS_Shuffle_MP(TKernelVector, char *block, unsigned n, unsigned width)
         return;
     std::vector<char> tmp(width > 0 ? width : 1);
     switch (width) {
-    case 1: ShuffleFixed<1>(block, n, tmp.data()); break;
-    case 2: ShuffleFixed<2>(block, n, tmp.data()); break;
-    case 4: ShuffleFixed<4>(block, n, tmp.data()); break;
-    case 8: ShuffleFixed<8>(block, n, tmp.data()); break;
-    case 16: ShuffleFixed<16>(block, n, tmp.data()); break;
-    default: ShuffleAnyWidth(block, n, width, tmp.data()); break;
+    case 1: ShuffleBlock<1>(block, n, width, tmp.data()); break;
+    case 2: ShuffleBlock<2>(block, n, width, tmp.data()); break;
+    case 4: ShuffleBlock<4>(block, n, width, tmp.data()); break;
+    case 8: ShuffleBlock<8>(block, n, width, tmp.data()); break;
+    case 16: ShuffleBlock<16>(block, n, width, tmp.data()); break;
+    default: ShuffleBlock<0>(block, n, width, tmp.data()); break;
     }
 }
 

@@ -53,14 +53,15 @@ TEST(DataprepShuffle, NothingDrawnForFewerThanTwo)
 }
 
 // The masks of a long shuffle: the stream is used exactly as the plain loop
-// uses it, however far the draws run ahead of the exchanges.
-TEST(DataprepShuffle, DrawsAheadUseTheStreamInOrder)
+// uses it, however far the draws run ahead of the exchanges, for every
+// element width (the fixed ones and the general path) and lengths whose runs
+// of draws cross the powers of two, where the mask changes within a run.
+void ExpectThePlainLoop(unsigned n, unsigned width)
 {
-    const unsigned n = 1000;
     std::vector<int32_t> ints;
     std::vector<unsigned> expected(n);
     std::iota(expected.begin(), expected.end(), 0u);
-    uint32_t state = 12345;
+    uint32_t state = 12345 + n + width;
     for (unsigned i = n - 1; i >= 1; --i) {
         int k = 32 - __builtin_clz(i);
         for (;;) {
@@ -74,13 +75,32 @@ TEST(DataprepShuffle, DrawsAheadUseTheStreamInOrder)
         }
     }
     ReplayStream replay;
-    for (int32_t x : ints)
-        replay.ints({x});
-    std::vector<unsigned> v(n);
-    std::iota(v.begin(), v.end(), 0u);
-    STATS_Shuffle_MP(kv(), reinterpret_cast<char *>(v.data()), n, sizeof(unsigned));
-    EXPECT_EQ(v, expected);
-    EXPECT_TRUE(replay.exhausted());
+    replay.ints(ints);
+    // Element e holds e in its first four bytes and e's low byte after them.
+    std::vector<char> block(size_t(n) * width);
+    auto label = [&](unsigned e, char *at) {
+        for (unsigned b = 0; b < width; ++b)
+            at[b] = b < 4 ? char(e >> (8 * b)) : char(e * 31 + b);
+    };
+    for (unsigned e = 0; e < n; ++e)
+        label(e, &block[size_t(e) * width]);
+    STATS_Shuffle_MP(kv(), block.data(), n, width);
+    std::vector<char> want(width);
+    unsigned wrong = 0;
+    for (unsigned i = 0; i < n; ++i) {
+        label(expected[i], want.data());
+        wrong += std::memcmp(&block[size_t(i) * width], want.data(), width) != 0;
+    }
+    EXPECT_EQ(wrong, 0u) << "n " << n << ", width " << width;
+    EXPECT_TRUE(replay.exhausted()) << "n " << n << ", width " << width;
+}
+
+TEST(DataprepShuffle, DrawsAheadUseTheStreamInOrder)
+{
+    for (unsigned width : {1u, 2u, 3u, 4u, 8u, 16u, 24u})
+        for (unsigned n : {2u, 3u, 65u, 66u, 129u, 1000u, 70000u})
+            if (width >= 4 || n <= (1u << (8 * width)))
+                ExpectThePlainLoop(n, width);
 }
 
 // Pearson's statistic of the counts of the k! permutations.

@@ -13,6 +13,7 @@
 #include "talvo_float.hpp"
 
 #include <deque>
+#include <vector>
 #include <string>
 
 namespace stats::test {
@@ -94,6 +95,11 @@ public:
     ReplayStream &ints(std::initializer_list<int32_t> v)
     {
         ints_.insert(ints_.end(), v);
+        return *this;
+    }
+    ReplayStream &ints(const std::vector<int32_t> &v)
+    {
+        ints_.insert(ints_.end(), v.begin(), v.end());
         return *this;
     }
     // Uniforms as decimal text, made floats at the precision of the draw.
