@@ -271,43 +271,38 @@ Tally Compare(const char *title, const std::vector<Entry> &set, const std::map<s
 
 int main(int argc, char **argv)
 {
-    if (argc > 2 && std::string(argv[1]) == "--trace") {
-        // The iterates of one problem at Digits 15: the solve stopped after
-        // 1, 2, ... major iterations, each with its objective error.
-        talvo_float_set_digits(15);
-        std::vector<Entry> all;
-        for (const Hs &p : Problems())
-            all.push_back({p, kOptimum.at(p.id)});
-        for (auto &[p, want] : hs::text::ExtraProblems())
-            all.push_back({p, want});
-        for (const Entry &e : all) {
-            if (e.p.id != argv[2])
-                continue;
-            const Outcome full = Solve(e.p);
-            const TalvoFloat want = Parse(e.optimum);
-            for (long k = 1; k <= full.iter; ++k) {
-                Vec xk, g(size_t(e.p.n));
-                const Outcome o = Solve(e.p, k, &xk);
-                const TalvoFloat fk = e.p.f(xk.data(), g.data());
-                std::printf("k=%ld evals=%ld err=%.3e viol=%.2e x=", k, o.calls, fabs(fk - want).to_double(),
-                            Violation(e.p, xk));
-                for (const TalvoFloat &v : xk)
-                    std::printf(" %.12g", v.to_double());
-                std::printf("\n");
-            }
-        }
-        return 0;
-    }
-    const std::string script = argc > 1 ? argv[1] : "bench/sqp_scipy.py";
-    const auto loose = RunScipy(script, "1e-6"), tight = RunScipy(script, "1e-12");
-    if (loose.empty())
-        std::printf("(SciPy not run: %s not found or SciPy missing)\n", script.c_str());
     talvo_float_set_digits(15);
     std::vector<Entry> core, extra;
     for (const Hs &p : Problems())
         core.push_back({p, kOptimum.at(p.id)});
     for (auto &[p, want] : hs::text::ExtraProblems())
         extra.push_back({p, want});
+    if (argc > 2 && std::string(argv[1]) == "--trace") {
+        // The iterates of one problem at Digits 15: the solve stopped after
+        // 1, 2, ... major iterations, each with its objective error.
+        for (const std::vector<Entry> *set : {&core, &extra})
+            for (const Entry &e : *set) {
+                if (e.p.id != argv[2])
+                    continue;
+                const Outcome full = Solve(e.p);
+                const TalvoFloat want = Parse(e.optimum);
+                for (long k = 1; k <= full.iter; ++k) {
+                    Vec xk, g(size_t(e.p.n));
+                    const Outcome o = Solve(e.p, k, &xk);
+                    const TalvoFloat fk = e.p.f(xk.data(), g.data());
+                    std::printf("k=%ld evals=%ld err=%.3e viol=%.2e x=", k, o.calls, fabs(fk - want).to_double(),
+                                Violation(e.p, xk));
+                    for (const TalvoFloat &v : xk)
+                        std::printf(" %.12g", v.to_double());
+                    std::printf("\n");
+                }
+            }
+        return 0;
+    }
+    const std::string script = argc > 1 ? argv[1] : "bench/sqp_scipy.py";
+    const auto loose = RunScipy(script, "1e-6"), tight = RunScipy(script, "1e-12");
+    if (loose.empty())
+        std::printf("(SciPy not run: %s not found or SciPy missing)\n", script.c_str());
     const Tally a = Compare("the problems of the tests", core, loose, tight);
     const Tally b = Compare("further problems of the collection (not used in the solver's design)", extra, loose, tight);
     const int all = a.count + b.count;

@@ -47,8 +47,7 @@ static_assert(2 * kAhead - 1 + kRun <= kQueue);
 template <size_t W>
 void ShuffleBlock(char *block, uint32_t n, size_t width, char *tmp)
 {
-    if (W != 0)
-        width = W;
+    const size_t w = W != 0 ? W : width; // a constant for the fixed widths
     uint32_t queue[kQueue];
     uint32_t begin = 0, end = 0, fetched = 0;
     uint32_t drawn = n - 1; // the step whose j is drawn next; 0 when all are
@@ -80,22 +79,25 @@ void ShuffleBlock(char *block, uint32_t n, size_t width, char *tmp)
                     take(ints[k] >> (32 - std::bit_width(drawn)));
         }
     };
+    // Asks the cache for the element of the next queued j not yet asked for.
+    auto request = [&]() {
+        __builtin_prefetch(block + static_cast<size_t>(queue[fetched % kQueue]) * w, 1);
+        ++fetched;
+    };
     fill();
-    for (; fetched != end && fetched - begin < kAhead; ++fetched)
-        __builtin_prefetch(block + static_cast<size_t>(queue[fetched % kQueue]) * width, 1);
+    while (fetched != end && fetched - begin < kAhead)
+        request();
     uint32_t i = n - 1;
     while (i >= 1) {
         for (uint32_t c = 0; c < kAhead && i >= 1; ++c, --i) {
-            if (fetched != end) {
-                __builtin_prefetch(block + static_cast<size_t>(queue[fetched % kQueue]) * width, 1);
-                ++fetched;
-            }
+            if (fetched != end)
+                request();
             const uint32_t j = queue[begin % kQueue];
             ++begin;
-            char *a = block + static_cast<size_t>(i) * width, *b = block + static_cast<size_t>(j) * width;
-            std::memcpy(tmp, a, W != 0 ? W : width);
-            std::memcpy(a, b, W != 0 ? W : width);
-            std::memcpy(b, tmp, W != 0 ? W : width);
+            char *a = block + static_cast<size_t>(i) * w, *b = block + static_cast<size_t>(j) * w;
+            std::memcpy(tmp, a, w);
+            std::memcpy(a, b, w);
+            std::memcpy(b, tmp, w);
         }
         fill();
     }

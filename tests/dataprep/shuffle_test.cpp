@@ -76,7 +76,8 @@ void ExpectThePlainLoop(unsigned n, unsigned width)
     }
     ReplayStream replay;
     replay.ints(ints);
-    // Element e holds e in its first four bytes and e's low byte after them.
+    // Element e holds e's low bytes in its first four bytes (as many as fit)
+    // and bytes made from e after them.
     std::vector<char> block(size_t(n) * width);
     auto label = [&](unsigned e, char *at) {
         for (unsigned b = 0; b < width; ++b)

@@ -13,8 +13,8 @@
 #include "talvo_float.hpp"
 
 #include <deque>
-#include <vector>
 #include <string>
+#include <vector>
 
 namespace stats::test {
 
