@@ -105,25 +105,36 @@ inline ALGEB as_handle(TalvoFloatObject *o) { return reinterpret_cast<ALGEB>(o);
 // The collector's own small-object path costs more than an addition at low
 // precision (a thread-local lookup through the dynamic linker each time), so
 // objects of the current size are taken from the collector a batch at a time
-// (GC_generic_malloc_many, pointer-free kind) and handed out from a cache.
-// The cache array is uncollectable memory, which the collector scans, so every
-// object waiting in it stays reachable; a slot is cleared when its object is
-// handed out.  A batch is at most one heap block of objects; anything beyond
-// the cache's capacity is simply left to the collector.
-constexpr size_t kCacheSlots = 512;
-constexpr size_t kCacheMaxBytes = 2048; // larger objects come one at a time
+// (GC_generic_malloc_many, pointer-free kind: one heap block of free objects,
+// each object's first word linking to the next) and handed out one by one
+// from the head of that list.
+//
+// The objects waiting in the list are referred to by nothing the collector
+// traces (it does not read the links of pointer-free objects), so a
+// collection reclaims them.  The list is therefore used only while the
+// collector's count of collections is the one it had when the batch was
+// taken; after a collection what is left of it is dropped unread, and the
+// next request takes a fresh batch.
+constexpr size_t kBatchMaxBytes = 2048; // larger objects come one at a time
+constexpr uintptr_t kBlockBytes = 4096;  // the collector's heap block
 constexpr size_t kGranule = 2 * sizeof(void *);
 
-void **g_cache = nullptr;  // kCacheSlots entries
-size_t g_cache_count = 0;  // objects waiting in g_cache[0 .. count)
-size_t g_cache_bytes = 0;  // their request size
+void *g_next_free = nullptr; // the next object of the batch, or null
+size_t g_batch_bytes = 0;    // the request size of the batch's objects
+GC_word g_batch_gc = 0;      // the collection count when it was taken
 
-void flush_cache()
+// The collector's count of completed collections, read directly: the getter
+// is a call into the collector on every allocation.  The variable is
+// deprecated in favour of that getter but remains exported.
+inline GC_word collections()
 {
-    if (g_cache != nullptr)
-        std::memset(static_cast<void *>(g_cache), 0, g_cache_count * sizeof(void *));
-    g_cache_count = 0;
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+    return GC_gc_no;
+#pragma GCC diagnostic pop
 }
+
+void flush_cache() { g_next_free = nullptr; }
 
 // The collector found no memory for a request of `bytes`.
 [[noreturn]] __attribute__((noinline)) void out_of_memory(size_t bytes)
@@ -168,57 +179,57 @@ __attribute__((noinline)) void *refill_and_take(size_t bytes)
     // the live data has been allocated since the last collection) whatever
     // the size of the heap, and the heap stays at the size the live data and
     // that pace need.
-    g_batched_bytes += kCacheSlots * bytes;
+    g_next_free = nullptr;
+    g_batched_bytes += kBlockBytes; // a batch is at most one heap block
     if (g_batched_bytes >= kPollBytes) {
         g_batched_bytes = 0;
         GC_collect_a_little();
     }
-    if (g_cache == nullptr) {
-        g_cache = static_cast<void **>(
-            collector_retry(kCacheSlots * sizeof(void *),
-                            [] { return GC_MALLOC_UNCOLLECTABLE(kCacheSlots * sizeof(void *)); }));
-        std::memset(static_cast<void *>(g_cache), 0, kCacheSlots * sizeof(void *));
-    }
-    flush_cache();
     size_t request = (bytes + kGranule - 1) / kGranule * kGranule;
     void *list = nullptr; // on the stack, so the collector sees the batch's head
     collector_retry(bytes, [&] {
         GC_generic_malloc_many(request, GC_I_PTRFREE, &list);
         return list;
     });
-    void *first = list;
-    void *p = GC_NEXT(first);
-    size_t n = 0;
-    while (p != nullptr && n < kCacheSlots) {
-        void *next = GC_NEXT(p);
-        g_cache[n++] = p;
-        p = next;
-    }
-    g_cache_count = n;
-    g_cache_bytes = bytes;
-    return first;
+    // The batch's heap block, asked into the cache at once: its free list was
+    // built when the block was swept and has usually left the cache since.
+    constexpr uintptr_t kLine = 64;
+    const auto *block = reinterpret_cast<const char *>(reinterpret_cast<uintptr_t>(list) & ~(kBlockBytes - 1));
+    for (uintptr_t off = 0; off < kBlockBytes; off += kLine)
+        __builtin_prefetch(block + off, 1);
+    g_next_free = GC_NEXT(list);
+    g_batch_bytes = bytes;
+    g_batch_gc = collections();
+    return list;
 }
 
 inline void *collector_alloc(size_t bytes)
 {
-    if (__builtin_expect(bytes == g_cache_bytes && g_cache_count != 0, 1)) {
-        void *p = g_cache[--g_cache_count];
-        g_cache[g_cache_count] = nullptr;
+    if (__builtin_expect(g_next_free != nullptr && bytes == g_batch_bytes && collections() == g_batch_gc, 1)) {
+        void *p = g_next_free;
+        g_next_free = GC_NEXT(p);
         return p;
     }
-    if (bytes > kCacheMaxBytes)
+    if (bytes > kBatchMaxBytes)
         return collector_retry(bytes, [bytes] { return GC_MALLOC_ATOMIC(bytes); });
     return refill_and_take(bytes);
 }
 
-// A new object of the given shape holding NaN.  Collected memory that the
-// collector does not scan: the object holds no pointer to anything but itself.
-inline TalvoFloatObject *allocate(const Shape &s)
+// Memory for a new object of the given shape, its contents not yet set.
+// Collected memory that the collector does not scan: the object holds no
+// pointer to anything but itself.
+[[gnu::always_inline]] inline TalvoFloatObject *allocate_raw(const Shape &s)
 {
     void *p = g_host.alloc_atomic != nullptr ? g_host.alloc_atomic(s.bytes) : collector_alloc(s.bytes);
     if (__builtin_expect(p == nullptr, 0))
         throw std::bad_alloc();
-    auto *o = static_cast<TalvoFloatObject *>(p);
+    return static_cast<TalvoFloatObject *>(p);
+}
+
+// A new object of the given shape holding NaN.
+inline TalvoFloatObject *allocate(const Shape &s)
+{
+    TalvoFloatObject *o = allocate_raw(s);
     o->header = s.header;
     mpfr_custom_init_set(&o->value, MPFR_NAN_KIND, 0, s.prec, o->limbs);
     return o;
@@ -234,15 +245,13 @@ inline mpfr_srcptr val(const TalvoFloat &x) { return &as_object(x.handle())->val
 
 // A new object at the current precision holding a result of the one-limb
 // fast path.
-inline TalvoFloat store(const Shape &s, const talvo::float1::Result &r)
+// Each field is written once.
+[[gnu::always_inline]] inline TalvoFloat store(const Shape &s, const talvo::float1::Result &r)
 {
-    TalvoFloatObject *o = allocate(s);
-    if (r.zero) {
-        mpfr_custom_init_set(&o->value, r.sign * MPFR_ZERO_KIND, 0, s.prec, o->limbs);
-    } else {
-        o->limbs[0] = r.limb;
-        mpfr_custom_init_set(&o->value, r.sign * MPFR_REGULAR_KIND, r.exp, s.prec, o->limbs);
-    }
+    TalvoFloatObject *o = allocate_raw(s);
+    o->header = s.header;
+    o->limbs[0] = r.limb; // 0 for a zero, whose limb MPFR never reads
+    mpfr_custom_init_set(&o->value, r.sign * (r.zero ? MPFR_ZERO_KIND : MPFR_REGULAR_KIND), r.exp, s.prec, o->limbs);
     return wrap(as_handle(o));
 }
 
