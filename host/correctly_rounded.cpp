@@ -147,8 +147,21 @@ TalvoFloat RoundedFromBall(talvo::mp::BallOp op, int (*mpfr_f)(mpfr_ptr, mpfr_sr
 
 } // namespace
 
-void ExpRounded(mpfr_ptr out, mpfr_srcptr x) { RoundedFromBall(talvo::mp::BallOp::Exp, mpfr_exp, out, x); }
-TalvoFloat Exp(const TalvoFloat &x) { return RoundedFromBall(talvo::mp::BallOp::Exp, mpfr_exp, x); }
+// Up to 64 bits a double-double evaluation usually decides the rounding
+// first, at a small part of the ball's cost.
+void ExpRounded(mpfr_ptr out, mpfr_srcptr x)
+{
+    if (talvo::mp::exp_rounded_small(out, x))
+        return;
+    RoundedFromBall(talvo::mp::BallOp::Exp, mpfr_exp, out, x);
+}
+
+TalvoFloat Exp(const TalvoFloat &x)
+{
+    ALGEB h = talvo_float_new(0);
+    ExpRounded(talvo_float_mpfr(h), x.mpfr());
+    return TalvoFloat::from_handle(h);
+}
 TalvoFloat Cos(const TalvoFloat &x) { return RoundedFromBall(talvo::mp::BallOp::Cos, mpfr_cos, x); }
 TalvoFloat TanFromBall(const TalvoFloat &x) { return RoundedFromBall(talvo::mp::BallOp::Tan, mpfr_tan, x); }
 TalvoFloat Log(const TalvoFloat &x) { return RoundedFromBall(talvo::mp::BallOp::Log, mpfr_log, x); }

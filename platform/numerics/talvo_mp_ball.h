@@ -62,4 +62,10 @@ TALVO_MP_BALL_API int ball_cmp_mid(BallRef a, BallRef b);
 // (out unchanged).
 TALVO_MP_BALL_API bool ball_round(mpfr_ptr out, BallRef x);
 
+// Sets out to exp(x) rounded to nearest at out's precision and returns true
+// when one double-double evaluation with a proven error bound decides that
+// rounding: for out's precision and x's of at most 64 bits and |x| <= 600
+// (almost always there); false otherwise (out unchanged).
+TALVO_MP_BALL_API bool exp_rounded_small(mpfr_ptr out, mpfr_srcptr x);
+
 } // namespace talvo::mp
