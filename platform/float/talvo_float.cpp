@@ -134,7 +134,8 @@ inline GC_word collections()
 #pragma GCC diagnostic pop
 }
 
-void flush_cache() { g_next_free = nullptr; }
+// Leaves what is left of the batch to the collector.
+void drop_batch() { g_next_free = nullptr; }
 
 // The collector found no memory for a request of `bytes`.
 [[noreturn]] __attribute__((noinline)) void out_of_memory(size_t bytes)
@@ -179,7 +180,7 @@ __attribute__((noinline)) void *refill_and_take(size_t bytes)
     // the live data has been allocated since the last collection) whatever
     // the size of the heap, and the heap stays at the size the live data and
     // that pace need.
-    g_next_free = nullptr;
+    drop_batch(); // a collection below would reclaim it
     g_batched_bytes += kBlockBytes; // a batch is at most one heap block
     if (g_batched_bytes >= kPollBytes) {
         g_batched_bytes = 0;
@@ -360,7 +361,7 @@ const NamedFunction kNamedFunctions[] = {
 
 void talvo_float_bind_host(const TalvoFloatHost *host)
 {
-    flush_cache(); // objects waiting there become the collector's again
+    drop_batch();
     if (host == nullptr)
         g_host = TalvoFloatHost{nullptr, nullptr, nullptr, nullptr};
     else
@@ -373,7 +374,7 @@ void talvo_float_set_digits(long digits)
         throw std::out_of_range("Digits must be between 1 and 1000000");
     Shape s = shape_for(bits_for_digits(digits));
     if (s.bytes != g_shape.bytes)
-        flush_cache();
+        drop_batch();
     g_shape = s;
     g_digits = digits;
 }

@@ -21,6 +21,8 @@
 //     sum is within 4 u^2 + 2^-106 + 2^-117 < 2^-102.5;
 //   eight squarings double the relative error and add 5 u^2 each:
 //     256 * 2^-102.5 + 255 * 5 u^2 < 2^-94;
+//   x itself is exact in the double-double unless |x| < 2^-1000, where its
+//     low word may fall below the doubles (an error under 2^-1070 in r);
 //   the scaling by 2^k is exact (the result lies in [2^-866, 2^866], both
 //     words normal).
 // In all below 2^-93.5; the rounding test below uses 2^-90.
