@@ -1,5 +1,5 @@
 // exp_double_double_test.cpp -- the double-double first step of the correctly
-// rounded exponential (core/exp_double_double.cpp): wherever it answers, its
+// rounded exponential (core/double_double_functions.cpp): wherever it answers, its
 // float is MPFR's correctly rounded exp; it answers almost everywhere it
 // applies, and nowhere else.
 #include "talvo_mp_ball.h"

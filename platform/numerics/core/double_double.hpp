@@ -14,6 +14,19 @@
 #pragma once
 
 #include <cmath>
+#include <cstdint>
+#include <cstring>
+
+// A function whose double-double work is its cost: compiled twice, once for
+// processors with fused multiply-add instructions and once without, the
+// loader picking one (std::fma is otherwise a library call per use).
+#if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__)
+#define TALVO_FMA_CLONES __attribute__((target_clones("fma", "default")))
+#else
+#define TALVO_FMA_CLONES
+#endif
+// The operations are inlined into such a function whatever their size.
+#define TALVO_DD_INLINE inline __attribute__((always_inline))
 
 namespace talvo::mp::dd {
 
@@ -22,7 +35,7 @@ struct DD {
 };
 
 // s + e = a + b exactly (Knuth's TwoSum).
-inline DD two_sum(double a, double b)
+TALVO_DD_INLINE DD two_sum(double a, double b)
 {
     double s = a + b;
     double bb = s - a;
@@ -31,7 +44,7 @@ inline DD two_sum(double a, double b)
 }
 
 // s + e = a + b exactly, for |a| >= |b| or a = 0 (Dekker's Fast2Sum).
-inline DD fast_two_sum(double a, double b)
+TALVO_DD_INLINE DD fast_two_sum(double a, double b)
 {
     double s = a + b;
     double e = b - (s - a);
@@ -39,14 +52,14 @@ inline DD fast_two_sum(double a, double b)
 }
 
 // p + e = a b exactly.
-inline DD two_prod(double a, double b)
+TALVO_DD_INLINE DD two_prod(double a, double b)
 {
     double p = a * b;
     double e = std::fma(a, b, -p);
     return {p, e};
 }
 
-inline DD add(DD x, DD y)
+TALVO_DD_INLINE DD add(DD x, DD y)
 {
     DD s = two_sum(x.hi, y.hi);
     DD t = two_sum(x.lo, y.lo);
@@ -56,9 +69,9 @@ inline DD add(DD x, DD y)
     return fast_two_sum(s.hi, s.lo);
 }
 
-inline DD neg(DD x) { return {-x.hi, -x.lo}; }
+TALVO_DD_INLINE DD neg(DD x) { return {-x.hi, -x.lo}; }
 
-inline DD mul(DD x, DD y)
+TALVO_DD_INLINE DD mul(DD x, DD y)
 {
     DD c = two_prod(x.hi, y.hi);
     double t = x.lo * y.lo;
@@ -68,14 +81,27 @@ inline DD mul(DD x, DD y)
     return fast_two_sum(c.hi, c.lo);
 }
 
-inline DD mul_d(DD x, double y)
+TALVO_DD_INLINE DD mul_d(DD x, double y)
 {
     DD c = two_prod(x.hi, y);
     c.lo = std::fma(x.lo, y, c.lo);
     return fast_two_sum(c.hi, c.lo);
 }
 
-// x 2^k, exact while both words stay normal.
-inline DD ldexp(DD x, int k) { return {std::ldexp(x.hi, k), std::ldexp(x.lo, k)}; }
+// 2^k as a double, for -1022 <= k <= 1023.
+TALVO_DD_INLINE double power_of_two(int k)
+{
+    const uint64_t bits = static_cast<uint64_t>(k + 1023) << 52;
+    double r;
+    std::memcpy(&r, &bits, sizeof r);
+    return r;
+}
+
+// x 2^k, exact while both words stay normal (|k| <= 1022).
+TALVO_DD_INLINE DD ldexp(DD x, int k)
+{
+    const double p = power_of_two(k);
+    return {x.hi * p, x.lo * p};
+}
 
 } // namespace talvo::mp::dd

@@ -21,13 +21,47 @@ constexpr double kNegInf = -std::numeric_limits<double>::infinity();
 
 double d_of(arb_srcptr x) { return arf_get_d(arb_midref(x), ARF_RND_NEAR); }
 
+// std::lgamma((b + j) + 1) for an integer j >= 0, the very double std::lgamma
+// gives, kept per thread for the last few bases b: the calls of a root
+// search or a sample ask for the same shapes over and over, and lgamma was
+// the largest part of choosing the index range.
+double lgamma_shifted(double b, double j)
+{
+    constexpr int kSlots = 4;
+    constexpr double kSize = 4096;
+    if (!(j >= 0 && j < kSize) || j != std::floor(j))
+        return std::lgamma((b + j) + 1);
+    struct Slot {
+        double base = std::numeric_limits<double>::quiet_NaN();
+        std::vector<double> v;
+    };
+    thread_local Slot slots[kSlots];
+    thread_local unsigned next = 0;
+    Slot *hit = nullptr;
+    for (Slot &sl : slots)
+        if (sl.base == b) { // a NaN base never matches
+            hit = &sl;
+            break;
+        }
+    if (hit == nullptr) {
+        hit = &slots[next++ % kSlots];
+        hit->base = b;
+        hit->v.assign(static_cast<std::size_t>(kSize), std::numeric_limits<double>::quiet_NaN());
+    }
+    double &r = hit->v[static_cast<std::size_t>(j)];
+    if (std::isnan(r))
+        r = std::lgamma((b + j) + 1);
+    return r;
+}
+
 // Double-precision picture of one component, for choosing the index range.
 struct Estimate {
     double z, s;
     int kind;
     double a, b, x, y;
+    double log_z, log_x, log_y; // std::log of z, x and y, made once
 
-    double log_weight(double j) const { return -z + (j + s) * std::log(z) - std::lgamma(j + s + 1); }
+    double log_weight(double j) const { return -z + (j + s) * log_z - lgamma_shifted(s, j); }
 
     // ln G(j), roughly: the leading term of the series of the small tail, or
     // 0 when the ladder value is near 1.
@@ -41,28 +75,34 @@ struct Estimate {
                 return kNegInf;
             if (x <= sa + 1)
                 return 0.0;
-            return std::min(0.0, (sa - 1) * std::log(x) - x - std::lgamma(sa) - std::log1p(-(sa - 1) / x));
+            return std::min(0.0, (sa - 1) * log_x - x - std::lgamma(sa) - std::log1p(-(sa - 1) / x));
         }
         if (kind == MixtureComponent::GammaLower) {
             if (sa <= 0)
                 return 0.0;
             if (x >= sa + 1)
                 return 0.0;
-            return std::min(0.0, sa * std::log(x) - x - std::lgamma(sa + 1) - std::log1p(-x / (sa + 1)));
+            // The log1p term is never negative: a leading part at or above 0
+            // gives 0 without it.
+            const double lead = sa * log_x - x - lgamma_shifted(a, j);
+            if (lead >= 0)
+                return 0.0;
+            return std::min(0.0, lead - std::log1p(-x / (sa + 1)));
         }
         // I_u(p, q) for the lower ladder (u = x, p = a + j, q = b) or
         // 1 - I_x(a + j, b) = I_y(b, a + j) for the upper one.
-        double u = x, v = y, p = sa, q = b;
+        double u = x, p = sa, q = b, log_u = log_x, log_v = log_y;
         if (kind == MixtureComponent::BetaUpper) {
             u = y;
-            v = x;
             p = b;
             q = sa;
+            log_u = log_y;
+            log_v = log_x;
         }
         double r0 = u * (p + q) / (p + 1);
         if (r0 >= 1)
             return 0.0;
-        double lt = p * std::log(u) + q * std::log(v) + std::lgamma(p + q) - std::lgamma(p + 1) - std::lgamma(q);
+        double lt = p * log_u + q * log_v + std::lgamma(p + q) - std::lgamma(p + 1) - std::lgamma(q);
         return std::min(0.0, lt - std::log1p(-r0));
     }
 
@@ -227,12 +267,19 @@ void weight_tail(mag_ptr out, const MixtureComponent &c, slong j, bool above)
     arb_get_mag(out, w);
 }
 
-} // namespace
+// The double-precision plan of a sum: the estimates of its components,
+// the size of its largest term, and the index at which the summation starts.
+struct Plan {
+    std::vector<Estimate> est;
+    double want = 0; // ln of the largest term less the truncation
+    slong peak = 0;  // the index of the largest term
+    slong start = 0;
+};
 
-Status mixture_sum(arb_ptr S, MixtureComponent *c, int nc, slong trunc, slong wp, Integer max_iter, Integer *needed)
+Status make_plan(Plan &plan, const MixtureComponent *c, int nc, slong trunc)
 {
     const bool falling = !c[0].rising();
-    std::vector<Estimate> est;
+    std::vector<Estimate> &est = plan.est;
     for (int i = 0; i < nc; ++i) {
         Estimate e;
         e.z = d_of(c[i].z);
@@ -248,6 +295,9 @@ Status mixture_sum(arb_ptr S, MixtureComponent *c, int nc, slong trunc, slong wp
         }
         e.x = d_of(px);
         e.y = d_of(py);
+        e.log_z = std::log(e.z);
+        e.log_x = std::log(e.x);
+        e.log_y = std::log(e.y);
         est.push_back(e);
     }
     const double z = est[0].z;
@@ -263,7 +313,9 @@ Status mixture_sum(arb_ptr S, MixtureComponent *c, int nc, slong trunc, slong wp
         return Status::TooCostly;
     slong jmax = static_cast<slong>(jmax_d);
     slong peak = argmax_unimodal(0, jmax, log_term);
-    double want = log_term(peak) - (trunc + 8) * kLn2;
+    const double want = log_term(peak) - (trunc + 8) * kLn2;
+    plan.want = want;
+    plan.peak = peak;
 
     // The start: beyond it the ladder is smallest.
     slong start;
@@ -304,6 +356,31 @@ Status mixture_sum(arb_ptr S, MixtureComponent *c, int nc, slong trunc, slong wp
             start = lo;
         }
     }
+
+    plan.start = start;
+    return Status::Ok;
+}
+
+} // namespace
+
+Status mixture_start(const MixtureComponent *c, int nc, slong trunc, slong *start)
+{
+    Plan plan;
+    Status s = make_plan(plan, c, nc, trunc);
+    *start = plan.start;
+    return s;
+}
+
+Status mixture_sum(arb_ptr S, MixtureComponent *c, int nc, slong trunc, slong wp, Integer max_iter, Integer *needed)
+{
+    const bool falling = !c[0].rising();
+    Plan plan;
+    if (Status st = make_plan(plan, c, nc, trunc); st != Status::Ok)
+        return st;
+    const std::vector<Estimate> &est = plan.est;
+    const double want = plan.want;
+    slong start = plan.start;
+    const slong peak = plan.peak;
 
     const int dir = falling ? -1 : 1;
     for (int attempt = 0; attempt < 8; ++attempt) {

@@ -56,4 +56,9 @@ struct MixtureComponent {
 // sum and *needed an estimate of the number of indices the accuracy needs.
 Status mixture_sum(arb_ptr S, MixtureComponent *c, int nc, slong trunc, slong wp, Integer max_iter, Integer *needed);
 
+// The index at which mixture_sum starts summing, from the same double
+// estimates (a fast path that must answer only where mixture_sum would not
+// run out of iterations asks it).
+Status mixture_start(const MixtureComponent *c, int nc, slong trunc, slong *start);
+
 } // namespace talvo::mp

@@ -6,7 +6,9 @@
 // ladder; df = 0 puts the mass e^-(lambda/2) at 0 (P(0, x/2) = 1).
 #include "../core/support.hpp"
 #include "../special/gamma_inc.hpp"
+#include "../invert/invert.hpp"
 #include "mixture.hpp"
+#include "noncentral_chi_square_fast.hpp"
 
 using namespace talvo::mp;
 
@@ -53,6 +55,11 @@ TalvoFloat TalvoMP_g01gcc(TalvoFloat x, TalvoFloat df, TalvoFloat lambda, TalvoF
     c.kind = MixtureComponent::GammaLower;
     fmpq_set(c.a, a);
     c.gamma_point = gamma_point_fixed(hx);
+    TalvoFloat fast;
+    if (!float_is_zero(df) && g01gcc_fast(fast, x, df, lambda, c, target, max_iter)) {
+        count_fast_answer();
+        return fast;
+    }
     Integer needed = 0;
     Status s = ziv({r}, target, 16, [&](slong wp) { return mixture_sum(r, &c, 1, target.goal, wp, max_iter, &needed); });
     if (s == Status::NoConvergence) {

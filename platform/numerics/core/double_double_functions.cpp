@@ -1,9 +1,11 @@
-// exp_double_double.cpp -- exp(x) correctly rounded to at most 64 bits from
-// one double-double evaluation with a proven error bound (the cheap first
-// step of Ziv's strategy: it answers only where the bound decides the
-// rounding, and the caller's ball or MPFR answers elsewhere).
+// double_double_functions.cpp -- the exponential and the logarithm in
+// double-double arithmetic, the rounding of their enclosures, and exp(x)
+// correctly rounded to at most 64 bits from one double-double evaluation
+// with a proven error bound (the cheap first step of Ziv's strategy: it
+// answers only where the bound decides the rounding, and the caller's ball
+// or MPFR answers elsewhere).
 //
-// The evaluation, for a float x of at most 64 bits with |x| <= 600:
+// The exponential, for x = hi + lo with |hi| <= 600:
 //   k = nearest integer to x / ln 2,  r = x - k ln2  (|r| <= 0.3466 + tiny),
 //   exp(r) = exp(r / 256)^256, exp(r / 256) by Taylor's series to degree 9,
 //   exp(x) = exp(r) 2^k.
@@ -21,12 +23,24 @@
 //     sum is within 4 u^2 + 2^-106 + 2^-117 < 2^-102.5;
 //   eight squarings double the relative error and add 5 u^2 each:
 //     256 * 2^-102.5 + 255 * 5 u^2 < 2^-94;
-//   x itself is exact in the double-double unless |x| < 2^-1000, where its
-//     low word may fall below the doubles (an error under 2^-1070 in r);
 //   the scaling by 2^k is exact (the result lies in [2^-866, 2^866], both
 //     words normal).
-// In all below 2^-93.5; the rounding test below uses 2^-90.
-#include "double_double.hpp"
+// In all below 2^-93.5.  A float x of at most 64 bits is exact in the
+// double-double unless |x| < 2^-900, where exp_rounded_small takes its
+// double (an error under 2^-1070 in r); its rounding test uses 2^-90.
+//
+// The logarithm, for x = hi + lo > 0 with |ln x| <= 600: l0 = ln(hi) in
+// double (|ln x - l0| <= 2^-42.9: an ulp of |l0| < 1024 and the low word's
+// 2^-53), then delta = x e^-l0 - 1 and ln x = l0 + ln(1 + delta), with
+// ln(1 + delta) = delta - delta^2 / 2 + delta^3 / 3 for |delta| <= 2^-35
+// (checked; the dropped terms are below 2^-140).  Error budget (absolute):
+//   e^-l0 within 2^-93.5 (relative), x e^-l0 by mul (5 u^2): delta within
+//     (1 + 2^-35) (2^-93.5 + 2^-103.6) + 3 u^2 |delta| < 2^-93.4;
+//   that error passes through the series with a factor below 1 + 2^-34;
+//   delta^2 / 2 and delta^3 / 3 from the high word in double: below 2^-150;
+//   the sum l0 + series by add (3 u^2 of |ln x| <= 600): below 2^-95.1;
+// in all below 2^-92.9; kLogAbsoluteError states 2^-92.5.
+#include "double_double_functions.hpp"
 #include "talvo_mp_ball.h"
 
 #include <mpfr.h>
@@ -40,10 +54,8 @@ namespace {
 
 using dd::DD;
 
-struct Constants {
-    DD ln2;
-    DD inv_factorial[10]; // 1/n!, n = 0..9
-    Constants()
+struct Init : dd::ExpConstants {
+    Init()
     {
         // Each constant to 200 bits, then split: hi its nearest double, lo the
         // nearest double to the rest (an error of at most ulp(lo) / 2).
@@ -68,46 +80,35 @@ struct Constants {
     }
 };
 
-const Constants &constants()
+} // namespace
+
+const dd::ExpConstants &dd::exp_constants()
 {
-    static const Constants c;
+    static const Init c;
     return c;
 }
 
-// exp(x) for |x| <= 600, x = hi + lo exactly.
-DD exp_dd(DD x)
+bool dd::from_float(DD &out, mpfr_srcptr x)
 {
-    const Constants &c = constants();
-    const double k = std::nearbyint(x.hi * 1.4426950408889634);
-    DD r = dd::add(x, dd::neg(dd::mul_d(c.ln2, k)));
-    DD s = dd::ldexp(r, -8);
-    DD p = c.inv_factorial[9];
-    for (int n = 8; n >= 0; --n)
-        p = dd::add(c.inv_factorial[n], dd::mul(s, p));
-    for (int i = 0; i < 8; ++i)
-        p = dd::mul(p, p);
-    return dd::ldexp(p, static_cast<int>(k));
-}
-
-} // namespace
-
-bool exp_rounded_small(mpfr_ptr out, mpfr_srcptr x)
-{
-    const mpfr_prec_t prec = mpfr_get_prec(out);
-    if (prec > 64 || !mpfr_regular_p(x) || mpfr_get_prec(x) > 64)
+    if (!mpfr_regular_p(x) || mpfr_get_prec(x) > 64)
+        return false;
+    const mpfr_exp_t e = mpfr_get_exp(x);
+    if (e > 900 || e < -900)
         return false;
     // x = m 2^(e - 64), m the top limb (top bit set, bits beyond x's
     // precision zero): 53 bits of it in hi, the other 11 in lo, both exact.
-    const mpfr_exp_t e = mpfr_get_exp(x);
-    if (e > 10) // |x| >= 1024
-        return false;
     const uint64_t m = x->_mpfr_d[0];
     const double sign = mpfr_signbit(x) ? -1.0 : 1.0;
-    DD xd{sign * std::ldexp(static_cast<double>(m & ~uint64_t(0x7ff)), static_cast<int>(e) - 64),
-          sign * std::ldexp(static_cast<double>(m & uint64_t(0x7ff)), static_cast<int>(e) - 64)};
-    if (!(std::fabs(xd.hi) <= 600.0))
+    out.hi = sign * std::ldexp(static_cast<double>(m & ~uint64_t(0x7ff)), static_cast<int>(e) - 64);
+    out.lo = sign * std::ldexp(static_cast<double>(m & uint64_t(0x7ff)), static_cast<int>(e) - 64);
+    return true;
+}
+
+bool dd::round_to(mpfr_ptr out, DD y, double rel_err)
+{
+    const mpfr_prec_t prec = mpfr_get_prec(out);
+    if (prec > 64 || !(y.hi > 0) || !std::isnormal(y.hi) || !(rel_err >= 0 && rel_err <= 0x1p-60))
         return false;
-    DD y = exp_dd(dd::fast_two_sum(xd.hi, xd.lo));
     // y on a fixed-point scale: Y = y 2^(115 - E) with 2^E <= y.hi < 2^(E+1),
     // so the high word gives a 53-bit integer times 2^63 and the low word,
     // |lo| <= 2^(E - 53), at most 2^62 in magnitude, rounded to an integer
@@ -118,8 +119,8 @@ bool exp_rounded_small(mpfr_ptr out, mpfr_srcptr x)
     using i128 = __int128;
     using u128 = unsigned __int128;
     const u128 Y = static_cast<u128>((static_cast<i128>(hi_m) << 63) + lo_s);
-    // The error of Y: 2^-90 of Y < 2^116, plus the half unit: below 2^27.
-    const u128 err = u128(1) << 27;
+    // The error of Y: rel_err of Y < 2^116 (1 + 2^-52), plus the half unit.
+    const u128 err = static_cast<u128>(std::ceil(std::ldexp(rel_err, 116) * (1 + 0x1p-50))) + 1;
     // Y's bit length L (116, or 115 when lo pulled it below a power of two);
     // the nearest float of prec bits keeps the top prec bits and rounds on
     // the rest.  Rounding to nearest only changes where y crosses the middle
@@ -144,6 +145,19 @@ bool exp_rounded_small(mpfr_ptr out, mpfr_srcptr x)
     }
     mpfr_set_ui_2exp(out, sig, shift, MPFR_RNDN); // exact: sig has at most prec bits
     return true;
+}
+
+TALVO_FMA_CLONES bool exp_rounded_small(mpfr_ptr out, mpfr_srcptr x)
+{
+    const mpfr_prec_t prec = mpfr_get_prec(out);
+    if (prec > 64 || !mpfr_regular_p(x) || mpfr_get_prec(x) > 64)
+        return false;
+    DD xd;
+    if (mpfr_get_exp(x) < -900) // |x| < 2^-901: its double is within 2^-1070
+        xd = DD{mpfr_get_d(x, MPFR_RNDN), 0.0};
+    else if (!dd::from_float(xd, x) || !(std::fabs(xd.hi) <= 600.0))
+        return false;
+    return dd::round_to(out, dd::exp(dd::fast_two_sum(xd.hi, xd.lo)), 0x1p-90);
 }
 
 } // namespace talvo::mp
