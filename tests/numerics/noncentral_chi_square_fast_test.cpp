@@ -137,11 +137,36 @@ TEST(NonCentralChiSquareFast, IterationLimitIsTheBallPathsOwn)
             TalvoFloat ball = g01gcc(c, limit, &ball_code);
             TalvoMP_set_fast_paths(1);
             ASSERT_EQ(fast_code, ball_code) << "limit " << limit << " x = " << dbl(c.x);
-            if (ball_code == NE_NOERROR)
+            if (ball_code == NE_NOERROR) {
                 EXPECT_TRUE(mpfr_equal_p(fast.mpfr(), ball.mpfr())) << "limit " << limit;
+            }
         }
     }
     EXPECT_GT(fast_answers, 100);
+
+    // And over random parameters, with limits around the index where the
+    // sum starts.
+    std::mt19937_64 g(77);
+    std::uniform_real_distribution<double> unit(0.0, 1.0);
+    long failures = 0, answers = 0;
+    for (int i = 0; i < 400; ++i) {
+        const double df = 0.05 + 80 * unit(g), lambda = 0.01 + 100 * unit(g);
+        const Case c{near(0.1 + 60 * unit(g), g), near(df, g), near(lambda, g)};
+        const Integer limit = 1 + static_cast<Integer>(g() % 150);
+        int fast_code = 0, ball_code = 0;
+        long before = TalvoMP_fast_path_answers();
+        TalvoFloat fast = g01gcc(c, limit, &fast_code);
+        answers += TalvoMP_fast_path_answers() - before;
+        TalvoMP_set_fast_paths(0);
+        TalvoFloat ball = g01gcc(c, limit, &ball_code);
+        TalvoMP_set_fast_paths(1);
+        ASSERT_EQ(fast_code, ball_code) << "limit " << limit << " x = " << dbl(c.x) << " df = " << dbl(c.df)
+                                        << " lambda = " << dbl(c.lambda);
+        failures += ball_code != NE_NOERROR ? 1 : 0;
+    }
+    // Both outcomes occur often enough to mean something.
+    EXPECT_GT(failures, 40);
+    EXPECT_GT(answers, 100);
 }
 
 // Outside its range the fast path leaves the call to the ball, which still
