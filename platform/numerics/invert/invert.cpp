@@ -246,6 +246,8 @@ std::atomic<long> fast_answers{0};
 
 void count_fast_answer() { fast_answers.fetch_add(1, std::memory_order_relaxed); }
 
+bool fast_paths_enabled() { return fast_paths_on; }
+
 bool fast_target(const Target &target)
 {
     static const slong limit = talvo_float_precision_bits(30);

@@ -46,6 +46,8 @@ Status invert(arb_ptr root, const Inversion &f, arb_srcptr p, double start, cons
 // True when the cheap first attempt applies: targets of at most 30 digits,
 // where a double start already holds about half the bits wanted.
 bool fast_target(const Target &target);
+// True unless TalvoMP_set_fast_paths(0) turned the fast paths off.
+bool fast_paths_enabled();
 
 // The cheap first attempt at the same root, for a target that fast_target
 // accepts: from a double start trusted to about 2^-40 (relative), at most

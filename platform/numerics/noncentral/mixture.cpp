@@ -55,6 +55,9 @@ double lgamma_shifted(double b, double j)
 }
 
 // Double-precision picture of one component, for choosing the index range.
+// The geometric factors ln(1 - r) are taken as std::log(1 - r): an estimate
+// in the log domain needs absolute accuracy only, and log costs a third of
+// log1p.
 struct Estimate {
     double z, s;
     int kind;
@@ -75,19 +78,19 @@ struct Estimate {
                 return kNegInf;
             if (x <= sa + 1)
                 return 0.0;
-            return std::min(0.0, (sa - 1) * log_x - x - std::lgamma(sa) - std::log1p(-(sa - 1) / x));
+            return std::min(0.0, (sa - 1) * log_x - x - std::lgamma(sa) - std::log(1 - (sa - 1) / x));
         }
         if (kind == MixtureComponent::GammaLower) {
             if (sa <= 0)
                 return 0.0;
             if (x >= sa + 1)
                 return 0.0;
-            // The log1p term is never negative: a leading part at or above 0
+            // The log term is never positive: a leading part at or above 0
             // gives 0 without it.
             const double lead = sa * log_x - x - lgamma_shifted(a, j);
             if (lead >= 0)
                 return 0.0;
-            return std::min(0.0, lead - std::log1p(-x / (sa + 1)));
+            return std::min(0.0, lead - std::log(1 - x / (sa + 1)));
         }
         // I_u(p, q) for the lower ladder (u = x, p = a + j, q = b) or
         // 1 - I_x(a + j, b) = I_y(b, a + j) for the upper one.
@@ -103,7 +106,7 @@ struct Estimate {
         if (r0 >= 1)
             return 0.0;
         double lt = p * log_u + q * log_v + std::lgamma(p + q) - std::lgamma(p + 1) - std::lgamma(q);
-        return std::min(0.0, lt - std::log1p(-r0));
+        return std::min(0.0, lt - std::log(1 - r0));
     }
 
     // ln of sum_{i > j} |w(i)| and of sum_{i < j} |w(i)| (geometric bounds).
@@ -112,7 +115,7 @@ struct Estimate {
         double r = z / (j + s + 2);
         if (r >= 1)
             return std::numeric_limits<double>::infinity();
-        return log_weight(j + 1) - std::log1p(-r);
+        return log_weight(j + 1) - std::log(1 - r);
     }
     double log_weight_tail_below(double j) const
     {
@@ -121,7 +124,7 @@ struct Estimate {
         double r = (j - 1 + s) / z;
         if (r >= 1)
             return std::numeric_limits<double>::infinity();
-        return log_weight(j - 1) - std::log1p(-r);
+        return log_weight(j - 1) - std::log(1 - r);
     }
 };
 
