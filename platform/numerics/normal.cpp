@@ -22,6 +22,7 @@
 #include "internal.hpp"
 #include "invert/invert.hpp"
 #include "invert/start.hpp"
+#include "normal_fast.hpp"
 
 #include <arb_hypgeom.h>
 
@@ -391,18 +392,32 @@ namespace {
 
 // g01fac, with the ball of the fast attempt handed back when that attempt
 // answered (fast set true): the exact deviate lies in `ball`.
+//
+// At up to 64 bits the double-double step (normal_fast.cpp) answers first
+// for the lower and upper tails; then *dd is set, no ball is made, and
+// dd_probability (when given) holds P(Z <= z) rounded, or NaN.
 TalvoFloat normal_deviate_call(Nag_TailProbability tail, TalvoFloat p, NagError *fail, arb_ptr ball, bool *fast,
-                               StepDensity *step = nullptr)
+                               StepDensity *step = nullptr, bool *dd = nullptr, mpfr_ptr dd_probability = nullptr)
 {
     *fast = false;
+    if (dd != nullptr)
+        *dd = false;
     Call call("TalvoMP_g01fac", fail);
     if (!call.tail_any(tail) || !call.greater("p", p, 0) || !call.less("p", p, 1))
         return Call::undefined();
     Target target = target_full();
-    Arb ap;
-    arb_set_float(ap, p);
     if ((tail == Nag_LowerTail || tail == Nag_UpperTail) && float_cmp_d(p, 0.5) == 0)
         return float_from_si(0, target.out_prec);
+    if ((tail == Nag_LowerTail || tail == Nag_UpperTail) && target.out_prec <= 64) {
+        ALGEB h = talvo_float_new(target.out_prec);
+        if (normal_deviate_dd(talvo_float_mpfr(h), p.mpfr(), tail == Nag_LowerTail, dd_probability)) {
+            if (dd != nullptr)
+                *dd = true;
+            return TalvoFloat::from_handle(h);
+        }
+    }
+    Arb ap;
+    arb_set_float(ap, p);
     if (fast_normal_deviate(ball, ap, tail, target, step)) {
         *fast = true;
         return call.result(ball, target, Status::Ok);
@@ -434,12 +449,23 @@ TalvoFloat TalvoMP_g01fac_lower_with_probability(TalvoFloat p, TalvoFloat *proba
 {
     *settled = 0;
     Arb ball;
-    bool fast = false;
+    bool fast = false, dd = false;
     StepDensity step;
-    TalvoFloat z = normal_deviate_call(Nag_LowerTail, p, fail, ball, &fast, &step);
+    const slong out_prec = target_full().out_prec;
+    mpfr_t dd_probability;
+    mpfr_init2(dd_probability, std::max<slong>(out_prec, MPFR_PREC_MIN));
+    TalvoFloat z = normal_deviate_call(Nag_LowerTail, p, fail, ball, &fast, &step, &dd, dd_probability);
+    if (dd) {
+        if (!mpfr_nan_p(dd_probability)) {
+            *probability = TalvoFloat::from_handle(talvo_float_from_mpfr(dd_probability, out_prec));
+            *settled = 1;
+        }
+        mpfr_clear(dd_probability);
+        return z;
+    }
+    mpfr_clear(dd_probability);
     if (!fast)
         return z;
-    const slong out_prec = target_full().out_prec;
     const slong wp = out_prec + 64;
     Arb az, ap, d, hull, dens, P;
     arb_set_float(az, z);
@@ -455,6 +481,19 @@ TalvoFloat TalvoMP_g01fac_lower_with_probability(TalvoFloat p, TalvoFloat *proba
     *probability = float_from_arb(P, out_prec);
     *settled = 1;
     return z;
+}
+
+int TalvoMP_normal_deviate_double_double(TalvoFloat p, int lower, TalvoFloat *z, TalvoFloat *probability)
+{
+    if (float_is_nan(p))
+        return 0;
+    const slong out_prec = target_full().out_prec;
+    ALGEB hz = talvo_float_new(out_prec), hp = talvo_float_new(out_prec);
+    if (!normal_deviate_dd(talvo_float_mpfr(hz), p.mpfr(), lower != 0, talvo_float_mpfr(hp)))
+        return 0;
+    *z = TalvoFloat::from_handle(hz);
+    *probability = TalvoFloat::from_handle(hp);
+    return 1;
 }
 
 int TalvoMP_normal_series_enclosure(TalvoFloat m, TalvoFloat *lower, TalvoFloat *upper)

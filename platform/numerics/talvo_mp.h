@@ -135,6 +135,11 @@ TALVO_MP_API TalvoFloat TalvoMP_g01fac_lower_with_probability(TalvoFloat p, Talv
 // <= upper of the upper tail P(Z >= m) from the ball that attempt computes at
 // the current "Digits"; returns 0 where the series does not apply.
 TALVO_MP_API int TalvoMP_normal_series_enclosure(TalvoFloat m, TalvoFloat *lower, TalvoFloat *upper);
+// g01fac's double-double step alone, for tests: the lower (lower != 0) or
+// upper tail deviate *z of p at the current "Digits" and P(Z <= *z) in
+// *probability (undefined where its rounding was not decided); returns 0,
+// setting nothing, where the step declines.
+TALVO_MP_API int TalvoMP_normal_deviate_double_double(TalvoFloat p, int lower, TalvoFloat *z, TalvoFloat *probability);
 
 // Student's t with df > 0 degrees of freedom (any tail).
 TALVO_MP_API TalvoFloat TalvoMP_g01ebc(Nag_TailProbability tail, TalvoFloat t, TalvoFloat df, NagError *fail);
