@@ -5,24 +5,26 @@
 // which is entire and completely monotone: R(t) = int_0^oo e^(-t s - s^2/2) ds,
 // so its Taylor coefficients at a node t0 are c_k = (-1)^k M_k / k! with
 // M_k = int_0^oo s^k e^(-t0 s - s^2/2) ds > 0.  No cancellation at any t.
-// The nodes are t0 = i/4 (i = 0 .. 136, t up to 34); a node's coefficients
-// c_0 .. c_30 are made on first use from R(t0) = sqrt(pi/2) e^(t0^2/2)
+// The nodes are t0 = i/8 (i = 0 .. 272, t up to 34); a node's coefficients
+// c_0 .. c_19 are made on first use from R(t0) = sqrt(pi/2) e^(t0^2/2)
 // erfc(t0 / sqrt 2) and the recurrence of R' = t R - 1,
 //   R^(k+1) = t0 R^(k) + k R^(k-1),
 // at 1024 bits (it cancels, so the balls are checked), and kept as
 // double-doubles.
 //
-// Error budget of Q(t) for 0 <= t <= 34, |h| = |t - t0| <= 1/8, relative to
+// Error budget of Q(t) for 0 <= t <= 34, |h| = |t - t0| <= 1/16, relative to
 // Q (u = 2^-53; the operations' bounds are in double_double.hpp, exp's in
 // double_double_functions.hpp):
-//   the terms beyond c_30: |c_k| <= 2^((k-1)/2) Gamma((k+1)/2) / k! (drop
-//     the e^(-t0 s) in M_k), so they sum to below 2^-149, and R >= 1/35;
+//   the terms beyond c_19: |c_k| <= 2^((k-1)/2) Gamma((k+1)/2) / k! (drop
+//     the e^(-t0 s) in M_k), so they sum to below 2^-110, and R >= 1/35;
 //   the coefficients: each within 2^-106 of itself plus its ball's radius,
 //     checked below 2^-110 R(t0) when the node is made;
-//   Horner's rule over 31 terms of either sign: at most 62 operations of
-//     8 u^2 each on sums bounded by sum |c_k| |h|^k = R(t0 - |h|), and
-//     R(t0 - 1/8) / R(t + 1/8) <= e^(2/8 * 0.8) < 1.25 (|R'/R| <= 0.8):
-//     below 620 u^2 = 2^-96.7;
+//   the sum as its even and odd parts, E(h^2) + h O(h^2), each by Horner's
+//     rule in h^2 over terms of one sign (two chains the processor runs side
+//     by side): h^2 within 5 u^2, so a term of degree 2j within 5j u^2, and
+//     10 steps of 8 u^2 per chain; the parts sum to at most
+//     sum |c_k| |h|^k = R(t0 - |h|), and R(t0 - 1/16) / R(t0 + 1/16)
+//     <= e^(2/16 * 0.8) < 1.11 (|R'/R| <= 0.8): below 2^-97.5;
 //   exp(-t^2/2): t^2 by mul (5 u^2 of t^2/2 <= 578 gives 2^-94.3 in the
 //     argument), exp within 2^-93.5;
 //   1/sqrt(2 pi) within 2^-107, and the two products within 5 u^2 each.
@@ -53,10 +55,13 @@ namespace {
 
 using dd::DD;
 
-constexpr int kNodes = 137; // t0 = 0, 1/4, ..., 34
-constexpr int kTerms = 31;  // c_0 .. c_30
+constexpr int kNodes = 273; // t0 = 0, 1/8, ..., 34
+constexpr int kTerms = 20;  // c_0 .. c_19
 constexpr double kMaxT = 33.875;
 constexpr double kUpperError = 0x1p-92;
+// phi = (1/sqrt(2 pi)) exp(-t^2/2): 2^-107, 2^-94.3 and 2^-93.5 as above, and
+// the product's 5 u^2.
+constexpr double kDensityError = 0x1.6a09e667f3bcdp-93; // 2^-92.5, rounded up
 constexpr slong kNodePrec = 1024;
 
 struct Node {
@@ -100,7 +105,7 @@ void make_node(Node &node, int i)
     const slong prec = kNodePrec;
     Arb t0, x, R, prev, cur, next, fact, c, s2;
     arb_set_si(t0, i);
-    arb_mul_2exp_si(t0, t0, -2);
+    arb_mul_2exp_si(t0, t0, -3);
     // R(t0) = sqrt(pi/2) e^(t0^2/2) erfc(t0 / sqrt 2).
     arb_sqrt_ui(s2, 2, prec);
     arb_div(x, t0, s2, prec);
@@ -142,12 +147,13 @@ void make_node(Node &node, int i)
     node.usable = ok;
 }
 
-// Q(t) for 0 <= t <= 34 (t exact as given), within kUpperError of it;
-// false where a node could not be made accurately.
-TALVO_DD_INLINE bool upper_tail(DD &out, DD t)
+// Q(t) for 0 <= t <= 34 (t exact as given), within kUpperError of it, and
+// the density phi(t), within kDensityError; false where a node could not be
+// made accurately.
+TALVO_DD_INLINE bool upper_tail(DD &out, DD &phi, DD t)
 {
     Constants &k = constants();
-    const int i = static_cast<int>(std::nearbyint(t.hi * 4));
+    const int i = static_cast<int>(std::nearbyint(t.hi * 8));
     if (i < 0 || i >= kNodes)
         return false;
     Node &node = k.nodes[static_cast<size_t>(i)];
@@ -156,19 +162,60 @@ TALVO_DD_INLINE bool upper_tail(DD &out, DD t)
     if (!node.usable)
         return false;
     // h = t - t0 exactly: t.hi - t0 is exact (both multiples of ulp(t.hi)'s
-    // power, t0 within 1/8 of t.hi), and adding t.lo is a two-sum.
-    const DD h = dd::two_sum(t.hi - 0.25 * i, t.lo);
-    DD s = node.c[kTerms - 1];
-    for (int n = kTerms - 2; n >= 0; --n)
-        s = dd::add(node.c[n], dd::mul(h, s));
-    DD e = dd::exp(dd::ldexp(dd::neg(dd::mul(t, t)), -1));
-    out = dd::mul(dd::mul(k.inv_sqrt_2pi, e), s);
+    // power, t0 within 1/16 of t.hi), and adding t.lo is a two-sum.
+    const DD h = dd::two_sum(t.hi - 0.125 * i, t.lo);
+    const DD h2 = dd::mul(h, h);
+    DD even = node.c[kTerms - 2], odd = node.c[kTerms - 1];
+    for (int n = kTerms - 4; n >= 0; n -= 2) {
+        even = dd::add(node.c[n], dd::mul(h2, even));
+        odd = dd::add(node.c[n + 1], dd::mul(h2, odd));
+    }
+    const DD s = dd::add(even, dd::mul(h, odd));
+    phi = dd::mul(k.inv_sqrt_2pi, dd::exp(dd::ldexp(dd::neg(dd::mul(t, t)), -1)));
+    out = dd::mul(phi, s);
     return out.hi > 0;
 }
 
-// phi(t) in double, and a lower bound of it (the double exponential of a
-// rounded argument is within a relative 2^-42 for t <= 34).
-double density_lower(double t) { return 0.3989422804014327 * std::exp(-0.5 * t * t) * (1 - 0x1p-40); }
+// P(Z <= z) of the rounded deviate z = +-T, from Q(t1) and phi(t1) by
+// Taylor's theorem when d = T - t1 is at most 2^-48 t1 (a deviate of 50 bits
+// or more; a shorter one evaluates Q(T) itself):
+//   Q(T) = Q(t1) - d phi(t1) + (d^2 / 2) t1 phi(t1) - (d^3 / 6) Q'''(xi),
+// |Q'''| = |t^2 - 1| phi(t) <= ((t1 + |d|)^2 + 1) phi(t1) e^(|d| t1) on the
+// interval.  The error: Q(t1)'s kUpperError, d's 3 u^2 and phi's
+// kDensityError in the linear term with its product's 5 u^2, 2^-50 of the
+// quadratic term (doubles), the remainder, and the two sums' 3 u^2.  The
+// probability is Q(T) for z < 0 and 1 - Q(T) above; false where its rounding
+// is not decided.
+TALVO_DD_INLINE bool probability_of_rounded(mpfr_ptr out, mpfr_srcptr z, bool negative, DD t1, DD Q1, DD phi1)
+{
+    DD T;
+    if (!dd::from_float(T, z))
+        return false;
+    if (negative)
+        T = dd::neg(T);
+    const DD d = dd::add(T, dd::neg(t1));
+    const double ad = std::fabs(d.hi) * (1 + 0x1p-50);
+    if (!(ad <= 0x1p-48 * t1.hi)) {
+        // A short deviate: Q(T) from its own evaluation.
+        DD QT, phiT;
+        if (!(T.hi > 0) || !upper_tail(QT, phiT, T))
+            return false;
+        if (!negative)
+            return dd::round_to(out, dd::add(DD{1.0, 0.0}, dd::neg(QT)), kUpperError * (1 + 0x1p-40) + 0x1p-104);
+        return dd::round_to(out, QT, kUpperError * (1 + 0x1p-40));
+    }
+    const DD linear = dd::mul(d, phi1);
+    const double quad = 0.5 * d.hi * d.hi * t1.hi * phi1.hi;
+    const DD QT = dd::add(dd::add(Q1, dd::neg(linear)), DD{quad, 0.0});
+    const double tmax = t1.hi + ad;
+    const double rem = ad * ad * ad / 6 * (tmax * tmax + 1) * phi1.hi * (1 + 2 * ad * tmax + 0x1p-40);
+    const double err = kUpperError * Q1.hi * (1 + 0x1p-50) +
+                       std::fabs(linear.hi) * (1 + 0x1p-50) * (kDensityError + 9 * 0x1p-106) +
+                       std::fabs(quad) * 0x1p-50 + rem + 8 * 0x1p-106 * (Q1.hi + std::fabs(linear.hi));
+    if (!negative)
+        return dd::round_to(out, dd::add(DD{1.0, 0.0}, dd::neg(QT)), 2 * (err + 0x1p-106));
+    return QT.hi > 0 && dd::round_to(out, QT, err / (QT.hi * (1 - 0x1p-40)));
+}
 
 } // namespace
 
@@ -192,19 +239,20 @@ TALVO_FMA_CLONES bool normal_deviate_dd(mpfr_ptr z, mpfr_srcptr p, bool lower, m
     const double t0 = start_normal_upper(q.hi);
     if (!(t0 >= 0x1p-10 && t0 <= kMaxT))
         return false;
-    DD Q0;
-    if (!upper_tail(Q0, DD{t0, 0.0}))
+    DD Q0, phi0;
+    if (!upper_tail(Q0, phi0, DD{t0, 0.0}))
         return false;
     const DD r0 = dd::add(Q0, dd::neg(q));
-    const double step = (r0.hi + r0.lo) / (0.3989422804014327 * std::exp(-0.5 * t0 * t0));
+    const double step = (r0.hi + r0.lo) / phi0.hi;
     const DD t1 = dd::two_sum(t0, step);
     if (!(t1.hi >= 0x1p-10 && t1.hi <= kMaxT))
         return false;
-    DD Q1;
-    if (!upper_tail(Q1, t1))
+    DD Q1, phi1;
+    if (!upper_tail(Q1, phi1, t1))
         return false;
     const double eps = 0x1p-80 * t1.hi;
-    const double phi = density_lower(t1.hi + eps) * (1 - 0x1p-60);
+    // phi(t1 + eps) from below: phi(t1) e^(-eps (t1 + eps)), eps t1 < 2^-69.
+    const double phi = phi1.hi * (1 - 0x1p-60);
     const DD r1 = dd::add(Q1, dd::neg(q));
     const double D = r1.hi + r1.lo; // within 2^-50 of Q1 - q
     const double slack = std::fabs(D) * 0x1p-50 + kUpperError * Q1.hi * (1 + 0x1p-50);
@@ -215,17 +263,8 @@ TALVO_FMA_CLONES bool normal_deviate_dd(mpfr_ptr z, mpfr_srcptr p, bool lower, m
         return false;
     if (negative)
         mpfr_neg(z, z, MPFR_RNDN);
-    if (probability != nullptr) {
-        // P(Z <= z) of the rounded z: Q(|z|) for z < 0, 1 - Q(z) above.
-        DD T, Qz;
-        if (dd::from_float(T, z))
-            T = DD{std::fabs(T.hi), std::fabs(T.lo)};
-        if (!(T.hi > 0) || !upper_tail(Qz, T) ||
-            !(negative ? dd::round_to(probability, Qz, kUpperError * (1 + 0x1p-40))
-                       : dd::round_to(probability, dd::add(DD{1.0, 0.0}, dd::neg(Qz)),
-                                      kUpperError * (1 + 0x1p-40) + 0x1p-104)))
-            mpfr_set_nan(probability);
-    }
+    if (probability != nullptr && !probability_of_rounded(probability, z, negative, t1, Q1, phi1))
+        mpfr_set_nan(probability);
     count_fast_answer();
     return true;
 }
