@@ -74,17 +74,6 @@ struct Constants {
     std::unique_ptr<Node[]> nodes{new Node[kNodes]};
 };
 
-DD split(arb_srcptr v)
-{
-    DD d;
-    d.hi = arf_get_d(arb_midref(v), ARF_RND_NEAR);
-    Arf rest;
-    arf_set_d(rest, d.hi);
-    arf_sub(rest, arb_midref(v), rest, kNodePrec, ARF_RND_NEAR);
-    d.lo = arf_get_d(rest, ARF_RND_NEAR);
-    return dd::fast_two_sum(d.hi, d.lo);
-}
-
 Constants &constants()
 {
     thread_local Constants c = [] {
@@ -93,7 +82,7 @@ Constants &constants()
         arb_const_pi(v, 256);
         arb_mul_2exp_si(v, v, 1);
         arb_rsqrt(v, v, 256);
-        k.inv_sqrt_2pi = split(v);
+        k.inv_sqrt_2pi = dd::from_arb(v);
         return k;
     }();
     return c;
@@ -135,7 +124,7 @@ void make_node(Node &node, int i)
         mag_set(rad, arb_radref(c));
         if (!arb_is_finite(c) || mag_cmp(rad, limit) > 0)
             ok = false;
-        node.c[k] = split(c);
+        node.c[k] = dd::from_arb(c);
         if (k >= 1) {
             // R^(k+1) = t0 R^(k) + k R^(k-1)
             arb_mul(next, t0, cur, prec);

@@ -88,6 +88,19 @@ const dd::ExpConstants &dd::exp_constants()
     return c;
 }
 
+DD dd::from_arb(arb_srcptr v)
+{
+    DD d;
+    d.hi = arf_get_d(arb_midref(v), ARF_RND_NEAR);
+    arf_t rest;
+    arf_init(rest);
+    arf_set_d(rest, d.hi);
+    arf_sub(rest, arb_midref(v), rest, 128, ARF_RND_NEAR);
+    d.lo = arf_get_d(rest, ARF_RND_NEAR);
+    arf_clear(rest);
+    return fast_two_sum(d.hi, d.lo);
+}
+
 bool dd::from_float(DD &out, mpfr_srcptr x)
 {
     if (!mpfr_regular_p(x) || mpfr_get_prec(x) > 64)

@@ -10,6 +10,7 @@
 
 #include "double_double.hpp"
 
+#include <arb.h>
 #include <mpfr.h>
 
 namespace talvo::mp::dd {
@@ -17,6 +18,10 @@ namespace talvo::mp::dd {
 // The exact value of a float of at most 64 bits as a double-double (53 bits
 // in hi, the rest in lo), for 2^-900 <= |x| < 2^900; false for any other x.
 bool from_float(DD &out, mpfr_srcptr x);
+
+// The midpoint of a ball as a double-double: hi its nearest double, lo the
+// nearest double to the rest (within 2^-106 of the midpoint, relative).
+DD from_arb(arb_srcptr v);
 
 // ln 2 and 1/n! (n = 0..9), each within ulp(lo) / 2 of its value.
 struct ExpConstants {

@@ -73,17 +73,6 @@ struct Coefficients {
 
 constexpr slong kTablePrec = 200;
 
-DD split(arb_srcptr v)
-{
-    DD d;
-    d.hi = arf_get_d(arb_midref(v), ARF_RND_NEAR);
-    Arf rest;
-    arf_set_d(rest, d.hi);
-    arf_sub(rest, arb_midref(v), rest, kTablePrec, ARF_RND_NEAR);
-    d.lo = arf_get_d(rest, ARF_RND_NEAR);
-    return dd::fast_two_sum(d.hi, d.lo);
-}
-
 void start_table(Coefficients &co, DD a, DD z)
 {
     co.a = a;
@@ -101,7 +90,7 @@ void start_table(Coefficients &co, DD a, DD z)
     arb_lgamma(t, t, kTablePrec);
     arb_add(t, t, co.zz, kTablePrec);
     arb_neg(t, t);
-    co.c0 = split(t);
+    co.c0 = dd::from_arb(t);
     arb_one(co.e_sum);
     arb_one(co.term);
     arb_one(co.prod);
@@ -118,7 +107,7 @@ void extend_table(Coefficients &co, slong n_max)
         arb_add_ui(t, co.aa, static_cast<ulong>(n), kTablePrec);
         arb_mul(co.prod, co.prod, t, kTablePrec);
         arb_div(t, co.e_sum, co.prod, kTablePrec);
-        co.c.push_back(split(t));
+        co.c.push_back(dd::from_arb(t));
     }
 }
 
