@@ -452,18 +452,18 @@ TalvoFloat TalvoMP_g01fac_lower_with_probability(TalvoFloat p, TalvoFloat *proba
     bool fast = false, dd = false;
     StepDensity step;
     const slong out_prec = target_full().out_prec;
-    mpfr_t dd_probability;
-    mpfr_init2(dd_probability, std::max<slong>(out_prec, MPFR_PREC_MIN));
-    TalvoFloat z = normal_deviate_call(Nag_LowerTail, p, fail, ball, &fast, &step, &dd, dd_probability);
+    // The double-double step writes the probability straight into the float
+    // handed back.
+    ALGEB dd_probability = talvo_float_new(out_prec);
+    TalvoFloat z =
+        normal_deviate_call(Nag_LowerTail, p, fail, ball, &fast, &step, &dd, talvo_float_mpfr(dd_probability));
     if (dd) {
-        if (!mpfr_nan_p(dd_probability)) {
-            *probability = TalvoFloat::from_handle(talvo_float_from_mpfr(dd_probability, out_prec));
+        if (!mpfr_nan_p(talvo_float_mpfr(dd_probability))) {
+            *probability = TalvoFloat::from_handle(dd_probability);
             *settled = 1;
         }
-        mpfr_clear(dd_probability);
         return z;
     }
-    mpfr_clear(dd_probability);
     if (!fast)
         return z;
     const slong wp = out_prec + 64;

@@ -184,26 +184,30 @@ TALVO_DD_INLINE bool probability_of_rounded(mpfr_ptr out, mpfr_srcptr z, bool ne
         T = dd::neg(T);
     const DD d = dd::add(T, dd::neg(t1));
     const double ad = std::fabs(d.hi) * (1 + 0x1p-50);
-    if (!(ad <= 0x1p-48 * t1.hi)) {
+    DD QT;
+    double err; // absolute, of QT as Q(T)
+    if (ad <= 0x1p-48 * t1.hi) {
+        const DD linear = dd::mul(d, phi1);
+        const double quad = 0.5 * d.hi * d.hi * t1.hi * phi1.hi;
+        QT = dd::add(dd::add(Q1, dd::neg(linear)), DD{quad, 0.0});
+        const double tmax = t1.hi + ad;
+        const double rem = ad * ad * ad / 6 * (tmax * tmax + 1) * phi1.hi * (1 + 2 * ad * tmax + 0x1p-40);
+        err = kUpperError * Q1.hi * (1 + 0x1p-50) +
+              std::fabs(linear.hi) * (1 + 0x1p-50) * (kDensityError + 9 * 0x1p-106) + std::fabs(quad) * 0x1p-50 +
+              rem + 8 * 0x1p-106 * (Q1.hi + std::fabs(linear.hi));
+    } else {
         // A short deviate: Q(T) from its own evaluation.
-        DD QT, phiT;
+        DD phiT;
         if (!(T.hi > 0) || !upper_tail(QT, phiT, T))
             return false;
-        if (!negative)
-            return dd::round_to(out, dd::add(DD{1.0, 0.0}, dd::neg(QT)), kUpperError * (1 + 0x1p-40) + 0x1p-104);
-        return dd::round_to(out, QT, kUpperError * (1 + 0x1p-40));
+        err = kUpperError * QT.hi * (1 + 0x1p-40);
     }
-    const DD linear = dd::mul(d, phi1);
-    const double quad = 0.5 * d.hi * d.hi * t1.hi * phi1.hi;
-    const DD QT = dd::add(dd::add(Q1, dd::neg(linear)), DD{quad, 0.0});
-    const double tmax = t1.hi + ad;
-    const double rem = ad * ad * ad / 6 * (tmax * tmax + 1) * phi1.hi * (1 + 2 * ad * tmax + 0x1p-40);
-    const double err = kUpperError * Q1.hi * (1 + 0x1p-50) +
-                       std::fabs(linear.hi) * (1 + 0x1p-50) * (kDensityError + 9 * 0x1p-106) +
-                       std::fabs(quad) * 0x1p-50 + rem + 8 * 0x1p-106 * (Q1.hi + std::fabs(linear.hi));
+    if (!(QT.hi > 0))
+        return false;
+    // 1 - Q(T) >= 1/2: twice the error, and the subtraction's 3 u^2 / (1 - 4u).
     if (!negative)
-        return dd::round_to(out, dd::add(DD{1.0, 0.0}, dd::neg(QT)), 2 * (err + 0x1p-106));
-    return QT.hi > 0 && dd::round_to(out, QT, err / (QT.hi * (1 - 0x1p-40)));
+        return dd::round_to(out, dd::add(DD{1.0, 0.0}, dd::neg(QT)), 2 * err + 0x1p-104);
+    return dd::round_to(out, QT, err / (QT.hi * (1 - 0x1p-40)));
 }
 
 } // namespace
