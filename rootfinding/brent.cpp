@@ -14,6 +14,40 @@ namespace {
 
 bool SameStrictSign(const TalvoFloat &a, const TalvoFloat &b) { return (a > 0L && b > 0L) || (a < 0L && b < 0L); }
 
+// Magnitudes compared without making them floats.  |a| < |b|; false when
+// either is NaN, as every comparison of fabs(a) and fabs(b) is.
+bool AbsLess(const TalvoFloat &a, const TalvoFloat &b)
+{
+    mpfr_srcptr x = a.mpfr(), y = b.mpfr();
+    return !mpfr_nan_p(x) && !mpfr_nan_p(y) && mpfr_cmpabs(x, y) < 0;
+}
+
+// The sign of |a| - t for a signed t, as fabs(a) compared with t would give
+// it; false when either is NaN.
+bool AbsMinus(const TalvoFloat &a, const TalvoFloat &t, int *sign)
+{
+    mpfr_srcptr x = a.mpfr(), y = t.mpfr();
+    if (mpfr_nan_p(x) || mpfr_nan_p(y))
+        return false;
+    *sign = mpfr_signbit(y) && !mpfr_zero_p(y) ? 1 : mpfr_cmpabs(x, y);
+    return true;
+}
+bool AbsAtMost(const TalvoFloat &a, const TalvoFloat &t)
+{
+    int s;
+    return AbsMinus(a, t, &s) && s <= 0;
+}
+bool AbsAtLeast(const TalvoFloat &a, const TalvoFloat &t)
+{
+    int s;
+    return AbsMinus(a, t, &s) && s >= 0;
+}
+bool AbsAbove(const TalvoFloat &a, const TalvoFloat &t)
+{
+    int s;
+    return AbsMinus(a, t, &s) && s > 0;
+}
+
 using namespace stats::rootfinding;
 
 const char *const kHybridNoConvergence = "BrentMethodHybrid was not able to converge on the specified root.";
@@ -27,6 +61,9 @@ TalvoFloat STATS_BrentMethod_MP(TKernelVector kv, TalvoFloat y, STATS_TalvoCallb
     if (SameStrictSign(fa, fb))
         TalvoRaiseError(kv, "root must be bracketed by lower and upper boundaries.");
     TalvoFloat c = b, fc = fb, d(0.0), e(0.0);
+    // The constants of the loop, made once: the same roundings as making
+    // them in every round, without the allocations.
+    const TalvoFloat zero(0.0), one(1.0), two(2.0), three(3.0), twoTol = two * tol, halfTol = TalvoFloat(0.5) * tol;
     for (int iteration = 0; iteration < maxIterations; ++iteration) {
         if (SameStrictSign(fb, fc)) {
             c = a;
@@ -34,7 +71,7 @@ TalvoFloat STATS_BrentMethod_MP(TKernelVector kv, TalvoFloat y, STATS_TalvoCallb
             d = b - a;
             e = d;
         }
-        if (fabs(fc) < fabs(fb)) {
+        if (AbsLess(fc, fb)) {
             a = b;
             b = c;
             c = a;
@@ -44,26 +81,26 @@ TalvoFloat STATS_BrentMethod_MP(TKernelVector kv, TalvoFloat y, STATS_TalvoCallb
         }
         // The relative part of the tolerance is tol itself: the search runs
         // three digits above the precision tol was derived from.
-        TalvoFloat tol1 = TalvoFloat(2.0) * tol * fabs(b) + TalvoFloat(0.5) * tol;
+        TalvoFloat tol1 = twoTol * fabs(b) + halfTol;
         TalvoFloat xm = TalvoFloat(0.5) * (c - b);
-        if (fabs(xm) <= tol1 || fb == TalvoFloat(0.0))
+        if (AbsAtMost(xm, tol1) || fb == zero)
             return b;
-        if (fabs(e) >= tol1 && fabs(fa) > fabs(fb)) {
+        if (AbsAtLeast(e, tol1) && AbsLess(fb, fa)) {
             TalvoFloat s = fb / fa, p, q;
             if (a == c) { // secant
-                p = TalvoFloat(2.0) * xm * s;
-                q = TalvoFloat(1.0) - s;
+                p = two * xm * s;
+                q = one - s;
             } else { // inverse quadratic interpolation
                 TalvoFloat r = fb / fc;
                 q = fa / fc;
-                p = s * (TalvoFloat(2.0) * xm * q * (q - r) - (b - a) * (r - TalvoFloat(1.0)));
-                q = (q - TalvoFloat(1.0)) * (r - TalvoFloat(1.0)) * (s - TalvoFloat(1.0));
+                p = s * (two * xm * q * (q - r) - (b - a) * (r - one));
+                q = (q - one) * (r - one) * (s - one);
             }
             if (p > 0L)
                 q = -q;
             p = fabs(p);
-            TalvoFloat min1 = TalvoFloat(3.0) * xm * q - fabs(tol1 * q), min2 = fabs(e * q);
-            if (TalvoFloat(2.0) * p < (min1 < min2 ? min1 : min2)) {
+            TalvoFloat min1 = three * xm * q - fabs(tol1 * q), min2 = fabs(e * q);
+            if (two * p < (min1 < min2 ? min1 : min2)) {
                 e = d;
                 d = p / q;
             } else {
@@ -76,7 +113,7 @@ TalvoFloat STATS_BrentMethod_MP(TKernelVector kv, TalvoFloat y, STATS_TalvoCallb
         }
         a = b;
         fa = fb;
-        b = fabs(d) > tol1 ? b + d : b + Sign(tol1, xm);
+        b = AbsAbove(d, tol1) ? b + d : b + Sign(tol1, xm);
         fb = f.Call(b) - y;
     }
     TalvoRaiseError(kv, "maximum number of iterations exceeded in Brent root finding.");

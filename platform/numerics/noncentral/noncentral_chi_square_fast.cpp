@@ -19,6 +19,12 @@
 //     each step c_n + y S adds at most the coefficient's error, 5 u^2 (mul)
 //     and 3 u^2 / (1 - 4u) (add) to the relative error of the step before:
 //     at most 9 (N + 2) u^2;
+//   the terms past M, summed in double first (D, Horner's rule on the
+//     coefficients' high words and y's high word): at most 3 u per step
+//     relative to D, so 3 (N - M + 1) u times D's share of the sum,
+//     D y^(M+1) / S, taken as 3.1 (N - M + 1) u Q / S with Q and S the
+//     computed share and sum (M is where the terms' bound falls below
+//     2^-25, so the share is below about 2^-24);
 //   the terms beyond n = N: at most e^z t_(N+1) / (1 - y / (a + N + 2)) with
 //     t_n = y^n / ((a+1)...(a+n)) (E_n < e^z, and the ratio of neighbouring
 //     t bounds the rest geometrically), relative to the sum, which is >= 1;
@@ -69,6 +75,16 @@ struct Coefficients {
     DD c0;                 // -z - lnGamma(a + 1)
     std::vector<DD> c;     // c_0, c_1, ...
     Arb aa, e_sum, term, prod, zz; // the 200-bit state of the extension
+    std::vector<double> inv;       // 1 / (a + n) in double, n = 0, 1, ...
+
+    // 1 / (a + n) rounded to double: the ratios of the terms' double
+    // estimates, with a multiplication where a division would wait.
+    double reciprocal(slong n)
+    {
+        while (static_cast<slong>(inv.size()) <= n)
+            inv.push_back(1.0 / (a.hi + static_cast<double>(inv.size())));
+        return inv[static_cast<size_t>(n)];
+    }
 };
 
 constexpr slong kTablePrec = 200;
@@ -78,6 +94,7 @@ void start_table(Coefficients &co, DD a, DD z)
     co.a = a;
     co.z = z;
     co.c.clear();
+    co.inv.clear();
     Arb t;
     // Exact: each has at most 64 bits.
     arb_set_d(co.aa, a.hi);
@@ -148,15 +165,22 @@ TALVO_FMA_CLONES bool g01gcc_fast(TalvoFloat &out, const TalvoFloat &x, const Ta
         return false;
 
     // The number of terms, from doubles: t = t_n, stopping at the first n
-    // where twice the bound of the terms from n on is below 2^-100.
+    // where twice the bound of the terms from n on is below 2^-100.  The
+    // terms past the first n where that bound is below 2^-25 (M + 1 on) are
+    // summed in double: a relative error of a few hundred units of 2^-53 in
+    // them is below 2^-70 of the sum, still 2^-16 of the rounding unit of a
+    // 54-bit answer, so that the bound rarely leaves the rounding undecided.
+    Coefficients &co = table_for(a, z);
     const double ez = std::exp(z.hi);
     double t = 1, tail = 0;
-    slong N = -1;
+    slong N = -1, M = -1;
     for (slong n = 1; n <= kMaxTerms; ++n) {
-        t *= y.hi / (a.hi + static_cast<double>(n));
-        const double r = y.hi / (a.hi + static_cast<double>(n) + 1);
+        t *= y.hi * co.reciprocal(n);
+        const double r = y.hi * co.reciprocal(n + 1);
         if (r < 0.5) {
             tail = 2 * ez * t / (1 - r);
+            if (M < 0 && tail <= 0x1p-25)
+                M = n - 1;
             if (tail <= 0x1p-100) {
                 N = n - 1;
                 break;
@@ -165,7 +189,6 @@ TALVO_FMA_CLONES bool g01gcc_fast(TalvoFloat &out, const TalvoFloat &x, const Ta
     }
     if (N < 0)
         return false;
-    Coefficients &co = table_for(a, z);
     extend_table(co, N);
     // c_n falls like 1/n! beyond the peak of the terms, and the doubles end
     // near 2^-1022: with a coefficient that small (N of about 170 and more,
@@ -173,9 +196,20 @@ TALVO_FMA_CLONES bool g01gcc_fast(TalvoFloat &out, const TalvoFloat &x, const Ta
     if (!(co.c[static_cast<size_t>(N)].hi >= 0x1p-900))
         return false;
 
-    DD S = co.c[static_cast<size_t>(N)];
-    for (slong n = N - 1; n >= 0; --n)
+    // D = sum_{n > M} c_n y^(n - M - 1) by Horner's rule in double: each
+    // step (the coefficient's high word, y's high word, the fused
+    // multiply-add) adds at most 3 u to the relative error of the one before,
+    // all terms being positive.  Q follows D's share of S, D y^(M + 1), in
+    // double as the double-double steps multiply it by y.
+    double D = 0;
+    for (slong n = N; n > M; --n)
+        D = std::fma(y.hi, D, co.c[static_cast<size_t>(n)].hi);
+    DD S{D, 0};
+    double Q = D;
+    for (slong n = M; n >= 0; --n) {
         S = dd::add(co.c[static_cast<size_t>(n)], dd::mul(y, S));
+        Q *= y.hi;
+    }
 
     DD ly;
     if (!dd::log(ly, y))
@@ -186,7 +220,8 @@ TALVO_FMA_CLONES bool g01gcc_fast(TalvoFloat &out, const TalvoFloat &x, const Ta
         return false;
     const DD P = dd::mul(dd::exp(L), S);
 
-    const double err_S = 9 * static_cast<double>(N + 2) * kU2 + tail;
+    const double err_D = 3.1 * static_cast<double>(N - M + 1) * 0x1p-53 * Q / S.hi;
+    const double err_S = 9 * static_cast<double>(N + 2) * kU2 + tail + err_D;
     const double err_L = a.hi * 1.0001 * dd::kLogAbsoluteError +
                          8 * kU2 * (std::fabs(aly.hi) + y.hi + std::fabs(co.c0.hi) + std::fabs(L.hi)) +
                          0x1p-105 * std::fabs(co.c0.hi);
