@@ -128,30 +128,6 @@ struct Estimate {
     }
 };
 
-// The largest of f over the integers of [lo, hi] for a unimodal f.
-template <class F>
-slong argmax_unimodal(slong lo, slong hi, F &&f)
-{
-    while (hi - lo > 3) {
-        slong m1 = lo + (hi - lo) / 3;
-        slong m2 = hi - (hi - lo) / 3;
-        if (f(m1) < f(m2))
-            lo = m1 + 1;
-        else
-            hi = m2;
-    }
-    slong best = lo;
-    double fb = f(lo);
-    for (slong j = lo + 1; j <= hi; ++j) {
-        double v = f(j);
-        if (v > fb) {
-            fb = v;
-            best = j;
-        }
-    }
-    return best;
-}
-
 // The weight w(j) = sign e^-z z^(j+s) / Gamma(j+s+1) as a ball.
 void weight_fresh(arb_ptr w, const MixtureComponent &c, slong j, slong wp)
 {
@@ -270,6 +246,21 @@ void weight_tail(mag_ptr out, const MixtureComponent &c, slong j, bool above)
     arb_get_mag(out, w);
 }
 
+// The peak and start of the last one-component plan of a falling sum made
+// on this thread: a root search or a sample plans sums of the same
+// component at nearby points, whose peak and start are the same or
+// neighbours, so the searches start from them (two or three estimates each
+// instead of twenty or so).  The climbing searches find what the searches
+// without a guess find on the shapes the estimates have (a log-concave
+// term sequence, a ladder bound falling with the index), so a plan does not
+// depend on the calls before it.
+struct PlanGuess {
+    double z = -1, s = 0, a = 0, b = 0;
+    int kind = -1;
+    slong trunc = -1;
+    slong peak = 0, start = 0;
+};
+
 // The double-precision plan of a sum: the estimates of its components,
 // the size of its largest term, and the index at which the summation starts.
 struct Plan {
@@ -315,7 +306,11 @@ Status make_plan(Plan &plan, const MixtureComponent *c, int nc, slong trunc)
     if (!(jmax_d <= 4.0 * kMaxSeriesTerms))
         return Status::TooCostly;
     slong jmax = static_cast<slong>(jmax_d);
-    slong peak = argmax_unimodal(0, jmax, log_term);
+    thread_local PlanGuess guess;
+    const Estimate &e0 = est[0];
+    const bool guessed = nc == 1 && falling && guess.kind == e0.kind && guess.z == e0.z && guess.s == e0.s &&
+                         guess.a == e0.a && guess.b == e0.b && guess.trunc == trunc;
+    slong peak = guessed ? argmax_climbing(0, jmax, guess.peak, log_term) : argmax_unimodal(0, jmax, log_term);
     const double want = log_term(peak) - (trunc + 8) * kLn2;
     plan.want = want;
     plan.peak = peak;
@@ -330,9 +325,20 @@ Status make_plan(Plan &plan, const MixtureComponent *c, int nc, slong trunc)
             return m <= want;
         };
         slong from = std::max<slong>(peak, static_cast<slong>(std::ceil(z)));
-        start = first_true_from(from, from + kMaxSeriesTerms, ok);
+        start = guessed ? first_true_near(from, from + kMaxSeriesTerms, guess.start, ok)
+                        : first_true_from(from, from + kMaxSeriesTerms, ok);
         if (start < 0)
             return Status::TooCostly;
+        if (nc == 1) {
+            guess.kind = e0.kind;
+            guess.z = e0.z;
+            guess.s = e0.s;
+            guess.a = e0.a;
+            guess.b = e0.b;
+            guess.trunc = trunc;
+            guess.peak = peak;
+            guess.start = start;
+        }
         for (int i = 0; i < nc; ++i)
             if (c[i].kind == MixtureComponent::GammaLower && fmpq_is_zero(c[i].a))
                 start = std::max<slong>(start, 1);

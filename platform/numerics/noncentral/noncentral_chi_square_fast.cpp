@@ -56,6 +56,7 @@
 #include "../core/double_double_functions.hpp"
 #include "../invert/invert.hpp"
 
+#include <algorithm>
 #include <cmath>
 #include <vector>
 
@@ -79,11 +80,17 @@ struct Coefficients {
 
     // 1 / (a + n) rounded to double: the ratios of the terms' double
     // estimates, with a multiplication where a division would wait.
-    double reciprocal(slong n)
+    [[gnu::always_inline]] double reciprocal(slong n)
     {
-        while (static_cast<slong>(inv.size()) <= n)
-            inv.push_back(1.0 / (a.hi + static_cast<double>(inv.size())));
+        if (static_cast<size_t>(n) >= inv.size()) [[unlikely]]
+            grow_reciprocals(n);
         return inv[static_cast<size_t>(n)];
+    }
+    [[gnu::noinline]] void grow_reciprocals(slong n)
+    {
+        const size_t want = std::max<size_t>(2 * inv.size(), static_cast<size_t>(n) + 64);
+        while (inv.size() < want)
+            inv.push_back(1.0 / (a.hi + static_cast<double>(inv.size())));
     }
 };
 

@@ -12,6 +12,7 @@
 #include "../core/arb_types.hpp"
 #include "../core/support.hpp"
 
+#include <algorithm>
 #include <cmath>
 #include <vector>
 
@@ -103,6 +104,78 @@ slong first_true_from(slong lo, slong limit, F &&f)
         prev = next;
         step *= 2;
     }
+}
+
+// The largest of f over the integers of [lo, hi] for a unimodal f.
+template <class F>
+slong argmax_unimodal(slong lo, slong hi, F &&f)
+{
+    while (hi - lo > 3) {
+        slong m1 = lo + (hi - lo) / 3;
+        slong m2 = hi - (hi - lo) / 3;
+        if (f(m1) < f(m2))
+            lo = m1 + 1;
+        else
+            hi = m2;
+    }
+    slong best = lo;
+    double fb = f(lo);
+    for (slong j = lo + 1; j <= hi; ++j) {
+        double v = f(j);
+        if (v > fb) {
+            fb = v;
+            best = j;
+        }
+    }
+    return best;
+}
+
+// The largest of a unimodal f over the integers of [lo, hi], climbing from
+// the guess h: the leftmost of the largest values, as argmax_unimodal finds
+// it, in two or three evaluations when h is at or beside the peak.
+template <class F>
+slong argmax_climbing(slong lo, slong hi, slong h, F &&f)
+{
+    h = std::clamp(h, lo, hi);
+    double fh = f(h);
+    if (h < hi) {
+        double up = f(h + 1);
+        if (up > fh) {
+            ++h;
+            fh = up;
+            while (h < hi) {
+                double v = f(h + 1);
+                if (!(v > fh))
+                    break;
+                ++h;
+                fh = v;
+            }
+            return h;
+        }
+    }
+    while (h > lo) {
+        double v = f(h - 1);
+        if (!(v >= fh))
+            break;
+        --h;
+        fh = v;
+    }
+    return h;
+}
+
+// The first j in [lo, limit] where the nondecreasing predicate ok holds
+// (-1 when none does), from the guess h: two evaluations when h is the
+// answer, else the search of first_true_from on the side h leaves open.
+template <class F>
+slong first_true_near(slong lo, slong limit, slong h, F &&ok)
+{
+    if (h <= lo || h > limit)
+        return first_true_from(lo, limit, ok);
+    if (!ok(h))
+        return first_true_from(h + 1, limit, ok);
+    if (!ok(h - 1))
+        return h;
+    return first_true(lo, h - 1, ok);
 }
 
 // A positive ball in double precision for the estimates: its value clamped
