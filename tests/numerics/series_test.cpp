@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <random>
 #include <vector>
 
@@ -57,6 +58,31 @@ TEST(SeriesSearch, ClimbingFindsThePeakOfTheTernarySearchFromAnyGuess)
             }
         }
     }
+}
+
+// Over a range of 10^8 indices (the estimates search up to 4 x 10^7 past a
+// huge non-centrality), a guess far from the peak or the first true index
+// costs a few dozen evaluations, not one per index in between.
+TEST(SeriesSearch, FarGuessesOverHugeRangesCostFewEvaluations)
+{
+    const slong n = 100000000;
+    for (slong top : {slong(0), slong(12345), slong(50000000), n - 1})
+        for (slong h : {slong(0), slong(7), top - 3, top + 5, slong(77777777), n - 1}) {
+            int calls = 0;
+            auto f = [&](slong j) {
+                ++calls;
+                return -std::fabs(static_cast<double>(j - top)); // peak at top, strictly unimodal
+            };
+            EXPECT_EQ(argmax_climbing(0, n - 1, h, f), top) << "top " << top << " guess " << h;
+            EXPECT_LE(calls, 200) << "top " << top << " guess " << h;
+            calls = 0;
+            auto ok = [&](slong j) {
+                ++calls;
+                return j >= top;
+            };
+            EXPECT_EQ(first_true_near(0, n - 1, h, ok), top) << "top " << top << " guess " << h;
+            EXPECT_LE(calls, 200) << "top " << top << " guess " << h;
+        }
 }
 
 TEST(SeriesSearch, FirstTrueNearFindsTheFirstTrueIndexFromAnyGuess)

@@ -132,10 +132,14 @@ slong argmax_unimodal(slong lo, slong hi, F &&f)
 
 // The largest of a unimodal f over the integers of [lo, hi], climbing from
 // the guess h: the leftmost of the largest values, as argmax_unimodal finds
-// it, in two or three evaluations when h is at or beside the peak.
+// it, in two or three evaluations when h is at or beside the peak.  A climb
+// that goes on past a few steps hands the side it heads for to
+// argmax_unimodal, so that a guess far from the peak costs a logarithmic
+// number of evaluations, not one per index between them.
 template <class F>
 slong argmax_climbing(slong lo, slong hi, slong h, F &&f)
 {
+    constexpr int kSteps = 8;
     h = std::clamp(h, lo, hi);
     double fh = f(h);
     if (h < hi) {
@@ -143,7 +147,9 @@ slong argmax_climbing(slong lo, slong hi, slong h, F &&f)
         if (up > fh) {
             ++h;
             fh = up;
-            while (h < hi) {
+            for (int step = 0; h < hi; ++step) {
+                if (step == kSteps) // still rising: the peak is at h or beyond
+                    return argmax_unimodal(h, hi, f);
                 double v = f(h + 1);
                 if (!(v > fh))
                     break;
@@ -153,7 +159,9 @@ slong argmax_climbing(slong lo, slong hi, slong h, F &&f)
             return h;
         }
     }
-    while (h > lo) {
+    for (int step = 0; h > lo; ++step) {
+        if (step == kSteps) // nothing right of h is larger: the peak is at h or before
+            return argmax_unimodal(lo, h, f);
         double v = f(h - 1);
         if (!(v >= fh))
             break;
