@@ -12,41 +12,58 @@
 
 namespace {
 
-bool SameStrictSign(const TalvoFloat &a, const TalvoFloat &b) { return (a > 0L && b > 0L) || (a < 0L && b < 0L); }
-
-// Magnitudes compared without making them floats.  |a| < |b|; false when
-// either is NaN, as every comparison of fabs(a) and fabs(b) is.
-bool AbsLess(const TalvoFloat &a, const TalvoFloat &b)
+// The sign tests and magnitude comparisons of the loop, read straight from
+// the floats.  Every one is false when a side is NaN, as the comparisons of
+// TalvoFloat are.
+int SignOf(mpfr_srcptr x) { return mpfr_nan_p(x) ? 0 : mpfr_sgn(x); }
+bool SameStrictSign(mpfr_srcptr a, mpfr_srcptr b)
 {
-    mpfr_srcptr x = a.mpfr(), y = b.mpfr();
-    return !mpfr_nan_p(x) && !mpfr_nan_p(y) && mpfr_cmpabs(x, y) < 0;
+    const int sa = SignOf(a), sb = SignOf(b);
+    return sa != 0 && sa == sb;
 }
 
-// The sign of |a| - t for a signed t, as fabs(a) compared with t would give
-// it; false when either is NaN.
-bool AbsMinus(const TalvoFloat &a, const TalvoFloat &t, int *sign)
+// |a| < |b|.
+bool AbsLess(mpfr_srcptr x, mpfr_srcptr y) { return !mpfr_nan_p(x) && !mpfr_nan_p(y) && mpfr_cmpabs(x, y) < 0; }
+
+// The sign of |a| - t for a signed t, as fabs(a) compared with t gives it;
+// false when either is NaN.
+bool AbsMinus(mpfr_srcptr x, mpfr_srcptr t, int *sign)
 {
-    mpfr_srcptr x = a.mpfr(), y = t.mpfr();
-    if (mpfr_nan_p(x) || mpfr_nan_p(y))
+    if (mpfr_nan_p(x) || mpfr_nan_p(t))
         return false;
-    *sign = mpfr_signbit(y) && !mpfr_zero_p(y) ? 1 : mpfr_cmpabs(x, y);
+    *sign = mpfr_signbit(t) && !mpfr_zero_p(t) ? 1 : mpfr_cmpabs(x, t);
     return true;
 }
-bool AbsAtMost(const TalvoFloat &a, const TalvoFloat &t)
+bool AbsAtMost(mpfr_srcptr x, mpfr_srcptr t)
 {
     int s;
-    return AbsMinus(a, t, &s) && s <= 0;
+    return AbsMinus(x, t, &s) && s <= 0;
 }
-bool AbsAtLeast(const TalvoFloat &a, const TalvoFloat &t)
+bool AbsAtLeast(mpfr_srcptr x, mpfr_srcptr t)
 {
     int s;
-    return AbsMinus(a, t, &s) && s >= 0;
+    return AbsMinus(x, t, &s) && s >= 0;
 }
-bool AbsAbove(const TalvoFloat &a, const TalvoFloat &t)
+bool AbsAbove(mpfr_srcptr x, mpfr_srcptr t)
 {
     int s;
-    return AbsMinus(a, t, &s) && s > 0;
+    return AbsMinus(x, t, &s) && s > 0;
 }
+
+// An MPFR float of the working precision held by the search's frame and
+// freed on every way out of it (a raised error included).
+class Work {
+public:
+    explicit Work(mpfr_prec_t p) { mpfr_init2(v_, p); }
+    ~Work() { mpfr_clear(v_); }
+    Work(const Work &) = delete;
+    Work &operator=(const Work &) = delete;
+    operator mpfr_ptr() { return v_; }
+    operator mpfr_srcptr() const { return v_; }
+
+private:
+    mpfr_t v_;
+};
 
 using namespace stats::rootfinding;
 
@@ -54,24 +71,36 @@ const char *const kHybridNoConvergence = "BrentMethodHybrid was not able to conv
 
 } // namespace
 
+// The points and their values are host floats, handed to f and returned as
+// they are; the arithmetic of a round (the tolerance, the interpolation, the
+// step) runs in MPFR floats of the working precision kept for the whole
+// search.  Each operation is the one a TalvoFloat expression performs (the
+// exact operands rounded once, to nearest, at the working precision), so
+// the search takes the same steps and returns the same float as it does in
+// TalvoFloat arithmetic, without a collected float per operation.
 TalvoFloat STATS_BrentMethod_MP(TKernelVector kv, TalvoFloat y, STATS_TalvoCallbackAdapter_MP &f, TalvoFloat a,
                                 TalvoFloat b, TalvoFloat tol, int maxIterations)
 {
     TalvoFloat fa = f.Call(a) - y, fb = f.Call(b) - y;
-    if (SameStrictSign(fa, fb))
+    if (SameStrictSign(fa.mpfr(), fb.mpfr()))
         TalvoRaiseError(kv, "root must be bracketed by lower and upper boundaries.");
-    TalvoFloat c = b, fc = fb, d(0.0), e(0.0);
-    // The constants of the loop, made once: the same roundings as making
-    // them in every round, without the allocations.
-    const TalvoFloat zero(0.0), one(1.0), two(2.0), three(3.0), twoTol = two * tol, halfTol = TalvoFloat(0.5) * tol;
+    TalvoFloat c = b, fc = fb;
+    const mpfr_prec_t wp = talvo_float_precision();
+    constexpr mpfr_rnd_t N = MPFR_RNDN;
+    Work d(wp), e(wp), tol1(wp), xm(wp), s(wp), p(wp), q(wp), r(wp), min1(wp), min2(wp), t(wp), u(wp), twoTol(wp),
+        halfTol(wp);
+    mpfr_set_zero(d, 1);
+    mpfr_set_zero(e, 1);
+    mpfr_mul_ui(twoTol, tol.mpfr(), 2, N);  // 2 tol
+    mpfr_div_ui(halfTol, tol.mpfr(), 2, N); // 0.5 tol
     for (int iteration = 0; iteration < maxIterations; ++iteration) {
-        if (SameStrictSign(fb, fc)) {
+        if (SameStrictSign(fb.mpfr(), fc.mpfr())) {
             c = a;
             fc = fa;
-            d = b - a;
-            e = d;
+            mpfr_sub(d, b.mpfr(), a.mpfr(), N);
+            mpfr_set(e, d, N);
         }
-        if (AbsLess(fc, fb)) {
+        if (AbsLess(fc.mpfr(), fb.mpfr())) {
             a = b;
             b = c;
             c = a;
@@ -81,39 +110,73 @@ TalvoFloat STATS_BrentMethod_MP(TKernelVector kv, TalvoFloat y, STATS_TalvoCallb
         }
         // The relative part of the tolerance is tol itself: the search runs
         // three digits above the precision tol was derived from.
-        TalvoFloat tol1 = twoTol * fabs(b) + halfTol;
-        TalvoFloat xm = TalvoFloat(0.5) * (c - b);
-        if (AbsAtMost(xm, tol1) || fb == zero)
+        // tol1 = 2 tol |b| + 0.5 tol, xm = 0.5 (c - b).
+        mpfr_abs(t, b.mpfr(), N);
+        mpfr_mul(t, twoTol, t, N);
+        mpfr_add(tol1, t, halfTol, N);
+        mpfr_sub(t, c.mpfr(), b.mpfr(), N);
+        mpfr_div_ui(xm, t, 2, N);
+        if (AbsAtMost(xm, tol1) || mpfr_zero_p(fb.mpfr()))
             return b;
-        if (AbsAtLeast(e, tol1) && AbsLess(fb, fa)) {
-            TalvoFloat s = fb / fa, p, q;
-            if (a == c) { // secant
-                p = two * xm * s;
-                q = one - s;
+        if (AbsAtLeast(e, tol1) && AbsLess(fb.mpfr(), fa.mpfr())) {
+            mpfr_div(s, fb.mpfr(), fa.mpfr(), N);
+            if (mpfr_equal_p(a.mpfr(), c.mpfr())) { // secant: p = 2 xm s, q = 1 - s
+                mpfr_mul_ui(t, xm, 2, N);
+                mpfr_mul(p, t, s, N);
+                mpfr_ui_sub(q, 1, s, N);
             } else { // inverse quadratic interpolation
-                TalvoFloat r = fb / fc;
-                q = fa / fc;
-                p = s * (two * xm * q * (q - r) - (b - a) * (r - one));
-                q = (q - one) * (r - one) * (s - one);
+                // r = fb / fc, q = fa / fc,
+                // p = s (2 xm q (q - r) - (b - a)(r - 1)), q = (q - 1)(r - 1)(s - 1).
+                mpfr_div(r, fb.mpfr(), fc.mpfr(), N);
+                mpfr_div(q, fa.mpfr(), fc.mpfr(), N);
+                mpfr_mul_ui(t, xm, 2, N);
+                mpfr_mul(t, t, q, N);
+                mpfr_sub(u, q, r, N);
+                mpfr_mul(t, t, u, N);
+                mpfr_sub(u, b.mpfr(), a.mpfr(), N);
+                mpfr_sub_ui(p, r, 1, N);
+                mpfr_mul(u, u, p, N);
+                mpfr_sub(t, t, u, N);
+                mpfr_mul(p, s, t, N);
+                mpfr_sub_ui(t, q, 1, N);
+                mpfr_sub_ui(u, r, 1, N);
+                mpfr_mul(t, t, u, N);
+                mpfr_sub_ui(u, s, 1, N);
+                mpfr_mul(q, t, u, N);
             }
-            if (p > 0L)
-                q = -q;
-            p = fabs(p);
-            TalvoFloat min1 = three * xm * q - fabs(tol1 * q), min2 = fabs(e * q);
-            if (two * p < (min1 < min2 ? min1 : min2)) {
-                e = d;
-                d = p / q;
+            if (SignOf(p) > 0)
+                mpfr_neg(q, q, N);
+            mpfr_abs(p, p, N);
+            // min1 = 3 xm q - |tol1 q|, min2 = |e q|; interpolate when 2 p < min(min1, min2).
+            mpfr_mul_ui(t, xm, 3, N);
+            mpfr_mul(t, t, q, N);
+            mpfr_mul(u, tol1, q, N);
+            mpfr_abs(u, u, N);
+            mpfr_sub(min1, t, u, N);
+            mpfr_mul(min2, e, q, N);
+            mpfr_abs(min2, min2, N);
+            mpfr_mul_ui(t, p, 2, N);
+            if (mpfr_less_p(t, mpfr_less_p(min1, min2) ? static_cast<mpfr_srcptr>(min1) : min2)) {
+                mpfr_set(e, d, N);
+                mpfr_div(d, p, q, N);
             } else {
-                d = xm;
-                e = d;
+                mpfr_set(d, xm, N);
+                mpfr_set(e, d, N);
             }
         } else {
-            d = xm;
-            e = d;
+            mpfr_set(d, xm, N);
+            mpfr_set(e, d, N);
         }
         a = b;
         fa = fb;
-        b = AbsAbove(d, tol1) ? b + d : b + Sign(tol1, xm);
+        // b moves by d, or by tol1 towards c when d is smaller.
+        if (AbsAbove(d, tol1)) {
+            mpfr_add(t, b.mpfr(), d, N);
+        } else {
+            mpfr_copysign(u, tol1, xm, N);
+            mpfr_add(t, b.mpfr(), u, N);
+        }
+        b = TalvoFloat::from_handle(talvo_float_from_mpfr(t, wp));
         fb = f.Call(b) - y;
     }
     TalvoRaiseError(kv, "maximum number of iterations exceeded in Brent root finding.");
