@@ -51,6 +51,11 @@ void ShuffleBlock(char *block, uint32_t n, size_t width, char *tmp)
     uint32_t queue[kQueue];
     uint32_t begin = 0, end = 0, fetched = 0;
     uint32_t drawn = n - 1; // the step whose j is drawn next; 0 when all are
+    // NextInteger's own body, TalvoRandomInt32 of the stream's kernel
+    // vector, with the vector read once: the same integers from the same
+    // generator, without a call through the library's linkage table and a
+    // reload of the vector for each of them.
+    const TKernelVector stream = STATS_TalvoRandomStream_MP::gTKernelVector;
     // Draws runs until 2 kAhead steps have their j, or every step has.  At
     // most `run` integers of a run are accepted, so drawn stays at least 1
     // until the last one: the shift is at most 31.
@@ -59,7 +64,7 @@ void ShuffleBlock(char *block, uint32_t n, size_t width, char *tmp)
             const uint32_t run = drawn < kRun ? drawn : kRun;
             uint32_t ints[kRun];
             for (uint32_t k = 0; k < run; ++k)
-                ints[k] = static_cast<uint32_t>(STATS_TalvoRandomStream_MP::NextInteger());
+                ints[k] = static_cast<uint32_t>(TalvoRandomInt32(stream));
             // Integer k is kept as the j of the step `drawn` when it is at
             // most drawn, without a branch.
             auto take = [&](uint32_t j) {
