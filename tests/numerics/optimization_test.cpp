@@ -365,6 +365,32 @@ TEST_P(MghLeastSquares, MinimumToDigitsMinusTwo)
 
 INSTANTIATE_TEST_SUITE_P(Digits, MghLeastSquares, ::testing::Values(15L, 30L, 50L));
 
+// The tolerances follow "Digits" from call to call: the powers 10^(-D p)
+// the solvers form are kept between calls, by Digits.  Digits 23 is used by
+// no other test here, so its first solve computes them and the second finds
+// them kept: both take the same steps to the same floats.  Solves at
+// Digits 50 between solves at 23 reach their own accuracy, not that of 23.
+TEST(Tolerances, FollowDigitsFromCallToCall)
+{
+    const mgh::Problem &bard = Find(8);
+    LsqResult first, again;
+    for (long digits : {23L, 50L, 23L, 50L}) {
+        DigitsScope d(digits);
+        LsqResult r = RunLsq(bard, Start(bard));
+        EXPECT_EQ(r.ifail, 0) << "Digits " << digits;
+        ExpectMinimum(bard, r.f, digits, r.x);
+        if (digits == 23)
+            (first.x.empty() ? first : again) = r;
+    }
+    DigitsScope d(23);
+    ASSERT_EQ(first.x.size(), again.x.size());
+    for (size_t j = 0; j < first.x.size(); ++j)
+        EXPECT_TRUE(first.x[j] == again.x[j] && mpfr_get_prec(first.x[j].mpfr()) == mpfr_get_prec(again.x[j].mpfr())) << "x" << j;
+    EXPECT_TRUE(first.f == again.f);
+    EXPECT_EQ(first.nf, again.nf);
+    EXPECT_EQ(first.niter, again.niter);
+}
+
 // By the gradient methods (from the standard starts) at Digits 30.
 TEST(MghGradientMethods, QuasiNewtonAndNewtonAtDigits30)
 {
