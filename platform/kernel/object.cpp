@@ -89,9 +89,17 @@ ALGEB make_lexref(size_t depth, size_t index)
 
 namespace {
 // The name table is on the C++ heap (scanned), so names live for ever.
-std::unordered_map<std::string, ALGEB> &name_table()
+// Looked up by the text itself (no std::string is made to find a name that
+// exists: the host reads its environment variables by name at every call).
+struct NameHash {
+    using is_transparent = void;
+    size_t operator()(std::string_view text) const noexcept { return std::hash<std::string_view>{}(text); }
+};
+using NameTable = std::unordered_map<std::string, ALGEB, NameHash, std::equal_to<>>;
+
+NameTable &name_table()
 {
-    static auto *names = new std::unordered_map<std::string, ALGEB>();
+    static auto *names = new NameTable();
     return *names;
 }
 } // namespace
@@ -108,8 +116,7 @@ std::vector<ALGEB> all_names()
 ALGEB intern(std::string_view text)
 {
     auto *names = &name_table();
-    std::string key(text);
-    auto it = names->find(key);
+    auto it = names->find(text);
     if (it != names->end())
         return it->second;
     auto *n = static_cast<NameObject *>(gc_alloc(sizeof(NameObject) + text.size()));
@@ -118,7 +125,7 @@ ALGEB intern(std::string_view text)
     std::memcpy(n->text, text.data(), text.size());
     n->text[text.size()] = '\0';
     ALGEB a = reinterpret_cast<ALGEB>(n);
-    names->emplace(std::move(key), a);
+    names->emplace(std::string(text), a);
     return a;
 }
 
