@@ -10,6 +10,8 @@
 #include "secant_march.hpp"
 #include "stats_entries.h"
 
+#include "one_limb.hpp"
+
 namespace {
 
 // The sign tests and magnitude comparisons of the loop, read straight from
@@ -89,6 +91,15 @@ TalvoFloat STATS_BrentMethod_MP(TKernelVector kv, TalvoFloat y, STATS_TalvoCallb
     constexpr mpfr_rnd_t N = MPFR_RNDN;
     Work d(wp), e(wp), tol1(wp), xm(wp), s(wp), p(wp), q(wp), r(wp), min1(wp), min2(wp), t(wp), u(wp), twoTol(wp),
         halfTol(wp);
+    // Sums, differences and products go through the float library's one-limb
+    // path (the same numbers as MPFR's, inline at everyday precisions).
+    using talvo::float1::add_rn;
+    using talvo::float1::mul_rn;
+    using talvo::float1::sub_rn;
+    MPFR_DECL_INIT(one, 2);
+    MPFR_DECL_INIT(three, 2);
+    mpfr_set_ui(one, 1, N);
+    mpfr_set_ui(three, 3, N);
     mpfr_set_zero(d, 1);
     mpfr_set_zero(e, 1);
     mpfr_mul_ui(twoTol, tol.mpfr(), 2, N);  // 2 tol
@@ -97,7 +108,7 @@ TalvoFloat STATS_BrentMethod_MP(TKernelVector kv, TalvoFloat y, STATS_TalvoCallb
         if (SameStrictSign(fb.mpfr(), fc.mpfr())) {
             c = a;
             fc = fa;
-            mpfr_sub(d, b.mpfr(), a.mpfr(), N);
+            sub_rn(d, b.mpfr(), a.mpfr());
             mpfr_set(e, d, N);
         }
         if (AbsLess(fc.mpfr(), fb.mpfr())) {
@@ -112,50 +123,50 @@ TalvoFloat STATS_BrentMethod_MP(TKernelVector kv, TalvoFloat y, STATS_TalvoCallb
         // three digits above the precision tol was derived from.
         // tol1 = 2 tol |b| + 0.5 tol, xm = 0.5 (c - b).
         mpfr_abs(t, b.mpfr(), N);
-        mpfr_mul(t, twoTol, t, N);
-        mpfr_add(tol1, t, halfTol, N);
-        mpfr_sub(t, c.mpfr(), b.mpfr(), N);
-        mpfr_div_ui(xm, t, 2, N);
+        mul_rn(t, twoTol, t);
+        add_rn(tol1, t, halfTol);
+        sub_rn(t, c.mpfr(), b.mpfr());
+        mpfr_div_2ui(xm, t, 1, N); // exact, as a division by 2 is
         if (AbsAtMost(xm, tol1) || mpfr_zero_p(fb.mpfr()))
             return b;
         if (AbsAtLeast(e, tol1) && AbsLess(fb.mpfr(), fa.mpfr())) {
             mpfr_div(s, fb.mpfr(), fa.mpfr(), N);
             if (mpfr_equal_p(a.mpfr(), c.mpfr())) { // secant: p = 2 xm s, q = 1 - s
-                mpfr_mul_ui(t, xm, 2, N);
-                mpfr_mul(p, t, s, N);
-                mpfr_ui_sub(q, 1, s, N);
+                mpfr_mul_2ui(t, xm, 1, N);
+                mul_rn(p, t, s);
+                sub_rn(q, one, s);
             } else { // inverse quadratic interpolation
                 // r = fb / fc, q = fa / fc,
                 // p = s (2 xm q (q - r) - (b - a)(r - 1)), q = (q - 1)(r - 1)(s - 1).
                 mpfr_div(r, fb.mpfr(), fc.mpfr(), N);
                 mpfr_div(q, fa.mpfr(), fc.mpfr(), N);
-                mpfr_mul_ui(t, xm, 2, N);
-                mpfr_mul(t, t, q, N);
-                mpfr_sub(u, q, r, N);
-                mpfr_mul(t, t, u, N);
-                mpfr_sub(u, b.mpfr(), a.mpfr(), N);
-                mpfr_sub_ui(p, r, 1, N);
-                mpfr_mul(u, u, p, N);
-                mpfr_sub(t, t, u, N);
-                mpfr_mul(p, s, t, N);
-                mpfr_sub_ui(t, q, 1, N);
-                mpfr_sub_ui(u, r, 1, N);
-                mpfr_mul(t, t, u, N);
-                mpfr_sub_ui(u, s, 1, N);
-                mpfr_mul(q, t, u, N);
+                mpfr_mul_2ui(t, xm, 1, N);
+                mul_rn(t, t, q);
+                sub_rn(u, q, r);
+                mul_rn(t, t, u);
+                sub_rn(u, b.mpfr(), a.mpfr());
+                sub_rn(p, r, one);
+                mul_rn(u, u, p);
+                sub_rn(t, t, u);
+                mul_rn(p, s, t);
+                sub_rn(t, q, one);
+                sub_rn(u, r, one);
+                mul_rn(t, t, u);
+                sub_rn(u, s, one);
+                mul_rn(q, t, u);
             }
             if (SignOf(p) > 0)
                 mpfr_neg(q, q, N);
             mpfr_abs(p, p, N);
             // min1 = 3 xm q - |tol1 q|, min2 = |e q|; interpolate when 2 p < min(min1, min2).
-            mpfr_mul_ui(t, xm, 3, N);
-            mpfr_mul(t, t, q, N);
-            mpfr_mul(u, tol1, q, N);
+            mul_rn(t, xm, three);
+            mul_rn(t, t, q);
+            mul_rn(u, tol1, q);
             mpfr_abs(u, u, N);
-            mpfr_sub(min1, t, u, N);
-            mpfr_mul(min2, e, q, N);
+            sub_rn(min1, t, u);
+            mul_rn(min2, e, q);
             mpfr_abs(min2, min2, N);
-            mpfr_mul_ui(t, p, 2, N);
+            mpfr_mul_2ui(t, p, 1, N);
             if (mpfr_less_p(t, mpfr_less_p(min1, min2) ? static_cast<mpfr_srcptr>(min1) : min2)) {
                 mpfr_set(e, d, N);
                 mpfr_div(d, p, q, N);
@@ -171,10 +182,10 @@ TalvoFloat STATS_BrentMethod_MP(TKernelVector kv, TalvoFloat y, STATS_TalvoCallb
         fa = fb;
         // b moves by d, or by tol1 towards c when d is smaller.
         if (AbsAbove(d, tol1)) {
-            mpfr_add(t, b.mpfr(), d, N);
+            add_rn(t, b.mpfr(), d);
         } else {
             mpfr_copysign(u, tol1, xm, N);
-            mpfr_add(t, b.mpfr(), u, N);
+            add_rn(t, b.mpfr(), u);
         }
         b = TalvoFloat::from_handle(talvo_float_from_mpfr(t, wp));
         fb = f.Call(b) - y;

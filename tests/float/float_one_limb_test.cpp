@@ -275,4 +275,59 @@ TEST(FloatOneLimb, TalvoFloatArithmeticAtEveryOneLimbPrecision)
     }
 }
 
+// The in-place forms: x := a op b at x's precision, with x a third number,
+// a itself or b itself, equal to MPFR's result (value, sign of zero,
+// precision) at every precision from 2 to 80 bits: inline below 64, by MPFR
+// from 64 on; zeros, exact cancellations, infinities and NaN among the
+// operands, which the inline path leaves to MPFR.
+TEST(FloatOneLimb, InPlaceFormsGiveMpfrsResultsWhateverTheAliasing)
+{
+    std::mt19937_64 rng(23);
+    std::uniform_real_distribution<double> u(-1e3, 1e3);
+    std::uniform_int_distribution<int> pick(0, 19);
+    const double inf = std::numeric_limits<double>::infinity();
+    auto operand = [&]() {
+        const int k = pick(rng);
+        return k == 0 ? 0.0 : k == 1 ? -0.0 : k == 2 ? inf : k == 3 ? std::nan("") : u(rng) / 7.0;
+    };
+    long inline_results = 0;
+    for (mpfr_prec_t p = 2; p <= 80; ++p) {
+        for (int i = 0; i < 1500; ++i) {
+            const double da = operand(), db = (i % 9 == 0) ? da : operand();
+            for (int op = 0; op < 3; ++op) {
+                for (int alias = 0; alias < 3; ++alias) {
+                    // Operands of the working precision p (as a search keeps
+                    // them) or of a double's.
+                    const mpfr_prec_t pa = (i % 2) ? p : 53, pb = (i % 3) ? p : 53;
+                    Ref a(pa), b(pb), x(p), want(p);
+                    mpfr_set_d(a.v, da, MPFR_RNDN);
+                    mpfr_set_d(b.v, db, MPFR_RNDN);
+                    if (op == 0)
+                        mpfr_add(want.v, a.v, b.v, MPFR_RNDN);
+                    else if (op == 1)
+                        mpfr_sub(want.v, a.v, b.v, MPFR_RNDN);
+                    else
+                        mpfr_mul(want.v, a.v, b.v, MPFR_RNDN);
+                    // x aliases a or b only when they have x's precision.
+                    mpfr_ptr out = alias == 1 && pa == p ? a.v : alias == 2 && pb == p ? b.v : x.v;
+                    if (op == 0)
+                        talvo::float1::add_rn(out, a.v, b.v);
+                    else if (op == 1)
+                        talvo::float1::sub_rn(out, a.v, b.v);
+                    else
+                        talvo::float1::mul_rn(out, a.v, b.v);
+                    inline_results += p < 64 && mpfr_regular_p(out);
+                    ASSERT_EQ(mpfr_get_prec(out), p);
+                    ASSERT_EQ(mpfr_nan_p(out) != 0, mpfr_nan_p(want.v) != 0) << "op " << op << " p " << p;
+                    if (!mpfr_nan_p(want.v)) {
+                        ASSERT_TRUE(mpfr_equal_p(out, want.v)) << "op " << op << ", p " << p << ", " << da << ", " << db;
+                        ASSERT_EQ(mpfr_signbit(out), mpfr_signbit(want.v)) << "op " << op << ", " << da << ", " << db;
+                    }
+                }
+            }
+        }
+    }
+    EXPECT_GT(inline_results, 100000);
+}
+
 } // namespace
