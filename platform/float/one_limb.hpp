@@ -194,25 +194,19 @@ struct DoubleParts {
     x->_mpfr_sign = r.sign;
 }
 
-[[gnu::always_inline]] inline void add_rn(mpfr_ptr x, mpfr_srcptr a, mpfr_srcptr b)
+[[gnu::always_inline]] inline void add_or_sub_rn(mpfr_ptr x, mpfr_srcptr a, mpfr_srcptr b, bool subtract)
 {
     Result r;
     const mpfr_prec_t p = mpfr_get_prec(x);
-    if (p < GMP_NUMB_BITS && add(a, b, false, p, r))
+    if (p < GMP_NUMB_BITS && add(a, b, subtract, p, r))
         store(x, r);
+    else if (subtract)
+        mpfr_sub(x, a, b, MPFR_RNDN);
     else
         mpfr_add(x, a, b, MPFR_RNDN);
 }
-
-[[gnu::always_inline]] inline void sub_rn(mpfr_ptr x, mpfr_srcptr a, mpfr_srcptr b)
-{
-    Result r;
-    const mpfr_prec_t p = mpfr_get_prec(x);
-    if (p < GMP_NUMB_BITS && add(a, b, true, p, r))
-        store(x, r);
-    else
-        mpfr_sub(x, a, b, MPFR_RNDN);
-}
+[[gnu::always_inline]] inline void add_rn(mpfr_ptr x, mpfr_srcptr a, mpfr_srcptr b) { add_or_sub_rn(x, a, b, false); }
+[[gnu::always_inline]] inline void sub_rn(mpfr_ptr x, mpfr_srcptr a, mpfr_srcptr b) { add_or_sub_rn(x, a, b, true); }
 
 [[gnu::always_inline]] inline void mul_rn(mpfr_ptr x, mpfr_srcptr a, mpfr_srcptr b)
 {
