@@ -254,6 +254,46 @@ P.append(text_problem("HS118", 15,
                       [21, 57, 16, 90, 120, 60, 90, 120, 60, 90, 120, 60, 90, 120, 60],
                       [20, 55, 15, 20, 60, 20, 20, 60, 20, 20, 60, 20, 20, 60, 20]))
 
+
+# The third set of bench/hs_expression.hpp (LaterProblems).
+R2 = repr(math.sqrt(2))  # a constant: the Dual functions take variables
+P.append(text_problem("HS11", 2, "(x1 - 5)^2 + x2^2 - 25", [("ineq", "x2 - x1^2")], None, None, [4.9, 0.1]))
+P.append(text_problem("HS12", 2, "0.5*x1^2 + x2^2 - x1*x2 - 7*x1 - 7*x2", [("ineq", "25 - 4*x1^2 - x2^2")], None, None,
+                      [0, 0]))
+P.append(text_problem("HS14", 2, "(x1 - 2)^2 + (x2 - 1)^2", [("ineq", "1 - 0.25*x1^2 - x2^2"), ("eq", "x1 - 2*x2 + 1")],
+                      None, None, [2, 2]))
+P.append(text_problem("HS18", 2, "0.01*x1^2 + x2^2", [("ineq", "x1*x2 - 25"), ("ineq", "x1^2 + x2^2 - 25")], [2, 0],
+                      [50, 50], [2, 2]))
+P.append(text_problem("HS22", 2, "(x1 - 2)^2 + (x2 - 1)^2", [("ineq", "2 - x1 - x2"), ("ineq", "x2 - x1^2")], None, None,
+                      [2, 2]))
+P.append(text_problem("HS26", 3, "(x1 - x2)^2 + (x2 - x3)^4", [("eq", "(1 + x2^2)*x1 + x3^4 - 3")], None, None,
+                      [-2.6, 2, 2]))
+P.append(text_problem("HS27", 3, "0.01*(x1 - 1)^2 + (x2 - x1^2)^2", [("eq", "x1 + x3^2 + 1")], None, None, [2, 2, 2]))
+P.append(text_problem("HS29", 3, "-x1*x2*x3", [("ineq", "48 - x1^2 - 2*x2^2 - 4*x3^2")], None, None, [1, 1, 1]))
+P.append(text_problem("HS30", 3, "x1^2 + x2^2 + x3^2", [("ineq", "x1^2 + x2^2 - 1")], [1, -10, -10], [10, 10, 10],
+                      [1, 1, 1]))
+P.append(text_problem("HS32", 3, "(x1 + 3*x2 + x3)^2 + 4*(x1 - x2)^2",
+                      [("ineq", "6*x2 + 4*x3 - x1^3 - 3"), ("eq", "1 - x1 - x2 - x3")], [0, 0, 0], [I, I, I],
+                      [0.1, 0.7, 0.2]))
+P.append(text_problem("HS40", 4, "-x1*x2*x3*x4", [("eq", "x1^3 + x2^2 - 1"), ("eq", "x1^2*x4 - x3"), ("eq", "x4^2 - x2")],
+                      None, None, [0.8, 0.8, 0.8, 0.8]))
+P.append(text_problem("HS42", 4, "(x1 - 1)^2 + (x2 - 2)^2 + (x3 - 3)^2 + (x4 - 4)^2",
+                      [("eq", "x1 - 2"), ("eq", "x3^2 + x4^2 - 2")], None, None, [1, 1, 1, 1]))
+P.append(text_problem("HS46", 5, "(x1 - x2)^2 + (x3 - 1)^2 + (x4 - 1)^4 + (x5 - 1)^6",
+                      [("eq", "x1^2*x4 + sin(x4 - x5) - 1"), ("eq", "x2 + x3^4*x4^2 - 2")], None, None,
+                      [0.7071067811865476, 1.75, 0.5, 2, 2]))
+P.append(text_problem("HS48", 5, "(x1 - 1)^2 + (x2 - x3)^2 + (x4 - x5)^2",
+                      [("eq", "x1 + x2 + x3 + x4 + x5 - 5"), ("eq", "x3 - 2*(x4 + x5) + 3")], None, None,
+                      [3, 5, -3, 2, -2]))
+P.append(text_problem("HS60", 3, "(x1 - 1)^2 + (x1 - x2)^2 + (x2 - x3)^4",
+                      [("eq", "x1*(1 + x2^2) + x3^4 - 4 - 3*" + R2)], [-10] * 3, [10] * 3, [2, 2, 2]))
+P.append(text_problem("HS78", 5, "x1*x2*x3*x4*x5",
+                      [("eq", "x1^2 + x2^2 + x3^2 + x4^2 + x5^2 - 10"), ("eq", "x2*x3 - 5*x4*x5"), ("eq", "x1^3 + x2^3 + 1")],
+                      None, None, [-2, 1.5, 2, -1, -1]))
+P.append(text_problem("HS79", 5, "(x1 - 1)^2 + (x1 - x2)^2 + (x2 - x3)^2 + (x3 - x4)^4 + (x4 - x5)^4",
+                      [("eq", "x1 + x2^2 + x3^3 - 2 - 3*" + R2), ("eq", "x2 - x3^2 + x4 + 2 - 2*" + R2), ("eq", "x1*x5 - 2")],
+                      None, None, [2, 2, 2, 2, 2]))
+
 for p in P:
     bounds = Bounds(p["lb"], p["ub"]) if p["lb"] is not None else None
     r = minimize(p["f"], p["x0"], jac=p["g"], method="SLSQP", bounds=bounds, constraints=p["cons"],

@@ -205,6 +205,65 @@ const Hs &Find(const std::string &id)
     throw std::runtime_error(id);
 }
 
+// HS18: min 0.01 x1^2 + x2^2 subject to x1 x2 >= 25 and x1^2 + x2^2 >= 25,
+// 2 <= x1 <= 50, 0 <= x2 <= 50, from (2, 2); f* = 5 at (sqrt 250, sqrt 2.5).
+// The second constraint is violated at the start and inactive from the
+// first steps on; its penalty, raised at the start, stays.  Were its slack
+// moved along the linear path in the search, the curvature x1^2 + x2^2 of
+// this inactive constraint would refuse every long step (27 iterations at
+// Digits 15, 29 at Digits 30 and 50; 9, 11 and 13 now).
+Hs Hs18()
+{
+    Hs p = Make("HS18", 2);
+    p.ncnln = 2;
+    p.bl = {2, 0, 0, 0};
+    p.bu = {50, 50, kInf, kInf};
+    p.x0 = {2, 2};
+    p.f = [](const TalvoFloat *x, TalvoFloat *g) {
+        g[0] = Parse("0.02") * x[0];
+        g[1] = F(2) * x[1];
+        return Parse("0.01") * x[0] * x[0] + x[1] * x[1];
+    };
+    p.c = [](const TalvoFloat *x, TalvoFloat *c, std::vector<Vec> &J) {
+        c[0] = x[0] * x[1] - F(25);
+        c[1] = x[0] * x[0] + x[1] * x[1] - F(25);
+        J[0] = {x[1], x[0]};
+        J[1] = {F(2) * x[0], F(2) * x[1]};
+    };
+    return p;
+}
+
+TEST(SqpLineSearch, AnInactiveCurvedConstraintDoesNotShortenTheSteps)
+{
+    for (long digits : {15L, 30L, 50L}) {
+        DigitsScope scope(digits);
+        const Hs p = Hs18();
+        SaveArrays sv("E04UCA");
+        const Outcome r = Solve(p, sv);
+        EXPECT_EQ(r.ifail, 0) << digits;
+        ExpectDigits(r.objf, "5", digits - 2, "HS18 at Digits " + std::to_string(digits));
+        EXPECT_LE(r.iter, 18) << "HS18 at Digits " << digits;
+    }
+}
+
+// HS35, a convex quadratic objective under one linear constraint and bounds:
+// a step that achieves less than a tenth of the predicted decrease is cut
+// back to the interpolated minimum along it, exact on a quadratic, and the
+// BFGS update from there ends the iteration sooner than full steps would
+// (8 and 10 iterations at Digits 15 and 30 with a test of 1e-4 of the
+// predicted decrease; 7 and 8 now).
+TEST(SqpLineSearch, QuadraticObjectiveFinishesInFewSteps)
+{
+    for (long digits : {15L, 30L}) {
+        DigitsScope scope(digits);
+        SaveArrays sv("E04UCA");
+        const Outcome r = Solve(Find("HS35"), sv);
+        EXPECT_EQ(r.ifail, 0);
+        ExpectDigits(r.objf, "0.11111111111111111111111111111111111111111", digits - 2, "HS35");
+        EXPECT_LE(r.iter, digits == 15 ? 7 : 8) << "HS35 at Digits " << digits;
+    }
+}
+
 TEST(SqpOptions, FiniteDifferencesAtDerivativeLevelZero)
 {
     DigitsScope scope(30);
