@@ -178,6 +178,15 @@ struct Entry {
 // more evaluations than SLSQP, at ftol 1e-6 and 1e-12, out of count.
 struct Tally {
     int it = 0, ev = 0, it_t = 0, ev_t = 0, count = 0;
+    Tally &operator+=(const Tally &o)
+    {
+        it += o.it;
+        ev += o.ev;
+        it_t += o.it_t;
+        ev_t += o.ev_t;
+        count += o.count;
+        return *this;
+    }
 };
 
 // Sections 1 and 2 for one set of problems.
@@ -316,13 +325,8 @@ int main(int argc, char **argv)
     const Tally c = Compare("a third set (added after the line search's constants were chosen)", later, loose, tight);
     auto summary = [](const char *what, const std::vector<Tally> &ts) {
         Tally s;
-        for (const Tally &t : ts) {
-            s.it += t.it;
-            s.ev += t.ev;
-            s.it_t += t.it_t;
-            s.ev_t += t.ev_t;
-            s.count += t.count;
-        }
+        for (const Tally &t : ts)
+            s += t;
         auto pct = [&s](int k) { return s.count > 0 ? 100.0 * k / s.count : 0.0; };
         std::printf("\n%s, %d problems, like for like: no more iterations than SLSQP on %d (%.0f%%) at ftol 1e-6 and "
                     "%d (%.0f%%) at 1e-12;\n  no more evaluations on %d (%.0f%%) and %d (%.0f%%)\n",

@@ -180,6 +180,11 @@ Integer Solve(const Problem &p, Model &model, const Settings &set, State &s)
 
     auto has_lower = [&](long k) { return p.bl[k] > -big; };
     auto has_upper = [&](long k) { return p.bu[k] < big; };
+    // The slack of nonlinear constraint i nearest v within its bounds.
+    auto within_bounds = [&](long i, const TalvoFloat &v) {
+        const long k = n + nl + i;
+        return Clamp(v, has_lower(k) ? p.bl[k] : -big, has_upper(k) ? p.bu[k] : big);
+    };
     auto linear_row = [&](long i, const Vec &v) {
         TalvoFloat sum(0.0);
         for (long j = 0; j < n; ++j)
@@ -406,7 +411,7 @@ Integer Solve(const Problem &p, Model &model, const Settings &set, State &s)
             TalvoFloat t = s.c[size_t(i)];
             if (rho[size_t(i)] > zero)
                 t -= lambda[size_t(i)] / rho[size_t(i)];
-            slack[size_t(i)] = Clamp(t, has_lower(k) ? p.bl[k] : -big, has_upper(k) ? p.bu[k] : big);
+            slack[size_t(i)] = within_bounds(i, t);
             r[size_t(i)] = s.c[size_t(i)] - slack[size_t(i)];
             TalvoFloat jp(0.0);
             for (long j = 0; j < n; ++j)
@@ -469,15 +474,14 @@ Integer Solve(const Problem &p, Model &model, const Settings &set, State &s)
             if (ev == Eval::Ok) {
                 for (long i = 0; i < nn; ++i) {
                     lt[size_t(i)] = lambda[size_t(i)] + alpha * (mu[size_t(i)] - lambda[size_t(i)]);
-                    st[size_t(i)] = slack[size_t(i)] + alpha * ds[size_t(i)];
-                    if (lambda[size_t(i)] == zero && mu[size_t(i)] == zero) {
-                        // A constraint without a multiplier enters phi by
-                        // its penalty term alone; its slack is set to
-                        // minimise that term at the trial point (see the
-                        // header) rather than moved along the linear path.
-                        const long k = n + nl + i;
-                        st[size_t(i)] = Clamp(ct[size_t(i)], has_lower(k) ? p.bl[k] : -big, has_upper(k) ? p.bu[k] : big);
-                    }
+                    // A constraint without a multiplier enters phi by its
+                    // penalty term alone; its slack is the one minimising
+                    // that term at the trial point (see the header) rather
+                    // than a step along the linear path.
+                    if (lambda[size_t(i)] == zero && mu[size_t(i)] == zero)
+                        st[size_t(i)] = within_bounds(i, ct[size_t(i)]);
+                    else
+                        st[size_t(i)] = slack[size_t(i)] + alpha * ds[size_t(i)];
                 }
                 const TalvoFloat phit = merit(ft, ct, lt, st);
                 const TalvoFloat decrease = phit - phi0;
