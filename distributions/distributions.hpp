@@ -15,11 +15,19 @@ STATS_API TalvoFloat STATS_WeibullRandomVariate_MP(TKernelVector kv, TalvoFloat 
 STATS_API TalvoFloat STATS_WeibullRandomVariate_MP(TKernelVector kv, const TalvoFloat *params);
 
 // Normal: mu, sigma.  The probability is the numerics library's normal
-// integral at (x - mu) / sigma; the deviate its quantile, refined by Newton
-// steps when "Digits" exceeds 14.  Variates are mu + sigma * z with z from
-// the ziggurat normal generator (see ziggurat.hpp for the law z follows).
+// integral at (x - mu) / sigma; the deviate mu + sigma z with z its quantile,
+// refined by Newton steps when "Digits" exceeds 14; both correctly rounded
+// values of those formulas.  Variates are mu + sigma * z with z from the
+// ziggurat normal generator (see ziggurat.hpp for the law z follows).
 STATS_API TalvoFloat STATS_NormalProbability_MP(TKernelVector kv, TalvoFloat x, TalvoFloat mu, TalvoFloat sigma);
 STATS_API TalvoFloat STATS_NormalDeviate_MP(TKernelVector kv, TalvoFloat p, TalvoFloat mu, TalvoFloat sigma);
+namespace stats {
+// The two standard functions the normal and log-normal formulas are built
+// on, at the working precision: the lower tail at z, and the quantile z of
+// p (the numerics library's, refined by Newton steps above 14 digits).
+TalvoFloat StandardNormalLowerTail(TKernelVector kv, TalvoFloat z);
+TalvoFloat StandardNormalDeviate(TKernelVector kv, TalvoFloat p);
+} // namespace stats
 STATS_API TalvoFloat STATS_NormalRandomVariate_MP(TKernelVector kv, TalvoFloat mu, TalvoFloat sigma);
 STATS_API TalvoFloat STATS_NormalRandomVariate_MP(TKernelVector kv, const TalvoFloat *params);
 // A rational approximation of the standard normal quantile, within about

@@ -15,12 +15,12 @@
 
 TalvoFloat STATS_LogNormalProbability_MP(TKernelVector kv, TalvoFloat x, TalvoFloat mu, TalvoFloat sigma)
 {
-    return stats::CorrectlyRounded([&] { return STATS_NormalProbability_MP(kv, log(x), mu, sigma); });
+    return stats::CorrectlyRounded([&] { return stats::StandardNormalLowerTail(kv, (log(x) - mu) / sigma); });
 }
 
 TalvoFloat STATS_LogNormalDeviate_MP(TKernelVector kv, TalvoFloat p, TalvoFloat mu, TalvoFloat sigma)
 {
-    return stats::CorrectlyRounded([&] { return exp(STATS_NormalDeviate_MP(kv, p, mu, sigma)); });
+    return stats::CorrectlyRounded([&] { return exp(mu + sigma * stats::StandardNormalDeviate(kv, p)); });
 }
 
 TalvoFloat STATS_LogNormalRandomVariate_MP(TKernelVector kv, TalvoFloat mu, TalvoFloat sigma)

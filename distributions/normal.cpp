@@ -1,8 +1,13 @@
 // normal.cpp -- the normal distribution: mu, sigma.
 //
 // The probability is the numerics library's normal integral of
-// (x - mu) / sigma.  The deviate starts from the numerics library's quantile
-// and, above 14 digits, polishes it by Newton steps against the probability.
+// (x - mu) / sigma.  The deviate is mu + sigma * z, z the standard quantile:
+// the numerics library's, polished above 14 digits by Newton steps against
+// the probability.  Both are the correctly rounded values of their formulas
+// (correctly_rounded.hpp): where the standardisation is exact, or mu = 0 and
+// sigma = 1, the formula is evaluated as it stands; otherwise with guard
+// digits, which a cancelling mu + sigma * z or a far tail reached through a
+// rounded (x - mu) / sigma would need.
 // Variates are mu + sigma * z with z from the ziggurat normal generator;
 // ziggurat.hpp says what law z follows (the normal law with a few defined
 // departures, among them an atom at 0 of about 0.26%).
@@ -50,12 +55,27 @@ TalvoFloat NewtonTolerance(int digits)
 
 } // namespace
 
+TalvoFloat stats::StandardNormalLowerTail(TKernelVector kv, TalvoFloat z) { return LowerTailNormal(kv, z); }
+
 TalvoFloat STATS_NormalProbability_MP(TKernelVector kv, TalvoFloat x, TalvoFloat mu, TalvoFloat sigma)
 {
-    return LowerTailNormal(kv, (x - mu) / sigma);
+    // (x - mu) / sigma at the working precision; when neither operation
+    // rounds, the routine's correctly rounded value is the formula's.
+    ALGEB h = talvo_float_new(0);
+    mpfr_ptr t = talvo_float_mpfr(h);
+    if (mpfr_sub(t, x.mpfr(), mu.mpfr(), MPFR_RNDN) == 0 && mpfr_div(t, t, sigma.mpfr(), MPFR_RNDN) == 0)
+        return LowerTailNormal(kv, TalvoFloat::from_handle(h));
+    return stats::CorrectlyRounded([&] { return LowerTailNormal(kv, (x - mu) / sigma); });
 }
 
 TalvoFloat STATS_NormalDeviate_MP(TKernelVector kv, TalvoFloat p, TalvoFloat mu, TalvoFloat sigma)
+{
+    if (mu == TalvoFloat(0.0) && sigma == TalvoFloat(1.0))
+        return stats::StandardNormalDeviate(kv, p);
+    return stats::CorrectlyRounded([&] { return mu + sigma * stats::StandardNormalDeviate(kv, p); });
+}
+
+TalvoFloat stats::StandardNormalDeviate(TKernelVector kv, TalvoFloat p)
 {
     stats::NagCall c;
     int digits = STATS_GetTalvoDigits_MP();
@@ -69,7 +89,7 @@ TalvoFloat STATS_NormalDeviate_MP(TKernelVector kv, TalvoFloat p, TalvoFloat mu,
                                : TalvoMP_g01fac(STATS_ToNag_TailProbability_MP(STATS_LOWER_TAIL_MP), p, &c.fail);
     c.Check(kv);
     if (digits <= 14)
-        return mu + sigma * z;
+        return z;
     // Newton's method on Phi(z) - p.  The density's constant 1/sqrt(2 Pi) is a
     // double: each step then gains about 16 digits rather than doubling them,
     // which the limit of Digits steps leaves ample room for.
@@ -128,12 +148,7 @@ TalvoFloat STATS_NormalDeviate_MP(TKernelVector kv, TalvoFloat p, TalvoFloat mu,
         if (!mpfr_greaterequal_p(s.t, s.bound))
             break;
     }
-    // mu + sigma * z, product and sum each rounded, into one new float.
-    ALGEB r = talvo_float_new(0);
-    mpfr_ptr v = talvo_float_mpfr(r);
-    mpfr_mul(v, sigma.mpfr(), s.z, MPFR_RNDN);
-    mpfr_add(v, mu.mpfr(), v, MPFR_RNDN);
-    return TalvoFloat::from_handle(r);
+    return TalvoFloat::from_handle(talvo_float_from_mpfr(s.z, prec));
 }
 
 TalvoFloat STATS_NormalDeviateApprox_MP(TKernelVector, TalvoFloat p)

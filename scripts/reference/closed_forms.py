@@ -153,7 +153,7 @@ def cauchy_deviate(p, a, b):
 
 
 def normal_probability(x, mu, sigma):
-    return mp.ncdf(rnd(rnd(x - mu) / sigma))
+    return mp.ncdf((x - mu) / sigma)
 
 
 def normal_quantile(p):

@@ -1,7 +1,9 @@
 #!/usr/bin/python3
 """Reference values of the closed forms where a plainly rounded evaluation
 loses digits: tiny x and p (1 - exp(-t), ln(1 - p)), x next to the Pareto
-lower end, the Cauchy functions over their whole range, log-normal tails.
+lower end, the Cauchy functions over their whole range, log-normal tails,
+normal deviates whose mu + sigma z cancels and normal probabilities whose
+standardisation rounds.
 
 Writes tests/distributions/data/closed_forms_hard.tsv in the format of
 closed_forms.tsv (digits, function, arguments as decimal text, value): each
@@ -58,6 +60,11 @@ CASES = {
     "CauchyProbability": (cf.cauchy_probability, [(x, "0", "1") for x in CAUCHY_X]
                           + [("-5", "3", "0.5"), ("2.9999", "3", "0.5"), ("1e10", "3", "2")]),
     "CauchyDeviate": (cf.cauchy_deviate, [(p, "0", "1") for p in CAUCHY_P] + [("0.3", "-2", "4"), ("1e-20", "5", "0.5")]),
+    "NormalProbability": (cf.normal_probability, [("-100", "0", "3"), ("-38.5", "0.1", "1"), ("-7", "0", "0.3"),
+                                                  ("1e-10", "0", "3"), ("5", "3", "0.7"), ("-1e-300", "1e-300", "3")]),
+    "NormalDeviate": (cf.normal_deviate, [("0.158655254", "1", "1"), ("0.975", "-1.9599639845400542", "1"),
+                                          ("0.3", "2", "3"), ("1e-20", "5", "0.5"), ("0.5", "3", "7"),
+                                          ("1e-300", "0", "1e-10"), ("0.9", "-12.8155156565", "10")]),
     "LogNormalProbability": (cf.lognormal_probability,
                              [(x, "0", "1") for x in ["1.1102230246251565e-16", "1e-10", "1e-30", "0.999999", "1e10"]]
                              + [("9.5367431640625e-7", "1", "0.5"), ("2.718281828", "1", "2")]),
