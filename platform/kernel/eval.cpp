@@ -754,14 +754,18 @@ void exec_for(ALGEB s, Exec &x)
     int dir = num::sign(step);
     if (dir == 0 && limit != nullptr)
         raise_plain("loop step must not be zero");
+    // The variable takes each value before it is tested, so a loop that runs
+    // to its end leaves it at the first value past the bound (a loop from 1
+    // to 400 leaves 401), as a loop left by `while` or `break` leaves it at
+    // the value that ended it.
     for (;;) {
+        if (var != nullptr)
+            assign_to(var, k);
         if (limit != nullptr) {
             int c = num::compare(k, limit);
             if (c == num::kUnordered || (dir > 0 && c > 0) || (dir < 0 && c < 0))
                 break;
         }
-        if (var != nullptr)
-            assign_to(var, k);
         if (cond != nullptr && !truth(cond))
             break;
         if (!run_body())

@@ -67,6 +67,21 @@ TEST(Eval, Procedures)
     EXPECT_EQ(show("w := proc() local k; k := 0; while k < 10 do k := k + 3 end do; k end proc: w();"), "12");
 }
 
+// After a counting loop its variable holds the value that ended it: the
+// first one past the bound when the loop runs out (code that counts its
+// iterations tests k > limit afterwards), the one `while` or `break` stopped
+// at otherwise, and the start when the body never runs.
+TEST(Eval, LoopVariableAfterTheLoop)
+{
+    EXPECT_EQ(show("f := proc() local k; for k to 3 do end do; k end proc: f();"), "4");
+    EXPECT_EQ(show("for i from 1 by 2 to 6 do end do: i;"), "7");
+    EXPECT_EQ(show("for j from 5 to 1 do end do: j;"), "5");
+    EXPECT_EQ(show("for j from 5 by -2 to 0 do end do: j;"), "-1");
+    EXPECT_EQ(show("for m to 10 while m < 4 do end do: m;"), "4");
+    EXPECT_EQ(show("g := proc() local k; for k to 10 do if k = 7 then break end if end do; k end proc: g();"), "7");
+    EXPECT_EQ(show("for x in [1, 2, 3] do end do: x;"), "3");
+}
+
 TEST(Eval, SeqAddMul)
 {
     EXPECT_EQ(show("seq(i^2, i = 1..5);"), "1, 4, 9, 16, 25");
