@@ -20,8 +20,9 @@ seed); run it after changing a distribution:
 
 The references are the laws' textbook formulas in mpmath (incomplete gamma
 and beta functions, closed forms, Poisson mixtures summed to convergence);
-quantiles are roots of the reference CDF, bracketed by doubling steps and
-refined by bisection and the Anderson-Bjorck method.
+quantiles are roots of the reference CDF, found by package_quantiles.py's
+solver (a bracket by doubling steps, bisection, then the Anderson-Bjorck
+method).
 """
 import argparse
 import pathlib
@@ -30,6 +31,8 @@ import subprocess
 from fractions import Fraction as Fr
 
 import mpmath as mp
+
+from package_quantiles import solve
 
 TALVO = pathlib.Path(__file__).resolve().parents[2] / "build" / "bin" / "talvo"
 
@@ -144,40 +147,6 @@ def laws(rnd):
     }
 
 
-def quantile(lower, p, kind):
-    """The root of lower(x) = p: a bracket by doubling steps from 0 (from 1
-    for a positive law, halving towards 0), then bisection and a secant
-    refinement on the bracket."""
-    f = lambda t: lower(t) - p  # noqa: E731
-    if kind == "unit":
-        a, b = mp.mpf(0), mp.mpf(1)
-    elif kind == "positive":
-        a = b = mp.mpf(1)
-        while f(a) > 0:
-            a /= 2
-        while f(b) < 0:
-            b *= 2
-    else:
-        a, b, step = mp.mpf(-1), mp.mpf(1), mp.mpf(1)
-        while f(a) > 0:
-            step *= 2
-            a -= step
-        step = mp.mpf(1)
-        while f(b) < 0:
-            step *= 2
-            b += step
-    for _ in range(60):
-        m = (a + b) / 2
-        if f(m) < 0:
-            a = m
-        else:
-            b = m
-    try:
-        return mp.findroot(f, (a, b), solver="anderson")
-    except (ValueError, ZeroDivisionError):
-        return (a + b) / 2
-
-
 def decimal(v, digits):
     return mp.mpf(0) if v == 0 else mp.mpf(mp.nstr(v, digits, strip_zeros=False, min_fixed=1, max_fixed=0))
 
@@ -220,7 +189,8 @@ def main():
         kind, _, _, fn = table[name]
         P = [real(q) for q in par]
         if what == "quantile":
-            ref = quantile(lambda t: fn(t, *P)[0], real(p), kind)
+            start = {"real": 0, "positive": 1, "unit": mp.mpf(1) / 2}[kind]
+            ref = solve(lambda t, P=P, fn=fn: fn(t, *P)[0] - real(p), mp.mpf(start), kind != "real", kind == "unit")
         else:
             ref = fn(real(x), *P)[{"lower": 0, "upper": 1, "density": 2}[what]]
         # The host's floats have MPFR's default exponent range, 2^+-(2^30 - 1):
