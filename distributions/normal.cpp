@@ -27,14 +27,6 @@
 
 namespace {
 
-TalvoFloat LowerTailNormal(TKernelVector kv, TalvoFloat z)
-{
-    stats::NagCall c;
-    TalvoFloat v = TalvoMP_g01eac(STATS_ToNag_TailProbability_MP(STATS_LOWER_TAIL_MP), z, &c.fail);
-    c.Check(kv);
-    return v;
-}
-
 // 10^-Digits, made by the float library's pow from the double 10 and the
 // float -Digits, kept for the precision it was made at: it is the same value
 // on every call at one "Digits".  (The static handle is a collector root like
@@ -55,7 +47,13 @@ TalvoFloat NewtonTolerance(int digits)
 
 } // namespace
 
-TalvoFloat stats::StandardNormalLowerTail(TKernelVector kv, TalvoFloat z) { return LowerTailNormal(kv, z); }
+TalvoFloat stats::StandardNormalLowerTail(TKernelVector kv, TalvoFloat z)
+{
+    stats::NagCall c;
+    TalvoFloat v = TalvoMP_g01eac(STATS_ToNag_TailProbability_MP(STATS_LOWER_TAIL_MP), z, &c.fail);
+    c.Check(kv);
+    return v;
+}
 
 TalvoFloat STATS_NormalProbability_MP(TKernelVector kv, TalvoFloat x, TalvoFloat mu, TalvoFloat sigma)
 {
@@ -64,8 +62,8 @@ TalvoFloat STATS_NormalProbability_MP(TKernelVector kv, TalvoFloat x, TalvoFloat
     ALGEB h = talvo_float_new(0);
     mpfr_ptr t = talvo_float_mpfr(h);
     if (mpfr_sub(t, x.mpfr(), mu.mpfr(), MPFR_RNDN) == 0 && mpfr_div(t, t, sigma.mpfr(), MPFR_RNDN) == 0)
-        return LowerTailNormal(kv, TalvoFloat::from_handle(h));
-    return stats::CorrectlyRounded([&] { return LowerTailNormal(kv, (x - mu) / sigma); });
+        return stats::StandardNormalLowerTail(kv, TalvoFloat::from_handle(h));
+    return stats::CorrectlyRounded([&] { return stats::StandardNormalLowerTail(kv, (x - mu) / sigma); });
 }
 
 TalvoFloat STATS_NormalDeviate_MP(TKernelVector kv, TalvoFloat p, TalvoFloat mu, TalvoFloat sigma)
@@ -128,11 +126,11 @@ TalvoFloat stats::StandardNormalDeviate(TKernelVector kv, TalvoFloat p)
         mpfr_set_d(s.c, 0.3989422804014327, MPFR_RNDN);
         mpfr_mul(s.g, s.c, s.g, MPFR_RNDN);
     };
-    residual(settled ? first_probability : LowerTailNormal(kv, z));
+    residual(settled ? first_probability : stats::StandardNormalLowerTail(kv, z));
     density();
     for (int i = 0; i < digits; ++i) {
         if (i > 0) {
-            residual(LowerTailNormal(kv, TalvoFloat::from_handle(talvo_float_from_mpfr(s.z, prec))));
+            residual(stats::StandardNormalLowerTail(kv, TalvoFloat::from_handle(talvo_float_from_mpfr(s.z, prec))));
             density();
         }
         if (mpfr_zero_p(s.g))

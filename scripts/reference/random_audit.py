@@ -32,29 +32,13 @@ from fractions import Fraction as Fr
 
 import mpmath as mp
 
-from package_quantiles import solve
+from package_quantiles import gamma_p, poisson_mixture, solve
 
 TALVO = pathlib.Path(__file__).resolve().parents[2] / "build" / "bin" / "talvo"
 
 
 def real(f):
     return mp.mpf(f.numerator) / f.denominator
-
-
-def poisson_mixture(z, term, upper=False):
-    """sum_j e^-z z^j / j! term(j), to the working precision."""
-    s, w, j = mp.mpf(0), mp.exp(-z), 0
-    while True:
-        t = w * term(j)
-        s += t
-        if j > z and t <= s * mp.mpf(10) ** (-mp.mp.dps - 5):
-            return s
-        j += 1
-        w = w * z / j
-
-
-def gamma_p(a, x):
-    return mp.gammainc(a, 0, x, regularized=True)
 
 
 def gamma_q(a, x):
