@@ -10,7 +10,7 @@
 #include "secant_march.hpp"
 #include "stats_entries.h"
 
-#include "one_limb.hpp"
+#include "few_limbs.hpp"
 
 namespace {
 
@@ -91,11 +91,11 @@ TalvoFloat STATS_BrentMethod_MP(TKernelVector kv, TalvoFloat y, STATS_TalvoCallb
     constexpr mpfr_rnd_t N = MPFR_RNDN;
     Work d(wp), e(wp), tol1(wp), xm(wp), s(wp), p(wp), q(wp), r(wp), min1(wp), min2(wp), t(wp), u(wp), twoTol(wp),
         halfTol(wp);
-    // Sums, differences and products go through the float library's one-limb
-    // path (the same numbers as MPFR's, inline at everyday precisions).
-    using talvo::float1::add_rn;
-    using talvo::float1::mul_rn;
-    using talvo::float1::sub_rn;
+    // Sums, differences and products go through the float library's inline
+    // paths (the same numbers as MPFR's, inline up to four limbs).
+    using talvo::floatn::add_rn;
+    using talvo::floatn::mul_rn;
+    using talvo::floatn::sub_rn;
     MPFR_DECL_INIT(one, 2);
     MPFR_DECL_INIT(three, 2);
     mpfr_set_ui(one, 1, N);

@@ -179,10 +179,8 @@ struct DoubleParts {
     return round_to(P, false, e, a->_mpfr_sign * b->_mpfr_sign, p, r);
 }
 
-// In place, for code that keeps MPFR numbers of its own: x := a + b, a - b
-// or a b, rounded to nearest at x's precision, inline where the fast path
-// covers the operands and x has fewer than 64 bits, by MPFR otherwise; the
-// same number either way.  x may be a or b.
+// x := r, for x of one limb (its precision below 64); the in-place
+// operations of few_limbs.hpp store through it.
 [[gnu::always_inline]] inline void store(mpfr_ptr x, const Result &r)
 {
     if (r.zero) {
@@ -192,30 +190,6 @@ struct DoubleParts {
     x->_mpfr_d[0] = r.limb; // x has one limb: its precision is below 64
     x->_mpfr_exp = r.exp;
     x->_mpfr_sign = r.sign;
-}
-
-[[gnu::always_inline]] inline void add_or_sub_rn(mpfr_ptr x, mpfr_srcptr a, mpfr_srcptr b, bool subtract)
-{
-    Result r;
-    const mpfr_prec_t p = mpfr_get_prec(x);
-    if (p < GMP_NUMB_BITS && add(a, b, subtract, p, r))
-        store(x, r);
-    else if (subtract)
-        mpfr_sub(x, a, b, MPFR_RNDN);
-    else
-        mpfr_add(x, a, b, MPFR_RNDN);
-}
-[[gnu::always_inline]] inline void add_rn(mpfr_ptr x, mpfr_srcptr a, mpfr_srcptr b) { add_or_sub_rn(x, a, b, false); }
-[[gnu::always_inline]] inline void sub_rn(mpfr_ptr x, mpfr_srcptr a, mpfr_srcptr b) { add_or_sub_rn(x, a, b, true); }
-
-[[gnu::always_inline]] inline void mul_rn(mpfr_ptr x, mpfr_srcptr a, mpfr_srcptr b)
-{
-    Result r;
-    const mpfr_prec_t p = mpfr_get_prec(x);
-    if (p < GMP_NUMB_BITS && mul(a, b, p, r))
-        store(x, r);
-    else
-        mpfr_mul(x, a, b, MPFR_RNDN);
 }
 
 } // namespace talvo::float1

@@ -3,10 +3,10 @@
 //
 // Every operation allocates exactly one object at the current working
 // precision and lets MPFR compute straight into it (round to nearest), so a
-// sum costs one allocation and one mpfr_add.  Below 64 bits (Digits up to
-// 17) the sum, difference and product of one-limb floats, and the rounding
-// of a double, are computed inline instead (one_limb.hpp), with MPFR's
-// results bit for bit.  The object size for the current precision is
+// sum costs one allocation and one mpfr_add.  Up to four limbs (Digits up
+// to 75) the sum, difference and product, and below 64 bits the rounding of
+// a double, are computed inline instead (one_limb.hpp, few_limbs.hpp), with
+// MPFR's results bit for bit.  The object size for the current precision is
 // computed once per change of "Digits" and kept with the precision, which
 // keeps the hot path to a few stores and two calls.
 //
@@ -16,6 +16,7 @@
 // Like its host, the library runs on one thread: the precision, the bound
 // host and the allocation cache below are process-wide and unsynchronised.
 #include "talvo_float.hpp"
+#include "few_limbs.hpp"
 #include "one_limb.hpp"
 
 #include <gc.h>
@@ -42,6 +43,7 @@ struct Shape {
     mpfr_prec_t prec;  // bits
     size_t bytes;      // whole object
     uintptr_t header;  // type code and limb count
+    int inline_limbs;  // the limb count of the inline sum and product, or 0 (few_limbs.hpp)
 };
 
 constexpr long kDefaultDigits = 10;
@@ -51,7 +53,8 @@ constexpr Shape make_shape(mpfr_prec_t prec)
 {
     size_t n = static_cast<size_t>((prec + GMP_NUMB_BITS - 1) / GMP_NUMB_BITS);
     return Shape{prec, kLimbOffset + n * sizeof(mp_limb_t),
-                 (static_cast<uintptr_t>(TALVO_TYPE_FLOAT) << TALVO_TYPE_SHIFT) | static_cast<uintptr_t>(n)};
+                 (static_cast<uintptr_t>(TALVO_TYPE_FLOAT) << TALVO_TYPE_SHIFT) | static_cast<uintptr_t>(n),
+                 talvo::floatn::inline_limbs(prec)};
 }
 
 Shape shape_for(mpfr_prec_t prec)
@@ -256,19 +259,87 @@ inline mpfr_srcptr val(const TalvoFloat &x) { return &as_object(x.handle())->val
     return wrap(as_handle(o));
 }
 
-// Sum, difference and product at the current precision: inline for one-limb
-// operands and results below 64 bits (one_limb.hpp), MPFR otherwise.
+// A new object at the current precision holding a result of the few-limb
+// fast path (N limbs, the object's own count).
+template <int N>
+[[gnu::always_inline]] inline TalvoFloat store(const Shape &s, const talvo::floatn::Result<N> &r)
+{
+    TalvoFloatObject *o = allocate_raw(s);
+    o->header = s.header;
+    // Limb by limb, as few_limbs.hpp's store explains; MPFR never reads a
+    // zero's limbs.
+#pragma GCC unroll 8
+    for (int i = 0; i < N; ++i)
+        o->limbs[i] = r.limb[i];
+    mpfr_custom_init_set(&o->value, r.sign * (r.zero ? MPFR_ZERO_KIND : MPFR_REGULAR_KIND), r.exp, s.prec, o->limbs);
+    return wrap(as_handle(o));
+}
+
+// Sum, difference and product at the current precision: inline for results
+// of up to four limbs whose operands have no more limbs than the result
+// (one_limb.hpp, few_limbs.hpp), MPFR otherwise.
+template <int N> [[gnu::always_inline]] inline bool add_n(const Shape &s, mpfr_srcptr a, mpfr_srcptr b, bool subtract,
+                                                          ALGEB &out)
+{
+    talvo::floatn::Result<N> r;
+    if (!talvo::floatn::add<N>(a, b, subtract, s.prec, r))
+        return false;
+    out = store(s, r).handle();
+    return true;
+}
+
+template <int N>
+[[gnu::always_inline]] inline bool mul_n(const Shape &s, mpfr_srcptr a, mpfr_srcptr b, ALGEB &out)
+{
+    talvo::floatn::Result<N> r;
+    if (!talvo::floatn::mul<N>(a, b, s.prec, r))
+        return false;
+    out = store(s, r).handle();
+    return true;
+}
+
 inline TalvoFloat add_or_sub(const TalvoFloat &a, const TalvoFloat &b, bool subtract)
 {
     const Shape &s = current_shape();
-    talvo::float1::Result r;
-    if (s.prec < GMP_NUMB_BITS && talvo::float1::add(val(a), val(b), subtract, s.prec, r))
-        return store(s, r);
+    ALGEB out = nullptr;
+    switch (s.inline_limbs) {
+    case 1: {
+        talvo::float1::Result r;
+        if (talvo::float1::add(val(a), val(b), subtract, s.prec, r))
+            return store(s, r);
+        break;
+    }
+    case 2: if (add_n<2>(s, val(a), val(b), subtract, out)) return wrap(out); break;
+    case 3: if (add_n<3>(s, val(a), val(b), subtract, out)) return wrap(out); break;
+    case 4: if (add_n<4>(s, val(a), val(b), subtract, out)) return wrap(out); break;
+    default: break;
+    }
     TalvoFloatObject *o = allocate(s);
     if (subtract)
         mpfr_sub(&o->value, val(a), val(b), MPFR_RNDN);
     else
         mpfr_add(&o->value, val(a), val(b), MPFR_RNDN);
+    return wrap(as_handle(o));
+}
+
+inline TalvoFloat multiply(const TalvoFloat &a, const TalvoFloat &b)
+{
+    const Shape &s = current_shape();
+    ALGEB out = nullptr;
+    switch (s.inline_limbs) {
+    case 1: {
+        talvo::float1::Result r;
+        if (talvo::float1::mul(val(a), val(b), s.prec, r))
+            return store(s, r);
+        break;
+    }
+    case 2: if (mul_n<2>(s, val(a), val(b), out)) return wrap(out); break;
+    case 3: if (mul_n<3>(s, val(a), val(b), out)) return wrap(out); break;
+    case 4: if (mul_n<4>(s, val(a), val(b), out)) return wrap(out); break;
+    default: break;
+    }
+    TalvoFloatObject *o = allocate(s);
+    mpfr_mul(&o->value, val(a), val(b), MPFR_RNDN);
     return wrap(as_handle(o));
 }
 
@@ -554,16 +625,7 @@ TalvoFloat operator+(const TalvoFloat &a, const TalvoFloat &b) { return add_or_s
 
 TalvoFloat operator-(const TalvoFloat &a, const TalvoFloat &b) { return add_or_sub(a, b, true); }
 
-TalvoFloat operator*(const TalvoFloat &a, const TalvoFloat &b)
-{
-    const Shape &s = current_shape();
-    talvo::float1::Result r;
-    if (s.prec < GMP_NUMB_BITS && talvo::float1::mul(val(a), val(b), s.prec, r))
-        return store(s, r);
-    TalvoFloatObject *o = allocate(s);
-    mpfr_mul(&o->value, val(a), val(b), MPFR_RNDN);
-    return wrap(as_handle(o));
-}
+TalvoFloat operator*(const TalvoFloat &a, const TalvoFloat &b) { return multiply(a, b); }
 
 TalvoFloat operator/(const TalvoFloat &a, const TalvoFloat &b)
 {
