@@ -12,14 +12,19 @@
 //      the like-for-like count for the accuracy SciPy delivers;
 //   2. the time per solve of e04fcf and e04dga at Digits 15, 50 and 100
 //      against the time of one MPFR multiply at the same precisions: the
-//      growth of the one next to the growth of the other.
+//      growth of the one next to the growth of the other; and the solver's
+//      own time (the solve's less the time inside the problem's function)
+//      with its growth, which tells the solver's cost from the test
+//      function's (decimal constants read at every call, exponentials).
 // Usage: bench_optimization [path of optimization_scipy.py]
+//        bench_optimization --profile NUMBER fcf|dga DIGITS SOLVES (one solve repeated)
 #include "../tests/numerics/mgh_problems.hpp"
 #include "talvo_mp.h"
 #include "timing.hpp"
 
 #include <mpfr.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <map>
@@ -35,6 +40,15 @@ long g_calls = 0;
 // The value to reach (SciPy's final one) and the call that first reached it.
 double g_target = -1.0;
 long g_reached = 0;
+// Seconds spent inside the problem's own function (its residuals, value or
+// gradient), so that a solve's time can be split into the function's share
+// and the solver's own.
+double g_in_function = 0;
+
+struct FunctionClock {
+    std::chrono::steady_clock::time_point t0 = std::chrono::steady_clock::now();
+    ~FunctionClock() { g_in_function += std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count(); }
+};
 
 void Seen(double f)
 {
@@ -46,7 +60,10 @@ void LsqFun(Integer *, Integer *, Integer *, const TalvoFloat *x, TalvoFloat *fv
             Integer *)
 {
     ++g_calls;
-    g_p->value(x, fvec);
+    {
+        FunctionClock clock;
+        g_p->value(x, fvec);
+    }
     double ss = 0;
     for (long i = 0; i < g_p->m; ++i)
         ss += fvec[i].to_double() * fvec[i].to_double();
@@ -56,7 +73,10 @@ void ObjFun(Integer *, Integer *, const TalvoFloat *x, TalvoFloat *objf, TalvoFl
             TalvoFloat *)
 {
     ++g_calls;
-    *objf = mgh::ValueAndGradient(*g_p, x, objgrd);
+    {
+        FunctionClock clock;
+        *objf = mgh::ValueAndGradient(*g_p, x, objgrd);
+    }
     Seen(objf->to_double());
 }
 void CcaFun(Integer *, const TalvoFloat *x, TalvoFloat *fc, Integer *, TalvoFloat *)
@@ -152,6 +172,18 @@ int main(int argc, char **argv)
     std::map<int, const mgh::Problem *> by_number;
     for (const mgh::Problem &p : mgh::Problems())
         by_number[p.number] = &p;
+    // bench_optimization --profile NUMBER (fcf|dga) DIGITS SOLVES: that one
+    // solve over and over, for a profiler or an instruction count.
+    if (argc == 6 && std::string(argv[1]) == "--profile") {
+        const mgh::Problem &p = *by_number.at(std::atoi(argv[2]));
+        const bool lsq = std::string(argv[3]) == "fcf";
+        talvo_float_set_digits(std::atol(argv[4]));
+        const long solves = std::atol(argv[5]);
+        for (long k = 0; k < solves; ++k)
+            (lsq ? Lsq(p) : Dga(p));
+        std::printf("%ld solves\n", solves);
+        return 0;
+    }
 
     // SciPy's counts, from the script beside this program.
     std::map<std::string, std::map<int, std::pair<long, double>>> scipy;
@@ -203,9 +235,10 @@ int main(int argc, char **argv)
                     m[0], fewer, compared, fewer_same, compared);
     }
 
-    std::printf("\nTime per solve against one MPFR multiply (growth relative to Digits 15)\n");
-    std::printf("%-20s %-7s %7s %12s %8s %12s %8s %10s\n", "problem", "solver", "Digits", "solve (us)", "growth",
-                "mul (us)", "growth", "evals");
+    std::printf("\nTime per solve against one MPFR multiply (growth relative to Digits 15); the solver's own\n"
+                "time is the solve's less the time inside the problem's function (residuals, value, gradient)\n");
+    std::printf("%-20s %-7s %7s %12s %8s %12s %8s %10s %12s %8s\n", "problem", "solver", "Digits", "solve (us)",
+                "growth", "mul (us)", "growth", "evals", "own (us)", "growth");
     double mul15 = 0;
     for (long digits : {15L, 50L, 100L}) {
         const double mul = MulMicros(digits);
@@ -220,13 +253,25 @@ int main(int argc, char **argv)
                 // Microseconds per solve from loops of at least 20 ms (the best of
                 // three): one solve of a few hundred microseconds timed alone
                 // varies with where the collector's work falls.
-                double t = bench::BestMicros([&] { evals = (lsq ? Lsq(p) : Dga(p)).calls; });
-                static std::map<std::string, double> base;
+                auto solve = [&] { evals = (lsq ? Lsq(p) : Dga(p)).calls; };
+                double t = bench::BestMicros(solve);
+                // The function's share of a solve, from solves run for at least 50 ms.
+                g_in_function = 0;
+                double wall = 0;
+                const auto t0 = std::chrono::steady_clock::now();
+                do {
+                    solve();
+                    wall = std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
+                } while (wall < 0.05);
+                const double own = t * (1.0 - g_in_function / wall);
+                static std::map<std::string, double> base, base_own;
                 const std::string key = std::string(p.name) + solver;
-                if (digits == 15)
+                if (digits == 15) {
                     base[key] = t;
-                std::printf("%-20s %-7s %7ld %12.0f %8.2f %12.4f %8.2f %10ld\n", p.name, solver, digits, t,
-                            t / base[key], mul, mul / mul15, evals);
+                    base_own[key] = own;
+                }
+                std::printf("%-20s %-7s %7ld %12.0f %8.2f %12.4f %8.2f %10ld %12.0f %8.2f\n", p.name, solver, digits, t,
+                            t / base[key], mul, mul / mul15, evals, own, own / base_own[key]);
             }
         }
     }

@@ -1,6 +1,7 @@
 // summary.cpp -- summaries of one sample: Tukey's five-number summary
 // (g01alc) and the weighted mean, deviation, skewness and kurtosis (g01aac).
 #include "core/support.hpp"
+#include "few_limbs.hpp"
 
 #include <mpfr.h>
 
@@ -103,17 +104,17 @@ void TalvoMP_g01aac(Integer n, const TalvoFloat x[], const TalvoFloat wt[], Inte
             mpfr_srcptr wi = wt[i].mpfr();
             if (mpfr_zero_p(wi)) // a value of weight zero takes no part
                 continue;
-            mpfr_add(W, W, wi, MPFR_RNDN);
-            mpfr_mul(t, wi, wi, MPFR_RNDN);
-            mpfr_add(W2, W2, t, MPFR_RNDN);
-            mpfr_mul(t, wi, xi, MPFR_RNDN);
-            mpfr_add(S, S, t, MPFR_RNDN);
+            talvo::floatn::add_rn(W, W, wi);
+            talvo::floatn::mul_rn(t, wi, wi);
+            talvo::floatn::add_rn(W2, W2, t);
+            talvo::floatn::mul_rn(t, wi, xi);
+            talvo::floatn::add_rn(S, S, t);
             if (!mpfr_nan_p(wi) && mpfr_sgn(wi) > 0)
                 ++valid;
         } else {
             mpfr_add_ui(W, W, 1, MPFR_RNDN);
             mpfr_add_ui(W2, W2, 1, MPFR_RNDN);
-            mpfr_add(S, S, xi, MPFR_RNDN);
+            talvo::floatn::add_rn(S, S, xi);
             ++valid;
         }
         if (IsNan(x[i]))
@@ -154,29 +155,29 @@ void TalvoMP_g01aac(Integer n, const TalvoFloat x[], const TalvoFloat wt[], Inte
     for (Integer i = 0; i < n; ++i) {
         if (wt != nullptr && mpfr_zero_p(wt[i].mpfr()))
             continue;
-        mpfr_sub(t, x[i].mpfr(), mean, MPFR_RNDN); // deviation e
+        talvo::floatn::sub_rn(t, x[i].mpfr(), mean); // deviation e
         mpfr_sqr(u, t, MPFR_RNDN);                 // e^2
         if (wt != nullptr)
-            mpfr_mul(u, u, wt[i].mpfr(), MPFR_RNDN); // w e^2
-        mpfr_add(m2, m2, u, MPFR_RNDN);
-        mpfr_mul(u, u, t, MPFR_RNDN); // w e^3
-        mpfr_add(m3, m3, u, MPFR_RNDN);
-        mpfr_mul(u, u, t, MPFR_RNDN); // w e^4
-        mpfr_add(m4, m4, u, MPFR_RNDN);
+            talvo::floatn::mul_rn(u, u, wt[i].mpfr()); // w e^2
+        talvo::floatn::add_rn(m2, m2, u);
+        talvo::floatn::mul_rn(u, u, t); // w e^3
+        talvo::floatn::add_rn(m3, m3, u);
+        talvo::floatn::mul_rn(u, u, t); // w e^4
+        talvo::floatn::add_rn(m4, m4, u);
     }
     // d = W - sum(w^2)/W
     mpfr_div(t, W2, W, MPFR_RNDN);
-    mpfr_sub(d, W, t, MPFR_RNDN);
+    talvo::floatn::sub_rn(d, W, t);
     mpfr_div(t, m2, d, MPFR_RNDN);
     mpfr_sqrt(sd, t, MPFR_RNDN);
     *xsd = ToFloat(sd);
     // skew = m3 / (d sd^3); kurt = m4 / (d sd^4) - 3; 0/0 (no spread) is undefined.
     mpfr_pow_ui(u, sd, 3, MPFR_RNDN);
-    mpfr_mul(u, u, d, MPFR_RNDN);
+    talvo::floatn::mul_rn(u, u, d);
     mpfr_div(t, m3, u, MPFR_RNDN);
     *xskew = ToFloat(t);
     mpfr_pow_ui(u, sd, 4, MPFR_RNDN);
-    mpfr_mul(u, u, d, MPFR_RNDN);
+    talvo::floatn::mul_rn(u, u, d);
     mpfr_div(t, m4, u, MPFR_RNDN);
     mpfr_sub_ui(t, t, 3, MPFR_RNDN);
     *xkurt = ToFloat(t);

@@ -18,6 +18,8 @@
 // plan's arrays.
 #pragma once
 
+#include "few_limbs.hpp"
+
 #include <mpfr.h>
 
 #include <cstddef>
@@ -77,25 +79,25 @@ inline void cset(Complex &r, const Complex &a)
 
 inline void cadd(Complex &r, const Complex &a, const Complex &b)
 {
-    mpfr_add(&r.re, &a.re, &b.re, MPFR_RNDN);
-    mpfr_add(&r.im, &a.im, &b.im, MPFR_RNDN);
+    talvo::floatn::add_rn(&r.re, &a.re, &b.re);
+    talvo::floatn::add_rn(&r.im, &a.im, &b.im);
 }
 
 inline void csub(Complex &r, const Complex &a, const Complex &b)
 {
-    mpfr_sub(&r.re, &a.re, &b.re, MPFR_RNDN);
-    mpfr_sub(&r.im, &a.im, &b.im, MPFR_RNDN);
+    talvo::floatn::sub_rn(&r.re, &a.re, &b.re);
+    talvo::floatn::sub_rn(&r.im, &a.im, &b.im);
 }
 
 // r = a * b; r may be a or b.
 inline void cmul(Complex &r, const Complex &a, const Complex &b, mpfr_ptr t1, mpfr_ptr t2)
 {
-    mpfr_mul(t1, &a.re, &b.re, MPFR_RNDN);
-    mpfr_mul(t2, &a.im, &b.im, MPFR_RNDN);
-    mpfr_sub(t1, t1, t2, MPFR_RNDN);
-    mpfr_mul(t2, &a.re, &b.im, MPFR_RNDN);
-    mpfr_mul(&r.im, &a.im, &b.re, MPFR_RNDN);
-    mpfr_add(&r.im, &r.im, t2, MPFR_RNDN);
+    talvo::floatn::mul_rn(t1, &a.re, &b.re);
+    talvo::floatn::mul_rn(t2, &a.im, &b.im);
+    talvo::floatn::sub_rn(t1, t1, t2);
+    talvo::floatn::mul_rn(t2, &a.re, &b.im);
+    talvo::floatn::mul_rn(&r.im, &a.im, &b.re);
+    talvo::floatn::add_rn(&r.im, &r.im, t2);
     mpfr_swap(&r.re, t1);
 }
 

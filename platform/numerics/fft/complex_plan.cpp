@@ -1,6 +1,7 @@
 // complex_plan.cpp -- the mixed-radix transform, its cost model, and the
 // Rader transforms of prime length (by transforms or on integers).
 #include "exact_convolution.hpp"
+#include "few_limbs.hpp"
 #include "fft.hpp"
 
 #include <algorithm>
@@ -294,8 +295,8 @@ public:
         // The convolution is conj(a).
         for (size_t r = 0; r < l_; ++r) {
             Complex &X = x[out_[r]];
-            mpfr_add(&X.re, &x[0].re, &a_[r].re, MPFR_RNDN);
-            mpfr_sub(&X.im, &x[0].im, &a_[r].im, MPFR_RNDN);
+            talvo::floatn::add_rn(&X.re, &x[0].re, &a_[r].re);
+            talvo::floatn::sub_rn(&X.im, &x[0].im, &a_[r].im);
         }
         cadd(x[0], x[0], sum);
     }
@@ -352,10 +353,10 @@ public:
             const Complex &P = pc_[r], &Q = qc_[r];
             Complex &X = x[out_[r]], &Y = x[out_[r + m_]];
             // X = x_0 + P + i Q, Y = x_0 + P - i Q.
-            mpfr_sub(&X.re, &P.re, &Q.im, MPFR_RNDN);
-            mpfr_add(&X.im, &P.im, &Q.re, MPFR_RNDN);
-            mpfr_add(&Y.re, &P.re, &Q.im, MPFR_RNDN);
-            mpfr_sub(&Y.im, &P.im, &Q.re, MPFR_RNDN);
+            talvo::floatn::sub_rn(&X.re, &P.re, &Q.im);
+            talvo::floatn::add_rn(&X.im, &P.im, &Q.re);
+            talvo::floatn::add_rn(&Y.re, &P.re, &Q.im);
+            talvo::floatn::sub_rn(&Y.im, &P.im, &Q.re);
             cadd(X, X, x[0]);
             cadd(Y, Y, x[0]);
         }
@@ -471,11 +472,11 @@ void ComplexPlan::radix4(Complex *out, size_t fstride, size_t m)
         csub(F2, F0, B);
         cadd(F0, F0, B);
         // X3 = (y0 - y2) + i (y1 - y3), X1 = (y0 - y2) - i (y1 - y3).
-        mpfr_sub(&F3.re, &A.re, &F1.im, MPFR_RNDN);
-        mpfr_add(&F3.im, &A.im, &F1.re, MPFR_RNDN);
+        talvo::floatn::sub_rn(&F3.re, &A.re, &F1.im);
+        talvo::floatn::add_rn(&F3.im, &A.im, &F1.re);
         mpfr_swap(t1, &F1.re);
-        mpfr_add(&F1.re, &A.re, &F1.im, MPFR_RNDN);
-        mpfr_sub(&F1.im, &A.im, t1, MPFR_RNDN);
+        talvo::floatn::add_rn(&F1.re, &A.re, &F1.im);
+        talvo::floatn::sub_rn(&F1.im, &A.im, t1);
     }
 }
 
@@ -511,21 +512,21 @@ void ComplexPlan::radix_odd(Complex *out, size_t fstride, size_t m, size_t p)
             mpfr_set_zero(&B.im, 1);
             for (size_t q = 1; q <= h; ++q) {
                 const Complex &w = roots_[(k * q % p) * step];
-                mpfr_mul(t1, &S[q].re, &w.re, MPFR_RNDN);
-                mpfr_add(&A.re, &A.re, t1, MPFR_RNDN);
-                mpfr_mul(t1, &S[q].im, &w.re, MPFR_RNDN);
-                mpfr_add(&A.im, &A.im, t1, MPFR_RNDN);
-                mpfr_mul(t1, &D[q].re, &w.im, MPFR_RNDN);
-                mpfr_add(&B.re, &B.re, t1, MPFR_RNDN);
-                mpfr_mul(t1, &D[q].im, &w.im, MPFR_RNDN);
-                mpfr_add(&B.im, &B.im, t1, MPFR_RNDN);
+                talvo::floatn::mul_rn(t1, &S[q].re, &w.re);
+                talvo::floatn::add_rn(&A.re, &A.re, t1);
+                talvo::floatn::mul_rn(t1, &S[q].im, &w.re);
+                talvo::floatn::add_rn(&A.im, &A.im, t1);
+                talvo::floatn::mul_rn(t1, &D[q].re, &w.im);
+                talvo::floatn::add_rn(&B.re, &B.re, t1);
+                talvo::floatn::mul_rn(t1, &D[q].im, &w.im);
+                talvo::floatn::add_rn(&B.im, &B.im, t1);
             }
             // B = -sum d_q sin: X_k = A + i B, X_{p-k} = A - i B.
             Complex &Xk = out[u + k * m], &Xpk = out[u + (p - k) * m];
-            mpfr_sub(&Xk.re, &A.re, &B.im, MPFR_RNDN);
-            mpfr_add(&Xk.im, &A.im, &B.re, MPFR_RNDN);
-            mpfr_add(&Xpk.re, &A.re, &B.im, MPFR_RNDN);
-            mpfr_sub(&Xpk.im, &A.im, &B.re, MPFR_RNDN);
+            talvo::floatn::sub_rn(&Xk.re, &A.re, &B.im);
+            talvo::floatn::add_rn(&Xk.im, &A.im, &B.re);
+            talvo::floatn::add_rn(&Xpk.re, &A.re, &B.im);
+            talvo::floatn::sub_rn(&Xpk.im, &A.im, &B.re);
         }
         cswap(y0, X0);
     }

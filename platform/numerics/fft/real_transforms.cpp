@@ -43,6 +43,7 @@
 // them) share one.
 #include "../talvo_mp.h"
 #include "exact_convolution.hpp"
+#include "few_limbs.hpp"
 #include "fft.hpp"
 
 #include <cmath>
@@ -327,7 +328,7 @@ private:
         void operator()(size_t j, mpfr_srcptr v, mpfr_srcptr f) const
         {
             mpfr_ptr r = plan->temps_.real(8);
-            mpfr_mul(r, v, f, MPFR_RNDN);
+            talvo::floatn::mul_rn(r, v, f);
             x[j] = TalvoFloat::from_handle(talvo_float_from_mpfr(r, out_prec));
         }
     };
@@ -382,28 +383,28 @@ private:
         Complex &E = temps_[1], &T = temps_[2];
         mpfr_ptr t1 = temps_.real(6), t2 = temps_.real(7), t3 = temps_.real(9);
         // X_0 and X_{n/2} are real.
-        mpfr_add(t1, &U[0].re, &U[0].im, MPFR_RNDN);
-        mpfr_sub(t3, &U[0].re, &U[0].im, MPFR_RNDN);
+        talvo::floatn::add_rn(t1, &U[0].re, &U[0].im);
+        talvo::floatn::sub_rn(t3, &U[0].re, &U[0].im);
         out(0, t1, scale());
         out(h_, t3, scale());
         // With A = U_k, B = U_{h-k}: 2E = A + conj(B), 2O = -i (A - conj(B)),
         // X_k = E + w^k O and X_{h-k} = conj(E - w^k O).
         for (size_t k = 1; 2 * k <= h_; ++k) {
             const Complex &A = U[k], &B = U[h_ - k];
-            mpfr_add(&E.re, &A.re, &B.re, MPFR_RNDN);
-            mpfr_sub(&E.im, &A.im, &B.im, MPFR_RNDN);
-            mpfr_add(&T.re, &A.im, &B.im, MPFR_RNDN);
-            mpfr_sub(&T.im, &B.re, &A.re, MPFR_RNDN);
+            talvo::floatn::add_rn(&E.re, &A.re, &B.re);
+            talvo::floatn::sub_rn(&E.im, &A.im, &B.im);
+            talvo::floatn::add_rn(&T.re, &A.im, &B.im);
+            talvo::floatn::sub_rn(&T.im, &B.re, &A.re);
             cmul(T, T, tw_[k], t1, t2);
-            mpfr_add(t3, &E.re, &T.re, MPFR_RNDN);
+            talvo::floatn::add_rn(t3, &E.re, &T.re);
             out(k, t3, half_scale());
-            mpfr_add(t3, &E.im, &T.im, MPFR_RNDN);
+            talvo::floatn::add_rn(t3, &E.im, &T.im);
             out(n_ - k, t3, half_scale());
             if (2 * k == h_)
                 continue;
-            mpfr_sub(t3, &E.re, &T.re, MPFR_RNDN);
+            talvo::floatn::sub_rn(t3, &E.re, &T.re);
             out(h_ - k, t3, half_scale());
-            mpfr_sub(t3, &T.im, &E.im, MPFR_RNDN);
+            talvo::floatn::sub_rn(t3, &T.im, &E.im);
             out(h_ + k, t3, half_scale());
         }
     }
@@ -417,22 +418,22 @@ private:
         Complex *V = in_.data();
         Complex &Q = temps_[2];
         mpfr_ptr t1 = temps_.real(6), t2 = temps_.real(7), p_re = temps_.real(10), p_im = temps_.real(11);
-        mpfr_add(&V[0].re, in(0), in(h_), MPFR_RNDN);
-        mpfr_sub(&V[0].im, in(0), in(h_), MPFR_RNDN);
+        talvo::floatn::add_rn(&V[0].re, in(0), in(h_));
+        talvo::floatn::sub_rn(&V[0].im, in(0), in(h_));
         for (size_t k = 1; 2 * k <= h_; ++k) {
             mpfr_srcptr a_re = in(k), a_im = in(n_ - k);
             mpfr_srcptr b_re = in(h_ - k), b_im = in(h_ + k);
-            mpfr_add(p_re, a_re, b_re, MPFR_RNDN);
-            mpfr_sub(p_im, a_im, b_im, MPFR_RNDN);
-            mpfr_sub(&Q.re, a_re, b_re, MPFR_RNDN);
-            mpfr_add(&Q.im, a_im, b_im, MPFR_RNDN);
+            talvo::floatn::add_rn(p_re, a_re, b_re);
+            talvo::floatn::sub_rn(p_im, a_im, b_im);
+            talvo::floatn::sub_rn(&Q.re, a_re, b_re);
+            talvo::floatn::add_rn(&Q.im, a_im, b_im);
             cmul(Q, Q, tw_[k], t1, t2); // W = w^k Q; i W = (-W.im, W.re)
-            mpfr_sub(&V[k].re, p_re, &Q.im, MPFR_RNDN);
-            mpfr_add(&V[k].im, p_im, &Q.re, MPFR_RNDN);
+            talvo::floatn::sub_rn(&V[k].re, p_re, &Q.im);
+            talvo::floatn::add_rn(&V[k].im, p_im, &Q.re);
             if (2 * k == h_)
                 continue;
-            mpfr_add(&V[h_ - k].re, p_re, &Q.im, MPFR_RNDN);
-            mpfr_sub(&V[h_ - k].im, &Q.re, p_im, MPFR_RNDN);
+            talvo::floatn::add_rn(&V[h_ - k].re, p_re, &Q.im);
+            talvo::floatn::sub_rn(&V[h_ - k].im, &Q.re, p_im);
         }
         plan_.forward(out_.data(), in_.data());
         for (size_t t = 0; t < h_; ++t) {
@@ -487,15 +488,15 @@ private:
         Complex &A = temps_[1], &B = temps_[2];
         for (size_t k = 0; k < N; ++k) {
             const Complex &Y = out_[k], &Yc = out_[(N - k) % N];
-            mpfr_add(&A.re, &Y.re, &Yc.re, MPFR_RNDN);
-            mpfr_sub(&A.im, &Y.im, &Yc.im, MPFR_RNDN);
-            mpfr_sub(&B.re, &Y.re, &Yc.re, MPFR_RNDN);
-            mpfr_add(&B.im, &Y.im, &Yc.im, MPFR_RNDN);
+            talvo::floatn::add_rn(&A.re, &Y.re, &Yc.re);
+            talvo::floatn::sub_rn(&A.im, &Y.im, &Yc.im);
+            talvo::floatn::sub_rn(&B.re, &Y.re, &Yc.re);
+            talvo::floatn::add_rn(&B.im, &Y.im, &Yc.im);
             // -i B = (B.im, -B.re); i B = (-B.im, B.re)
-            mpfr_add(&S_[k].re, &A.re, &B.im, MPFR_RNDN);
-            mpfr_sub(&S_[k].im, &A.im, &B.re, MPFR_RNDN);
-            mpfr_sub(&D_[k].re, &A.re, &B.im, MPFR_RNDN);
-            mpfr_add(&D_[k].im, &A.im, &B.re, MPFR_RNDN);
+            talvo::floatn::add_rn(&S_[k].re, &A.re, &B.im);
+            talvo::floatn::sub_rn(&S_[k].im, &A.im, &B.re);
+            talvo::floatn::sub_rn(&D_[k].re, &A.re, &B.im);
+            talvo::floatn::add_rn(&D_[k].im, &A.im, &B.re);
             // Both carry the factor 2 of A and B: divide by 4N.
             for (mpfr_ptr v : {&S_[k].re, &S_[k].im, &D_[k].re, &D_[k].im})
                 mpfr_div_ui(v, v, static_cast<unsigned long>(4 * N), MPFR_RNDN);
@@ -520,7 +521,7 @@ private:
             cconj(theta_[q]);
 
         auto re_b = [&](size_t t) -> mpfr_srcptr { return &roots[gr_[t]].re; };
-        auto to_herm = [&](size_t k, mpfr_srcptr v, mpfr_srcptr f) { mpfr_mul(herm_.real(k), v, f, MPFR_RNDN); };
+        auto to_herm = [&](size_t k, mpfr_srcptr v, mpfr_srcptr f) { talvo::floatn::mul_rn(herm_.real(k), v, f); };
         psub_->forward_with(InRef::of(re_b), OutRef::of(to_herm));
         mpfr_set(&pk_[0].re, herm_.real(0), MPFR_RNDN);
         mpfr_set_zero(&pk_[0].im, 1);
@@ -604,10 +605,10 @@ private:
         mpfr_ptr t1 = temps_.real(6), t2 = temps_.real(7);
         // P: the product of half spectra, conjugated, transformed back.
         auto u = [&](size_t j) -> mpfr_srcptr { return &in_[j].re; };
-        auto to_herm = [&](size_t k, mpfr_srcptr v, mpfr_srcptr f) { mpfr_mul(herm_.real(k), v, f, MPFR_RNDN); };
+        auto to_herm = [&](size_t k, mpfr_srcptr v, mpfr_srcptr f) { talvo::floatn::mul_rn(herm_.real(k), v, f); };
         psub_->forward_with(InRef::of(u), OutRef::of(to_herm));
-        mpfr_mul(herm_.real(0), herm_.real(0), &pk_[0].re, MPFR_RNDN);
-        mpfr_mul(herm_.real(h), herm_.real(h), &pk_[h].re, MPFR_RNDN);
+        talvo::floatn::mul_rn(herm_.real(0), herm_.real(0), &pk_[0].re);
+        talvo::floatn::mul_rn(herm_.real(h), herm_.real(h), &pk_[h].re);
         Complex &C = temps_[1];
         for (size_t k = 1; k < h; ++k) {
             mpfr_set(&C.re, herm_.real(k), MPFR_RNDN);
@@ -617,7 +618,7 @@ private:
             mpfr_neg(herm_.real(m - k), &C.im, MPFR_RNDN);
         }
         auto from_herm = [&](size_t k) -> mpfr_srcptr { return herm_.real(k); };
-        auto to_p = [&](size_t j, mpfr_srcptr v, mpfr_srcptr f) { mpfr_mul(&out_[j].re, v, f, MPFR_RNDN); };
+        auto to_p = [&](size_t j, mpfr_srcptr v, mpfr_srcptr f) { talvo::floatn::mul_rn(&out_[j].re, v, f); };
         psub_->backward_with(InRef::of(from_herm), OutRef::of(to_p));
         // Q: modulo x^h - i, twisted, cyclic over h, untwisted; the real and
         // imaginary parts are Q's two halves.
@@ -650,18 +651,18 @@ private:
         mpfr_set_zero(sum, 1);
         for (size_t q = 0; q < m; ++q) {
             mpfr_srcptr a = in(gq_[q]), b = in(gq_[q + m]);
-            mpfr_add(&in_[q].re, a, b, MPFR_RNDN);
-            mpfr_sub(&in_[q].im, a, b, MPFR_RNDN);
-            mpfr_add(sum, sum, &in_[q].re, MPFR_RNDN);
+            talvo::floatn::add_rn(&in_[q].re, a, b);
+            talvo::floatn::sub_rn(&in_[q].im, a, b);
+            talvo::floatn::add_rn(sum, sum, &in_[q].re);
         }
         rader_convolve();
         // X_0 = x_0 + sum of a; X_{g^-r} = x_0 + c_r, c_r = conj(out_[r]).
-        mpfr_add(t1, x0, sum, MPFR_RNDN);
+        talvo::floatn::add_rn(t1, x0, sum);
         out(0, t1, scale());
         for (size_t r = 0; r < m; ++r) {
             const Complex &c = out_[r];
             size_t k = gr_[r];
-            mpfr_add(t1, x0, &c.re, MPFR_RNDN);
+            talvo::floatn::add_rn(t1, x0, &c.re);
             if (k <= m) {
                 out(k, t1, scale());
                 mpfr_neg(t1, &c.im, MPFR_RNDN);
@@ -691,24 +692,24 @@ private:
                 mpfr_set(&in_[q].re, in(p - k), MPFR_RNDN);
                 mpfr_neg(&in_[q].im, in(k), MPFR_RNDN);
             }
-            mpfr_add(sum, sum, &in_[q].re, MPFR_RNDN);
+            talvo::floatn::add_rn(sum, sum, &in_[q].re);
         }
         rader_convolve();
         // y_0 = z_0 + 2 sum Re z_k; with W_r = conj(out_[r]),
         // y_{g^-r} = z_0 + 2 (Re W_r - Im W_r) and y_{p - g^-r} = z_0 + 2 (Re W_r + Im W_r).
         mpfr_mul_2ui(sum, sum, 1, MPFR_RNDN);
-        mpfr_add(t1, z0, sum, MPFR_RNDN);
+        talvo::floatn::add_rn(t1, z0, sum);
         out(0, t1, scale());
         for (size_t r = 0; r < m; ++r) {
             const Complex &w = out_[r];
             size_t k = gr_[r];
-            mpfr_add(t1, &w.re, &w.im, MPFR_RNDN);
+            talvo::floatn::add_rn(t1, &w.re, &w.im);
             mpfr_mul_2ui(t1, t1, 1, MPFR_RNDN);
-            mpfr_add(t1, z0, t1, MPFR_RNDN);
+            talvo::floatn::add_rn(t1, z0, t1);
             out(k, t1, scale());
-            mpfr_sub(t1, &w.re, &w.im, MPFR_RNDN);
+            talvo::floatn::sub_rn(t1, &w.re, &w.im);
             mpfr_mul_2ui(t1, t1, 1, MPFR_RNDN);
-            mpfr_add(t1, z0, t1, MPFR_RNDN);
+            talvo::floatn::add_rn(t1, z0, t1);
             out(p - k, t1, scale());
         }
     }
@@ -738,9 +739,9 @@ private:
             auto sub_out = [&](size_t k, mpfr_srcptr v, mpfr_srcptr f) {
                 // Hermitian storage of length b: Re at k <= (b-1)/2, Im at b - k.
                 if (k < cols_)
-                    mpfr_mul(&s[k].re, v, f, MPFR_RNDN);
+                    talvo::floatn::mul_rn(&s[k].re, v, f);
                 else
-                    mpfr_mul(&s[b_ - k].im, v, f, MPFR_RNDN);
+                    talvo::floatn::mul_rn(&s[b_ - k].im, v, f);
             };
             sub_->forward_with(InRef::of(sub_in), OutRef::of(sub_out));
             mpfr_set_zero(&s[0].im, 1);
@@ -806,7 +807,7 @@ private:
             const Complex *s = spectra_.data() + j1 * cols_;
             auto sub_in = [&](size_t k) -> mpfr_srcptr { return k < cols_ ? &s[k].re : &s[b_ - k].im; };
             auto sub_out = [&](size_t j2, mpfr_srcptr v, mpfr_srcptr f) {
-                mpfr_mul(r, v, f, MPFR_RNDN);
+                talvo::floatn::mul_rn(r, v, f);
                 out(j1 + a_ * j2, r, scale());
             };
             sub_->backward_with(InRef::of(sub_in), OutRef::of(sub_out));

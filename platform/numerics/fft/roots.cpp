@@ -13,6 +13,7 @@
 // Only the first octant (or half circle, when 4 does not divide N) is
 // computed; the other entries follow from it by exact symmetries (exchanging
 // and negating the two parts).
+#include "few_limbs.hpp"
 #include "fft.hpp"
 
 #include <cmath>
@@ -115,13 +116,13 @@ void unit_roots(Complex *w, size_t n, size_t count, mpfr_prec_t prec)
                 continue;
             }
             // cos(x + y) = cx cy - sx sy, sin(x + y) = sx cy + cx sy.
-            mpfr_mul(t1, C.c, F.c, MPFR_RNDN);
-            mpfr_mul(t2, C.s, F.s, MPFR_RNDN);
-            mpfr_sub(t3, t1, t2, MPFR_RNDN);
+            talvo::floatn::mul_rn(t1, C.c, F.c);
+            talvo::floatn::mul_rn(t2, C.s, F.s);
+            talvo::floatn::sub_rn(t3, t1, t2);
             mpfr_set(base[k].c, t3, MPFR_RNDN);
-            mpfr_mul(t1, C.s, F.c, MPFR_RNDN);
-            mpfr_mul(t2, C.c, F.s, MPFR_RNDN);
-            mpfr_add(t3, t1, t2, MPFR_RNDN);
+            talvo::floatn::mul_rn(t1, C.s, F.c);
+            talvo::floatn::mul_rn(t2, C.c, F.s);
+            talvo::floatn::add_rn(t3, t1, t2);
             mpfr_set(base[k].s, t3, MPFR_RNDN);
         }
     }

@@ -3,6 +3,7 @@
 // allocation.  The limbs hold no host values, so the block comes from the C
 // allocator and the collector never scans it.
 #include "../talvo_mp_linalg.h"
+#include "few_limbs.hpp"
 
 #include <cstdlib>
 #include <new>
@@ -64,16 +65,16 @@ void dot(mpfr_ptr r, mpfr_srcptr x, mpfr_srcptr y, long n, mpfr_ptr t)
 {
     mpfr_set_zero(r, 1);
     for (long k = 0; k < n; ++k) {
-        mpfr_mul(t, x + k, y + k, MPFR_RNDN);
-        mpfr_add(r, r, t, MPFR_RNDN);
+        talvo::floatn::mul_rn(t, x + k, y + k);
+        talvo::floatn::add_rn(r, r, t);
     }
 }
 
 void axpy(mpfr_ptr y, mpfr_srcptr alpha, mpfr_srcptr x, long n, mpfr_ptr t)
 {
     for (long k = 0; k < n; ++k) {
-        mpfr_mul(t, alpha, x + k, MPFR_RNDN);
-        mpfr_add(y + k, y + k, t, MPFR_RNDN);
+        talvo::floatn::mul_rn(t, alpha, x + k);
+        talvo::floatn::add_rn(y + k, y + k, t);
     }
 }
 

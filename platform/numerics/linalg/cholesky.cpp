@@ -15,6 +15,7 @@
 // The bound beta keeps every |L(i,j)| sqrt(d_j) <= beta, so the factors stay
 // bounded whatever the inertia of a; e = 0 when a is safely positive definite.
 #include "../talvo_mp_linalg.h"
+#include "few_limbs.hpp"
 #include "temp.hpp"
 
 #include <cmath>
@@ -29,7 +30,7 @@ long cholesky(Matrix &a)
         mpfr_set(acc, a(j, j), MPFR_RNDN);
         for (long k = 0; k < j; ++k) {
             mpfr_sqr(t, a(j, k), MPFR_RNDN);
-            mpfr_sub(acc, acc, t, MPFR_RNDN);
+            talvo::floatn::sub_rn(acc, acc, t);
         }
         if (!(mpfr_sgn(acc) > 0)) // also for NaN
             return j + 1;
@@ -37,8 +38,8 @@ long cholesky(Matrix &a)
         for (long i = j + 1; i < n; ++i) {
             mpfr_set(acc, a(i, j), MPFR_RNDN);
             for (long k = 0; k < j; ++k) {
-                mpfr_mul(t, a(i, k), a(j, k), MPFR_RNDN);
-                mpfr_sub(acc, acc, t, MPFR_RNDN);
+                talvo::floatn::mul_rn(t, a(i, k), a(j, k));
+                talvo::floatn::sub_rn(acc, acc, t);
             }
             mpfr_div(a(i, j), acc, a(j, j), MPFR_RNDN);
         }
@@ -68,26 +69,26 @@ void modified_cholesky(Matrix &a, Vector &d, Vector &e)
     mpfr_max(beta2, gamma, t, MPFR_RNDN);
     mpfr_max(beta2, beta2, eps, MPFR_RNDN);
     // delta = eps max(gamma + xi, 1)
-    mpfr_add(t, gamma, xi, MPFR_RNDN);
+    talvo::floatn::add_rn(t, gamma, xi);
     if (mpfr_cmp_ui(t, 1) < 0)
         mpfr_set_ui(t, 1, MPFR_RNDN);
-    mpfr_mul(delta, eps, t, MPFR_RNDN);
+    talvo::floatn::mul_rn(delta, eps, t);
 
     for (long j = 0; j < n; ++j) {
         // c_jj = a_jj - sum_s d_s L(j,s)^2
         mpfr_set(acc, a(j, j), MPFR_RNDN);
         for (long s = 0; s < j; ++s) {
             mpfr_sqr(t, a(j, s), MPFR_RNDN);
-            mpfr_mul(t, t, d[s], MPFR_RNDN);
-            mpfr_sub(acc, acc, t, MPFR_RNDN);
+            talvo::floatn::mul_rn(t, t, d[s]);
+            talvo::floatn::sub_rn(acc, acc, t);
         }
         // c_ij = a_ij - sum_s d_s L(i,s) L(j,s), kept in a(i,j) for now
         mpfr_set_zero(theta, 1);
         for (long i = j + 1; i < n; ++i) {
             for (long s = 0; s < j; ++s) {
-                mpfr_mul(t, a(i, s), a(j, s), MPFR_RNDN);
-                mpfr_mul(t, t, d[s], MPFR_RNDN);
-                mpfr_sub(a(i, j), a(i, j), t, MPFR_RNDN);
+                talvo::floatn::mul_rn(t, a(i, s), a(j, s));
+                talvo::floatn::mul_rn(t, t, d[s]);
+                talvo::floatn::sub_rn(a(i, j), a(i, j), t);
             }
             if (mpfr_cmpabs(a(i, j), theta) > 0)
                 mpfr_abs(theta, a(i, j), MPFR_RNDN);
@@ -98,7 +99,7 @@ void modified_cholesky(Matrix &a, Vector &d, Vector &e)
         mpfr_abs(t, acc, MPFR_RNDN);
         mpfr_max(d[j], t, u, MPFR_RNDN);
         mpfr_max(d[j], d[j], delta, MPFR_RNDN);
-        mpfr_sub(e[j], d[j], acc, MPFR_RNDN);
+        talvo::floatn::sub_rn(e[j], d[j], acc);
         for (long i = j + 1; i < n; ++i)
             mpfr_div(a(i, j), a(i, j), d[j], MPFR_RNDN);
         mpfr_set(a(j, j), d[j], MPFR_RNDN);

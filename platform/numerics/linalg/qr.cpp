@@ -8,6 +8,7 @@
 // downdated after each step and recomputed when the downdate has cancelled
 // more than half the digits (the safeguard of LAPACK's dlaqp2).
 #include "../talvo_mp_linalg.h"
+#include "few_limbs.hpp"
 #include "temp.hpp"
 
 #include <algorithm>
@@ -76,16 +77,16 @@ void qr_householder(Matrix &a, Vector &tau, long *perm)
         } else {
             mpfr_set(alpha, x, MPFR_RNDN);
             mpfr_sqr(t, alpha, MPFR_RNDN);
-            mpfr_add(beta, t, xnorm, MPFR_RNDN);
+            talvo::floatn::add_rn(beta, t, xnorm);
             mpfr_sqrt(beta, beta, MPFR_RNDN);
             if (mpfr_sgn(alpha) >= 0)
                 mpfr_neg(beta, beta, MPFR_RNDN);
-            mpfr_sub(t, beta, alpha, MPFR_RNDN);
+            talvo::floatn::sub_rn(t, beta, alpha);
             mpfr_div(tau[k], t, beta, MPFR_RNDN);
-            mpfr_sub(scale, alpha, beta, MPFR_RNDN);
+            talvo::floatn::sub_rn(scale, alpha, beta);
             mpfr_ui_div(scale, 1, scale, MPFR_RNDN);
             for (long i = 1; i < len; ++i)
-                mpfr_mul(x + i, x + i, scale, MPFR_RNDN);
+                talvo::floatn::mul_rn(x + i, x + i, scale);
             mpfr_set(x, beta, MPFR_RNDN);
         }
 
@@ -94,10 +95,10 @@ void qr_householder(Matrix &a, Vector &tau, long *perm)
             for (long j = k + 1; j < n; ++j) {
                 mpfr_ptr y = a.col(j) + k;
                 dot(w, x + 1, y + 1, len - 1, t);
-                mpfr_add(w, w, y, MPFR_RNDN);
-                mpfr_mul(w, w, tau[k], MPFR_RNDN);
+                talvo::floatn::add_rn(w, w, y);
+                talvo::floatn::mul_rn(w, w, tau[k]);
                 mpfr_neg(w, w, MPFR_RNDN);
-                mpfr_add(y, y, w, MPFR_RNDN);
+                talvo::floatn::add_rn(y, y, w);
                 axpy(y + 1, w, x + 1, len - 1, t);
             }
         }
@@ -114,13 +115,13 @@ void qr_householder(Matrix &a, Vector &tau, long *perm)
                     mpfr_set_zero(ratio, 1);
                 mpfr_div(t, norms[j], norms_ref[j], MPFR_RNDN);
                 mpfr_sqr(t, t, MPFR_RNDN);
-                mpfr_mul(t, t, ratio, MPFR_RNDN);
+                talvo::floatn::mul_rn(t, t, ratio);
                 if (mpfr_cmp(t, threshold) <= 0) {
                     norm2(norms[j], a.col(j) + k + 1, m - k - 1, t);
                     mpfr_set(norms_ref[j], norms[j], MPFR_RNDN);
                 } else {
                     mpfr_sqrt(ratio, ratio, MPFR_RNDN);
-                    mpfr_mul(norms[j], norms[j], ratio, MPFR_RNDN);
+                    talvo::floatn::mul_rn(norms[j], norms[j], ratio);
                 }
             }
         }
@@ -136,10 +137,10 @@ void qr_apply_qt(const Matrix &qr, const Vector &tau, mpfr_ptr y)
             continue;
         mpfr_srcptr v = qr.col(k) + k;
         dot(w, v + 1, y + k + 1, m - k - 1, t);
-        mpfr_add(w, w, y + k, MPFR_RNDN);
-        mpfr_mul(w, w, tau[k], MPFR_RNDN);
+        talvo::floatn::add_rn(w, w, y + k);
+        talvo::floatn::mul_rn(w, w, tau[k]);
         mpfr_neg(w, w, MPFR_RNDN);
-        mpfr_add(y + k, y + k, w, MPFR_RNDN);
+        talvo::floatn::add_rn(y + k, y + k, w);
         axpy(y + k + 1, w, v + 1, m - k - 1, t);
     }
 }
@@ -153,10 +154,10 @@ void qr_apply_q(const Matrix &qr, const Vector &tau, mpfr_ptr y)
             continue;
         mpfr_srcptr v = qr.col(k) + k;
         dot(w, v + 1, y + k + 1, m - k - 1, t);
-        mpfr_add(w, w, y + k, MPFR_RNDN);
-        mpfr_mul(w, w, tau[k], MPFR_RNDN);
+        talvo::floatn::add_rn(w, w, y + k);
+        talvo::floatn::mul_rn(w, w, tau[k]);
         mpfr_neg(w, w, MPFR_RNDN);
-        mpfr_add(y + k, y + k, w, MPFR_RNDN);
+        talvo::floatn::add_rn(y + k, y + k, w);
         axpy(y + k + 1, w, v + 1, m - k - 1, t);
     }
 }

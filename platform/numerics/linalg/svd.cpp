@@ -16,6 +16,7 @@
 // A tall matrix is reduced first: A P = Q R (pivoted QR), the rotations work
 // on the n x n triangle R, and U = Q [U_R; 0], V = P V_R.
 #include "../talvo_mp_linalg.h"
+#include "few_limbs.hpp"
 #include "temp.hpp"
 
 #include <algorithm>
@@ -35,12 +36,12 @@ void swap_columns(Matrix &a, long j, long k)
 void rotate(mpfr_ptr x, mpfr_ptr y, mpfr_srcptr c, mpfr_srcptr s, long n, mpfr_ptr t1, mpfr_ptr t2)
 {
     for (long i = 0; i < n; ++i) {
-        mpfr_mul(t1, s, x + i, MPFR_RNDN);
-        mpfr_mul(t2, s, y + i, MPFR_RNDN);
-        mpfr_mul(x + i, x + i, c, MPFR_RNDN);
-        mpfr_sub(x + i, x + i, t2, MPFR_RNDN);
-        mpfr_mul(y + i, y + i, c, MPFR_RNDN);
-        mpfr_add(y + i, y + i, t1, MPFR_RNDN);
+        talvo::floatn::mul_rn(t1, s, x + i);
+        talvo::floatn::mul_rn(t2, s, y + i);
+        talvo::floatn::mul_rn(x + i, x + i, c);
+        talvo::floatn::sub_rn(x + i, x + i, t2);
+        talvo::floatn::mul_rn(y + i, y + i, c);
+        talvo::floatn::add_rn(y + i, y + i, t1);
     }
 }
 
@@ -68,10 +69,10 @@ bool svd_jacobi(Matrix &a, Vector &s, Matrix &v, int max_sweeps)
         mpfr_set_zero(negligible, 1);
         for (long j = 0; j < n; ++j) {
             dot(norms[j], a.col(j), a.col(j), m, t1);
-            mpfr_add(negligible, negligible, norms[j], MPFR_RNDN);
+            talvo::floatn::add_rn(negligible, negligible, norms[j]);
         }
-        mpfr_mul(negligible, negligible, tol, MPFR_RNDN);
-        mpfr_mul(negligible, negligible, tol, MPFR_RNDN);
+        talvo::floatn::mul_rn(negligible, negligible, tol);
+        talvo::floatn::mul_rn(negligible, negligible, tol);
         bool rotated = false;
         for (long j = 0; j + 1 < n; ++j) {
             for (long k = j + 1; k < n; ++k) {
@@ -79,23 +80,23 @@ bool svd_jacobi(Matrix &a, Vector &s, Matrix &v, int max_sweeps)
                     continue;
                 dot(gamma, a.col(j), a.col(k), m, t1);
                 // |gamma| > tol sqrt(alpha beta)?
-                mpfr_mul(bound, norms[j], norms[k], MPFR_RNDN);
+                talvo::floatn::mul_rn(bound, norms[j], norms[k]);
                 mpfr_sqrt(bound, bound, MPFR_RNDN);
-                mpfr_mul(bound, bound, tol, MPFR_RNDN);
+                talvo::floatn::mul_rn(bound, bound, tol);
                 if (mpfr_cmpabs(gamma, bound) <= 0)
                     continue;
                 rotated = true;
                 // zeta = (beta - alpha) / (2 gamma); t = sign(zeta) / (|zeta| + sqrt(1 + zeta^2))
                 mpfr_set(alpha, norms[j], MPFR_RNDN);
                 mpfr_set(beta, norms[k], MPFR_RNDN);
-                mpfr_sub(zeta, beta, alpha, MPFR_RNDN);
+                talvo::floatn::sub_rn(zeta, beta, alpha);
                 mpfr_div(zeta, zeta, gamma, MPFR_RNDN);
                 mpfr_div_2ui(zeta, zeta, 1, MPFR_RNDN);
                 mpfr_sqr(t1, zeta, MPFR_RNDN);
                 mpfr_add_ui(t1, t1, 1, MPFR_RNDN);
                 mpfr_sqrt(t1, t1, MPFR_RNDN);
                 mpfr_abs(t2, zeta, MPFR_RNDN);
-                mpfr_add(t1, t1, t2, MPFR_RNDN);
+                talvo::floatn::add_rn(t1, t1, t2);
                 mpfr_ui_div(tt, 1, t1, MPFR_RNDN);
                 if (mpfr_sgn(zeta) < 0)
                     mpfr_neg(tt, tt, MPFR_RNDN);
@@ -103,14 +104,14 @@ bool svd_jacobi(Matrix &a, Vector &s, Matrix &v, int max_sweeps)
                 mpfr_sqr(t1, tt, MPFR_RNDN);
                 mpfr_add_ui(t1, t1, 1, MPFR_RNDN);
                 mpfr_rec_sqrt(c, t1, MPFR_RNDN);
-                mpfr_mul(sn, c, tt, MPFR_RNDN);
+                talvo::floatn::mul_rn(sn, c, tt);
                 // The rotation (a_j, a_k) := (c a_j - s a_k, s a_j + c a_k) takes
                 // alpha to alpha - t gamma and beta to beta + t gamma.
                 rotate(a.col(j), a.col(k), c, sn, m, t1, t2);
                 rotate(v.col(j), v.col(k), c, sn, n, t1, t2);
-                mpfr_mul(t1, tt, gamma, MPFR_RNDN);
-                mpfr_sub(norms[j], norms[j], t1, MPFR_RNDN);
-                mpfr_add(norms[k], norms[k], t1, MPFR_RNDN);
+                talvo::floatn::mul_rn(t1, tt, gamma);
+                talvo::floatn::sub_rn(norms[j], norms[j], t1);
+                talvo::floatn::add_rn(norms[k], norms[k], t1);
                 // An update that cancelled more than half the norm has lost
                 // digits: take that norm afresh.
                 mpfr_mul_2ui(t1, norms[j], 1, MPFR_RNDN);
@@ -134,7 +135,7 @@ bool svd_jacobi(Matrix &a, Vector &s, Matrix &v, int max_sweeps)
         } else {
             mpfr_ui_div(t2, 1, s[j], MPFR_RNDN);
             for (long i = 0; i < m; ++i)
-                mpfr_mul(a(i, j), a(i, j), t2, MPFR_RNDN);
+                talvo::floatn::mul_rn(a(i, j), a(i, j), t2);
         }
     }
     for (long j = 0; j + 1 < n; ++j) {

@@ -3,6 +3,7 @@
 // column form (x_j := b_j / t_jj, then b_i -= t_ij x_j) for t x = b, the dot
 // product form for t^T x = b.
 #include "../talvo_mp_linalg.h"
+#include "few_limbs.hpp"
 #include "temp.hpp"
 
 namespace talvo::linalg {
@@ -24,7 +25,7 @@ void solve_upper_transposed(const Matrix &t, mpfr_ptr b)
     Temp acc(t.precision()), s(t.precision());
     for (long i = 0; i < n; ++i) {
         dot(acc, t.col(i), b, i, s);
-        mpfr_sub(b + i, b + i, acc, MPFR_RNDN);
+        talvo::floatn::sub_rn(b + i, b + i, acc);
         mpfr_div(b + i, b + i, t(i, i), MPFR_RNDN);
     }
 }
@@ -47,7 +48,7 @@ void solve_lower_transposed(const Matrix &t, mpfr_ptr b, bool unit)
     Temp acc(t.precision()), s(t.precision());
     for (long i = n - 1; i >= 0; --i) {
         dot(acc, t.col(i) + i + 1, b + i + 1, n - i - 1, s);
-        mpfr_sub(b + i, b + i, acc, MPFR_RNDN);
+        talvo::floatn::sub_rn(b + i, b + i, acc);
         if (!unit)
             mpfr_div(b + i, b + i, t(i, i), MPFR_RNDN);
     }

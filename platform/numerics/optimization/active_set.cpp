@@ -50,6 +50,7 @@
 // All vectors and matrices are MPFR numbers at matrix_precision() (the
 // working precision plus 32 bits); the tolerances come from "Digits".
 #include "active_set.hpp"
+#include "few_limbs.hpp"
 
 #include "dense.hpp"
 
@@ -160,7 +161,7 @@ private:
     void add_ld(mpfr_ptr r, Real v)
     {
         mpfr_set_ld(t3_, v, MPFR_RNDN);
-        mpfr_add(r, r, t3_, MPFR_RNDN);
+        talvo::floatn::add_rn(r, r, t3_);
     }
 
     // out = a_i' v (v of length n).
@@ -194,10 +195,10 @@ private:
     }
     void apply(mpfr_ptr x1, mpfr_ptr x2)
     {
-        mpfr_mul(t2_, c_, x1, MPFR_RNDN);
+        talvo::floatn::mul_rn(t2_, c_, x1);
         mpfr_fms(t2_, s_, x2, t2_, MPFR_RNDN); // s x2 - c x1
         mpfr_neg(t2_, t2_, MPFR_RNDN);         // c x1 - s x2
-        mpfr_mul(t3_, s_, x1, MPFR_RNDN);
+        talvo::floatn::mul_rn(t3_, s_, x1);
         mpfr_fma(x2, c_, x2, t3_, MPFR_RNDN); // c x2 + s x1
         mpfr_set(x1, t2_, MPFR_RNDN);
     }
@@ -288,10 +289,10 @@ void Engine::gradient(bool phase1)
             if (where_[size_t(i)] >= 0)
                 continue;
             int sign = 0;
-            mpfr_sub(t1_, bl_[i], resid_[i], MPFR_RNDN);
+            talvo::floatn::sub_rn(t1_, bl_[i], resid_[i]);
             if (has_lo_[size_t(i)] && dbl(t1_) > tol_[size_t(i)])
                 sign = -1;
-            mpfr_sub(t1_, resid_[i], bu_[i], MPFR_RNDN);
+            talvo::floatn::sub_rn(t1_, resid_[i], bu_[i]);
             if (has_up_[size_t(i)] && dbl(t1_) > tol_[size_t(i)])
                 sign = 1;
             if (sign == 0)
@@ -304,9 +305,9 @@ void Engine::gradient(bool phase1)
             } else {
                 for (long j = 0; j < n_; ++j) {
                     if (sign > 0)
-                        mpfr_add(g_[j], g_[j], C_(i - n_, j), MPFR_RNDN);
+                        talvo::floatn::add_rn(g_[j], g_[j], C_(i - n_, j));
                     else
-                        mpfr_sub(g_[j], g_[j], C_(i - n_, j), MPFR_RNDN);
+                        talvo::floatn::sub_rn(g_[j], g_[j], C_(i - n_, j));
                 }
             }
         }
@@ -318,7 +319,7 @@ void Engine::gradient(bool phase1)
         return;
     hess(x_.data(), hv_.data());
     for (long j = 0; j < n_; ++j)
-        mpfr_add(g_[j], g_[j], hv_[j], MPFR_RNDN);
+        talvo::floatn::add_rn(g_[j], g_[j], hv_[j]);
     if (p_.type >= Type::LS1) {
         // - A'b
         const long m = A_.rows();
@@ -344,7 +345,7 @@ TalvoFloat Engine::objective()
                         mpfr_fma(t1_, A_(i, j), x_[j], t1_, MPFR_RNDN);
                 mpfr_sqr(t1_, t1_, MPFR_RNDN);
                 mpfr_div_ui(t1_, t1_, 2, MPFR_RNDN);
-                mpfr_add(s, s, t1_, MPFR_RNDN);
+                talvo::floatn::add_rn(s, s, t1_);
             }
         } else {
             hess(x_.data(), hv_.data());
@@ -352,7 +353,7 @@ TalvoFloat Engine::objective()
             for (long j = 0; j < n_; ++j)
                 mpfr_fma(q, hv_[j], x_[j], q, MPFR_RNDN);
             mpfr_div_ui(q, q, 2, MPFR_RNDN);
-            mpfr_add(s, s, q, MPFR_RNDN);
+            talvo::floatn::add_rn(s, s, q);
         }
     }
     return from_mpfr(s);
@@ -406,9 +407,9 @@ void Engine::add(long i, int kind)
                 mpfr_div(cc, R_(c, c), t1_, MPFR_RNDN);
                 mpfr_div(ss, R_(c + 1, c), t1_, MPFR_RNDN);
                 for (long col = c; col < ns; ++col) {
-                    mpfr_mul(t2_, cc, R_(c, col), MPFR_RNDN);
+                    talvo::floatn::mul_rn(t2_, cc, R_(c, col));
                     mpfr_fma(t2_, ss, R_(c + 1, col), t2_, MPFR_RNDN);
-                    mpfr_mul(t3_, ss, R_(c, col), MPFR_RNDN);
+                    talvo::floatn::mul_rn(t3_, ss, R_(c, col));
                     mpfr_fms(t3_, cc, R_(c + 1, col), t3_, MPFR_RNDN);
                     mpfr_set(R_(c, col), t2_, MPFR_RNDN);
                     mpfr_set(R_(c + 1, col), t3_, MPFR_RNDN);
@@ -451,7 +452,7 @@ void Engine::add(long i, int kind)
     mpfr_neg(t1_, sigma_, MPFR_RNDN);
     mpfr_sqrt(t1_, t1_, MPFR_RNDN);
     for (long k = 0; k < nr_; ++k) {
-        mpfr_mul(work_[k], vrot_[k], t1_, MPFR_RNDN);
+        talvo::floatn::mul_rn(work_[k], vrot_[k], t1_);
         for (long j = 0; j < k; ++j)
             mpfr_fms(work_[k], R_(j, k), work_[j], work_[k], MPFR_RNDN), mpfr_neg(work_[k], work_[k], MPFR_RNDN);
         mpfr_div(work_[k], work_[k], R_(k, k), MPFR_RNDN);
@@ -477,9 +478,9 @@ void Engine::add(long i, int kind)
         Num xx(prec_);
         for (long k = j; k >= 0; --k) {
             // t = c xx + s r; r = c r - s xx; xx = t
-            mpfr_mul(t2_, cs[k], xx, MPFR_RNDN);
+            talvo::floatn::mul_rn(t2_, cs[k], xx);
             mpfr_fma(t2_, work_[k], R_(k, j), t2_, MPFR_RNDN);
-            mpfr_mul(t3_, work_[k], xx, MPFR_RNDN);
+            talvo::floatn::mul_rn(t3_, work_[k], xx);
             mpfr_fms(R_(k, j), cs[k], R_(k, j), t3_, MPFR_RNDN);
             mpfr_set(xx, t2_, MPFR_RNDN);
         }
@@ -595,7 +596,7 @@ bool Engine::new_r_column()
         mpfr_fma(t1_, rcol_[c], rcol_[c], t1_, MPFR_RNDN);
     Num thr(prec_);
     set(thr, rank_);
-    mpfr_mul(thr, thr, t1_, MPFR_RNDN);
+    talvo::floatn::mul_rn(thr, thr, t1_);
     if (mpfr_cmp(sigma_, thr) > 0 && nr_ == k) {
         for (long c = 0; c < nr_; ++c)
             mpfr_set(R_(c, k), rcol_[c], MPFR_RNDN);
@@ -678,7 +679,7 @@ void Engine::refine()
             mpfr_srcptr target = kind_[size_t(k)] == kTempB ? static_cast<mpfr_srcptr>(fixval_[i])
                                  : kind_[size_t(k)] == kUpperB ? bu_[i]
                                                                : bl_[i];
-            mpfr_sub(d[k], target, t1_, MPFR_RNDN);
+            talvo::floatn::sub_rn(d[k], target, t1_);
         }
         for (long k = 0; k < m; ++k) {
             const long jl = m - 1 - k; // the diagonal of row k sits in local column m-1-k
@@ -825,10 +826,10 @@ Result Engine::run(TalvoFloat *x, TalvoFloat *ax, TalvoFloat *clamda)
         for (long i = 0; i < mt_ && !infeasible; ++i) {
             if (where_[size_t(i)] >= 0)
                 continue;
-            mpfr_sub(t1_, bl_[i], resid_[i], MPFR_RNDN);
+            talvo::floatn::sub_rn(t1_, bl_[i], resid_[i]);
             if (has_lo_[size_t(i)] && dbl(t1_) > tol_[size_t(i)])
                 infeasible = true;
-            mpfr_sub(t1_, resid_[i], bu_[i], MPFR_RNDN);
+            talvo::floatn::sub_rn(t1_, resid_[i], bu_[i]);
             if (has_up_[size_t(i)] && dbl(t1_) > tol_[size_t(i)])
                 infeasible = true;
         }
@@ -1054,9 +1055,9 @@ Result Engine::run(TalvoFloat *x, TalvoFloat *ax, TalvoFloat *clamda)
             // Relaxed step to the bound approached.
             mpfr_ptr step_r = step;
             bool blocks = false;
-            mpfr_sub(t1_, bl_[i], resid_[i], MPFR_RNDN);
+            talvo::floatn::sub_rn(t1_, bl_[i], resid_[i]);
             const Real below = dbl(t1_);
-            mpfr_sub(t1_, resid_[i], bu_[i], MPFR_RNDN);
+            talvo::floatn::sub_rn(t1_, resid_[i], bu_[i]);
             const Real above = dbl(t1_);
             if (long_step && ((api < 0 && has_up_[size_t(i)] && above > tl) ||
                               (api > 0 && has_lo_[size_t(i)] && below > tl))) {
@@ -1066,7 +1067,7 @@ Result Engine::run(TalvoFloat *x, TalvoFloat *ax, TalvoFloat *clamda)
                 if (!(api < 0 ? has_lo_[size_t(i)] : has_up_[size_t(i)]))
                     continue;
                 // (far bound - r + tol sign) / a'p
-                mpfr_sub(step_r, fb, resid_[i], MPFR_RNDN);
+                talvo::floatn::sub_rn(step_r, fb, resid_[i]);
                 add_ld(step_r, api < 0 ? -tl : tl);
                 mpfr_div(step_r, step_r, ap_[i], MPFR_RNDN);
                 cand.push_back(i);
@@ -1079,14 +1080,14 @@ Result Engine::run(TalvoFloat *x, TalvoFloat *ax, TalvoFloat *clamda)
             if (api < 0) {
                 if (has_up_[size_t(i)] && above > tl) {
                     // violated above, moving down: feasible at u
-                    mpfr_sub(step_r, resid_[i], bu_[i], MPFR_RNDN);
+                    talvo::floatn::sub_rn(step_r, resid_[i], bu_[i]);
                     add_ld(step_r, tl);
                     mpfr_div(step_r, step_r, ap_[i], MPFR_RNDN);
                     mpfr_neg(step_r, step_r, MPFR_RNDN);
                     blocks = true;
                 } else if (has_lo_[size_t(i)] && !(below > tl)) {
                     // (r - l + tol) / -a'p
-                    mpfr_sub(step_r, resid_[i], bl_[i], MPFR_RNDN);
+                    talvo::floatn::sub_rn(step_r, resid_[i], bl_[i]);
                     add_ld(step_r, tl);
                     mpfr_div(step_r, step_r, ap_[i], MPFR_RNDN);
                     mpfr_neg(step_r, step_r, MPFR_RNDN);
@@ -1095,12 +1096,12 @@ Result Engine::run(TalvoFloat *x, TalvoFloat *ax, TalvoFloat *clamda)
             } else {
                 if (has_lo_[size_t(i)] && below > tl) {
                     // violated below, moving up: feasible at l
-                    mpfr_sub(step_r, bl_[i], resid_[i], MPFR_RNDN);
+                    talvo::floatn::sub_rn(step_r, bl_[i], resid_[i]);
                     add_ld(step_r, tl);
                     mpfr_div(step_r, step_r, ap_[i], MPFR_RNDN);
                     blocks = true;
                 } else if (has_up_[size_t(i)] && !(above > tl)) {
-                    mpfr_sub(step_r, bu_[i], resid_[i], MPFR_RNDN);
+                    talvo::floatn::sub_rn(step_r, bu_[i], resid_[i]);
                     add_ld(step_r, tl);
                     mpfr_div(step_r, step_r, ap_[i], MPFR_RNDN);
                     blocks = true;
@@ -1121,9 +1122,9 @@ Result Engine::run(TalvoFloat *x, TalvoFloat *ax, TalvoFloat *clamda)
         Real best_piv = 0.0L;
         for (long i : cand) {
             const Real api = dbl(ap_[i]);
-            mpfr_sub(t1_, bl_[i], resid_[i], MPFR_RNDN);
+            talvo::floatn::sub_rn(t1_, bl_[i], resid_[i]);
             const Real below = dbl(t1_);
-            mpfr_sub(t1_, resid_[i], bu_[i], MPFR_RNDN);
+            talvo::floatn::sub_rn(t1_, resid_[i], bu_[i]);
             const Real above = dbl(t1_);
             const Real tl = tol_[size_t(i)];
             int k = 0;
@@ -1134,7 +1135,7 @@ Result Engine::run(TalvoFloat *x, TalvoFloat *ax, TalvoFloat *clamda)
             else
                 k = (has_lo_[size_t(i)] && below > tl) ? kLowerB : kUpperB;
             mpfr_srcptr bound = k == kLowerB ? static_cast<mpfr_srcptr>(bl_[i]) : static_cast<mpfr_srcptr>(bu_[i]);
-            mpfr_sub(step, bound, resid_[i], MPFR_RNDN);
+            talvo::floatn::sub_rn(step, bound, resid_[i]);
             mpfr_div(step, step, ap_[i], MPFR_RNDN);
             if (sgn(step) < 0)
                 mpfr_set_zero(step, 1);
@@ -1163,7 +1164,7 @@ Result Engine::run(TalvoFloat *x, TalvoFloat *ax, TalvoFloat *clamda)
             for (size_t k = 0; k < brk.size(); ++k) {
                 const long i = brk[k];
                 mpfr_srcptr bound = dbl(ap_[i]) < 0 ? static_cast<mpfr_srcptr>(bu_[i]) : static_cast<mpfr_srcptr>(bl_[i]);
-                mpfr_sub(bstep[long(k)], bound, resid_[i], MPFR_RNDN);
+                talvo::floatn::sub_rn(bstep[long(k)], bound, resid_[i]);
                 mpfr_div(bstep[long(k)], bstep[long(k)], ap_[i], MPFR_RNDN);
                 if (sgn(bstep[long(k)]) < 0)
                     mpfr_set_zero(bstep[long(k)], 1);
@@ -1184,7 +1185,7 @@ Result Engine::run(TalvoFloat *x, TalvoFloat *ax, TalvoFloat *clamda)
                     break;
                 chosen = k;
                 mpfr_abs(t1_, ap_[brk[size_t(k)]], MPFR_RNDN);
-                mpfr_add(slope, slope, t1_, MPFR_RNDN);
+                talvo::floatn::add_rn(slope, slope, t1_);
                 if (sgn(slope) >= 0)
                     break;
             }
@@ -1208,7 +1209,7 @@ Result Engine::run(TalvoFloat *x, TalvoFloat *ax, TalvoFloat *clamda)
         if (hit >= 0)
             mpfr_set(alpha, best, MPFR_RNDN);
         // Too long a step: unbounded.
-        mpfr_mul(t1_, alpha, pnorm, MPFR_RNDN);
+        talvo::floatn::mul_rn(t1_, alpha, pnorm);
         if (phase == 2 && hit >= 0 && !newton && !(from_mpfr(t1_) < bigbnd_)) {
             res.inform = 2;
             break;
@@ -1239,12 +1240,12 @@ Result Engine::run(TalvoFloat *x, TalvoFloat *ax, TalvoFloat *clamda)
         // The sum of infeasibilities.
         Num s(prec_);
         for (long i = 0; i < mt_; ++i) {
-            mpfr_sub(t1_, bl_[i], resid_[i], MPFR_RNDN);
+            talvo::floatn::sub_rn(t1_, bl_[i], resid_[i]);
             if (has_lo_[size_t(i)] && sgn(t1_) > 0)
-                mpfr_add(s, s, t1_, MPFR_RNDN);
-            mpfr_sub(t1_, resid_[i], bu_[i], MPFR_RNDN);
+                talvo::floatn::add_rn(s, s, t1_);
+            talvo::floatn::sub_rn(t1_, resid_[i], bu_[i]);
             if (has_up_[size_t(i)] && sgn(t1_) > 0)
-                mpfr_add(s, s, t1_, MPFR_RNDN);
+                talvo::floatn::add_rn(s, s, t1_);
         }
         res.obj = from_mpfr(s);
     } else {
@@ -1266,10 +1267,10 @@ Result Engine::run(TalvoFloat *x, TalvoFloat *ax, TalvoFloat *clamda)
         if (row >= 0) {
             s = kind_[size_t(row)];
         } else {
-            mpfr_sub(t1_, bl_[i], resid_[i], MPFR_RNDN);
+            talvo::floatn::sub_rn(t1_, bl_[i], resid_[i]);
             if (has_lo_[size_t(i)] && dbl(t1_) > tol_[size_t(i)])
                 s = -2;
-            mpfr_sub(t1_, resid_[i], bu_[i], MPFR_RNDN);
+            talvo::floatn::sub_rn(t1_, resid_[i], bu_[i]);
             if (has_up_[size_t(i)] && dbl(t1_) > tol_[size_t(i)])
                 s = -1;
         }

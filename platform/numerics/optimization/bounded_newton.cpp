@@ -19,6 +19,7 @@
 // It stops when a step is shorter than xtol (1 + |x|), or the projected
 // gradient is below eps (1 + |f|).
 #include "dense.hpp"
+#include "few_limbs.hpp"
 
 #include <algorithm>
 
@@ -191,7 +192,7 @@ void TalvoMP_e04kdf_(Integer *n_, TalvoMP_e04kdf_funct funct, TalvoMP_e04kdf_mon
         }
         for (long i = 0; i < m; ++i)
             for (long c = 0; c < i; ++c) {
-                mpfr_add(H(i, c), H(i, c), H(c, i), MPFR_RNDN);
+                talvo::floatn::add_rn(H(i, c), H(i, c), H(c, i));
                 mpfr_div_2ui(H(i, c), H(i, c), 1, MPFR_RNDN);
             }
         la::modified_cholesky(H, d, ediag);

@@ -20,6 +20,7 @@
 #include "../linalg/temp.hpp"
 #include "../talvo_mp_linalg.h"
 #include "../talvo_mp_regression.h"
+#include "few_limbs.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -85,12 +86,12 @@ public:
             for (Integer j : pr_.columns) {
                 mpfr_set(a_(i, k), pr_.x[i + j * pr_.ldx].mpfr(), MPFR_RNDN);
                 if (pr_.weighted)
-                    mpfr_mul(a_(i, k), a_(i, k), sqrtw_[i], MPFR_RNDN);
+                    talvo::floatn::mul_rn(a_(i, k), a_(i, k), sqrtw_[i]);
                 ++k;
             }
             mpfr_set(c_[i], pr_.y[i].mpfr(), MPFR_RNDN);
             if (pr_.weighted)
-                mpfr_mul(c_[i], c_[i], sqrtw_[i], MPFR_RNDN);
+                talvo::floatn::mul_rn(c_[i], c_[i], sqrtw_[i]);
         }
         talvo::linalg::qr_householder(a_, tau_);
         talvo::linalg::qr_apply_qt(a_, tau_, c_.data());
@@ -105,7 +106,7 @@ public:
             }
         converged_ = talvo::linalg::svd_jacobi(r_, s_, v_);
         rank_ = 0;
-        mpfr_mul(t, s_[0], pr_.tol.mpfr(), MPFR_RNDN);
+        talvo::floatn::mul_rn(t, s_[0], pr_.tol.mpfr());
         for (Integer k = 0; k < p_; ++k)
             if (mpfr_cmp(s_[k], t) > 0)
                 ++rank_;
@@ -147,8 +148,8 @@ public:
                     // sum_k rinv(i,k) rinv(j,k), k >= j
                     mpfr_set_zero(w, 1);
                     for (Integer k = j; k < p_; ++k) {
-                        mpfr_mul(t, rinv(i, k), rinv(j, k), MPFR_RNDN);
-                        mpfr_add(w, w, t, MPFR_RNDN);
+                        talvo::floatn::mul_rn(t, rinv(i, k), rinv(j, k));
+                        talvo::floatn::add_rn(w, w, t);
                     }
                     mpfr_set(inv_(i, j), w, MPFR_RNDN);
                     mpfr_set(inv_(j, i), w, MPFR_RNDN);
@@ -173,10 +174,10 @@ public:
                 for (Integer i = 0; i <= j; ++i) {
                     mpfr_set_zero(w, 1);
                     for (Integer k = 0; k < rank_; ++k) {
-                        mpfr_mul(t, v_(i, k), v_(j, k), MPFR_RNDN);
+                        talvo::floatn::mul_rn(t, v_(i, k), v_(j, k));
                         mpfr_div(t, t, s_[k], MPFR_RNDN);
                         mpfr_div(t, t, s_[k], MPFR_RNDN);
-                        mpfr_add(w, w, t, MPFR_RNDN);
+                        talvo::floatn::add_rn(w, w, t);
                     }
                     mpfr_set(inv_(i, j), w, MPFR_RNDN);
                     mpfr_set(inv_(j, i), w, MPFR_RNDN);
@@ -189,7 +190,7 @@ public:
                     talvo::linalg::dot(w, v_.col(k), z.data(), p_, t);
                     mpfr_div(w, w, s_[k], MPFR_RNDN);
                     mpfr_sqr(w, w, MPFR_RNDN);
-                    mpfr_add(h_[i], h_[i], w, MPFR_RNDN);
+                    talvo::floatn::add_rn(h_[i], h_[i], w);
                 }
             }
         }
@@ -224,11 +225,11 @@ public:
             mpfr_set_zero(s2, 1);
         for (Integer j = 0; j < p_; ++j) {
             b[j] = out(b_[j]);
-            mpfr_mul(t, inv_(j, j), s2, MPFR_RNDN);
+            talvo::floatn::mul_rn(t, inv_(j, j), s2);
             mpfr_sqrt(t, t, MPFR_RNDN);
             se[j] = out(t);
             for (Integer i = 0; i <= j; ++i) {
-                mpfr_mul(t, inv_(i, j), s2, MPFR_RNDN);
+                talvo::floatn::mul_rn(t, inv_(i, j), s2);
                 cov[j * (j + 1) / 2 + i] = out(t);
             }
         }
@@ -262,7 +263,7 @@ private:
         for (Integer j : pr_.columns) {
             mpfr_set(z[k], pr_.x[i + j * pr_.ldx].mpfr(), MPFR_RNDN);
             if (pr_.weighted)
-                mpfr_mul(z[k], z[k], sqrtw_[i], MPFR_RNDN);
+                talvo::floatn::mul_rn(z[k], z[k], sqrtw_[i]);
             ++k;
         }
     }
@@ -276,15 +277,15 @@ private:
             mpfr_set(res_[i], pr_.y[i].mpfr(), MPFR_RNDN);
             Integer k = 0;
             if (pr_.mean)
-                mpfr_sub(res_[i], res_[i], b_[k++], MPFR_RNDN);
+                talvo::floatn::sub_rn(res_[i], res_[i], b_[k++]);
             for (Integer j : pr_.columns) {
-                mpfr_mul(t, pr_.x[i + j * pr_.ldx].mpfr(), b_[k++], MPFR_RNDN);
-                mpfr_sub(res_[i], res_[i], t, MPFR_RNDN);
+                talvo::floatn::mul_rn(t, pr_.x[i + j * pr_.ldx].mpfr(), b_[k++]);
+                talvo::floatn::sub_rn(res_[i], res_[i], t);
             }
             mpfr_sqr(t, res_[i], MPFR_RNDN);
             if (pr_.weighted)
-                mpfr_mul(t, t, pr_.wt[i].mpfr(), MPFR_RNDN);
-            mpfr_add(rss_, rss_, t, MPFR_RNDN);
+                talvo::floatn::mul_rn(t, t, pr_.wt[i].mpfr());
+            talvo::floatn::add_rn(rss_, rss_, t);
         }
     }
 

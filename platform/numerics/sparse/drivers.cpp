@@ -7,6 +7,7 @@
 // Stopping test: ||r||_inf <= tol (||b||_inf + ||A||_inf ||x||_inf), with
 // ||A||_inf the largest absolute row sum of the entries.
 #include "common.hpp"
+#include "few_limbs.hpp"
 
 #include <string>
 
@@ -155,7 +156,7 @@ void black_box(const char *routine, const char *method, char precon, Integer n, 
         Vec<RealKind> rows(n, prec);
         for (long k = 0; k < mat.nnz(); ++k) {
             K::abs(e, mat.a[k], t);
-            mpfr_add(rows[mat.row[size_t(k)]], rows[mat.row[size_t(k)]], e, MPFR_RNDN);
+            talvo::floatn::add_rn(rows[mat.row[size_t(k)]], rows[mat.row[size_t(k)]], e);
         }
         norm(an, rows, 'I', t);
     }

@@ -27,6 +27,7 @@
 // replaced the same way.  The working copy keeps each row in an ordered
 // map and each column's rows in a set, so a step costs O(fill log n).
 #include "common.hpp"
+#include "few_limbs.hpp"
 
 #include <algorithm>
 #include <functional>
@@ -102,14 +103,14 @@ int eliminate(const Cs<K> &a, const IluOptions &o, const long *user_p, const lon
         rows[size_t(i)][j] = Entry{v, 0};
         colrows[size_t(j)].insert(i);
         K::abs(s, a.a[k], t);
-        mpfr_add(norm1[i], norm1[i], s, MPFR_RNDN);
+        talvo::floatn::add_rn(norm1[i], norm1[i], s);
         mpfr_sqr(s, s, MPFR_RNDN);
-        mpfr_add(thr[i], thr[i], s, MPFR_RNDN);
+        talvo::floatn::add_rn(thr[i], thr[i], s);
     }
     mpfr_set_d(s2, o.dtol, MPFR_RNDN);
     for (long i = 0; i < n; ++i) {
         mpfr_sqrt(thr[i], thr[i], MPFR_RNDN);
-        mpfr_mul(thr[i], thr[i], s2, MPFR_RNDN);
+        talvo::floatn::mul_rn(thr[i], thr[i], s2);
         if (mpfr_zero_p(norm1[i]))
             mpfr_set_ui(norm1[i], 1, MPFR_RNDN);
     }
@@ -193,7 +194,7 @@ int eliminate(const Cs<K> &a, const IluOptions &o, const long *user_p, const lon
         if (o.milu)
             K::add(pv[0], pv[0], rowdrop[p]);
         K::abs(s, pv[0], t);
-        mpfr_mul(s2, eps, norm1[p], MPFR_RNDN);
+        talvo::floatn::mul_rn(s2, eps, norm1[p]);
         const bool tiny = mpfr_cmp(s, s2) <= 0;
         const bool not_positive = o.hermitian && mpfr_cmp(pv[0], s2) <= 0;
         if (tiny || not_positive) {
@@ -362,11 +363,11 @@ int ilut(const Cs<K> &a, const IluOptions &o, bool after_row, IluFactor<K> &f, l
             if (colpos[size_t(j)] < i)
                 heap.push_back(colpos[size_t(j)]);
             K::abs(s, a.a[e], t);
-            mpfr_add(nrm1, nrm1, s, MPFR_RNDN);
+            talvo::floatn::add_rn(nrm1, nrm1, s);
             if (mpfr_cmp(s, thr) > 0)
                 mpfr_set(thr, s, MPFR_RNDN);
         }
-        mpfr_mul(thr, thr, dtol, MPFR_RNDN);
+        talvo::floatn::mul_rn(thr, thr, dtol);
         if (mpfr_zero_p(nrm1))
             mpfr_set_ui(nrm1, 1, MPFR_RNDN);
         std::make_heap(heap.begin(), heap.end(), std::greater<long>());
@@ -406,7 +407,7 @@ int ilut(const Cs<K> &a, const IluOptions &o, bool after_row, IluFactor<K> &f, l
                     big = j;
             if (big >= 0) {
                 K::abs(pbig, w[big], t);
-                mpfr_mul(pbig, pbig, pthr, MPFR_RNDN);
+                talvo::floatn::mul_rn(pbig, pbig, pthr);
                 if (pos[size_t(d)] >= 0)
                     K::abs(s, w[d], t);
                 else
@@ -426,7 +427,7 @@ int ilut(const Cs<K> &a, const IluOptions &o, bool after_row, IluFactor<K> &f, l
         if (pos[size_t(d)] >= 0)
             K::set(pool[pv], w[d]);
         K::abs(s, pool[pv], t);
-        mpfr_mul(l[0], eps, nrm1, MPFR_RNDN);
+        talvo::floatn::mul_rn(l[0], eps, nrm1);
         if (mpfr_cmp(s, l[0]) <= 0) {
             K::set_real(pool[pv], nrm1);
             ++npivm;
@@ -436,7 +437,7 @@ int ilut(const Cs<K> &a, const IluOptions &o, bool after_row, IluFactor<K> &f, l
         // the U part's threshold once the row is complete: dtol |pivot|
         if (after_row) {
             K::abs(uthr, pool[pv], t);
-            mpfr_mul(uthr, uthr, dtol, MPFR_RNDN);
+            talvo::floatn::mul_rn(uthr, uthr, dtol);
         } else {
             mpfr_set(uthr, thr, MPFR_RNDN);
         }
@@ -459,7 +460,7 @@ int ilut(const Cs<K> &a, const IluOptions &o, bool after_row, IluFactor<K> &f, l
                     kept = mpfr_cmp(s, uthr) >= 0;
                 } else if (after_row) { // |l u_kk|, the size of the entry the multiplier removed
                     K::abs(s2, pool[upiv[size_t(cp)]], t);
-                    mpfr_mul(s, s, s2, MPFR_RNDN);
+                    talvo::floatn::mul_rn(s, s, s2);
                     kept = mpfr_cmp(s, thr) >= 0;
                 } else {
                     kept = true; // tested when made

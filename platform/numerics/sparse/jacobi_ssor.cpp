@@ -6,6 +6,7 @@
 // one forward and one backward sweep over the rows; the transposed solve
 // runs the sweeps over the columns of the transposed factors.
 #include "common.hpp"
+#include "few_limbs.hpp"
 
 namespace talvo::sparse {
 
@@ -81,7 +82,7 @@ void ssor_solve(const Cs<K> &a, const Vec<K> &rdiag, mpfr_srcptr omega, char tra
     }
     // times w (2 - w)
     mpfr_ui_sub(f, 2, omega, MPFR_RNDN);
-    mpfr_mul(f, f, omega, MPFR_RNDN);
+    talvo::floatn::mul_rn(f, f, omega);
     for (long i = 0; i < n; ++i)
         K::scale(x[i], x[i], f);
 }

@@ -30,6 +30,7 @@
 // ||A|| is estimated when not given by Hager's 1-norm estimator (Hager
 // 1984, with Higham's 1988 safeguard), through products with A and A^H.
 #include "common.hpp"
+#include "few_limbs.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -131,12 +132,12 @@ void Krylov<K>::wnorm(mpfr_ptr out, const Vec<K> &v, char which)
     mpfr_set_zero(out, 1);
     for (long k = 0; k < v.size(); ++k) {
         K::abs(a, v[k], t_);
-        mpfr_mul(a, a, wgt_[k], MPFR_RNDN);
+        talvo::floatn::mul_rn(a, a, wgt_[k]);
         if (which == '2') {
             mpfr_sqr(a, a, MPFR_RNDN);
-            mpfr_add(out, out, a, MPFR_RNDN);
+            talvo::floatn::add_rn(out, out, a);
         } else if (which == '1') {
-            mpfr_add(out, out, a, MPFR_RNDN);
+            talvo::floatn::add_rn(out, out, a);
         } else if (mpfr_cmp(a, out) > 0) {
             mpfr_set(out, a, MPFR_RNDN);
         }
@@ -150,9 +151,9 @@ void Krylov<K>::threshold(const Vec<K> &x)
 {
     Real xn(prec_);
     wnorm(xn, x, s_.norm);
-    mpfr_mul(xn, xn, s_.iterm == 2 ? sigmax_ : anorm_, MPFR_RNDN);
-    mpfr_add(xn, xn, bnorm_, MPFR_RNDN);
-    mpfr_mul(stprhs_, xn, tol_, MPFR_RNDN);
+    talvo::floatn::mul_rn(xn, xn, s_.iterm == 2 ? sigmax_ : anorm_);
+    talvo::floatn::add_rn(xn, xn, bnorm_);
+    talvo::floatn::mul_rn(stprhs_, xn, tol_);
 }
 
 template <class K>
@@ -312,7 +313,7 @@ Request Krylov<K>::run()
             else if (s_.iterm == 1 && s_.norm == 'I')
                 mpfr_set(anorm_, S.re[13], MPFR_RNDN);
             else {
-                mpfr_mul(anorm_, S.re[12], S.re[13], MPFR_RNDN);
+                talvo::floatn::mul_rn(anorm_, S.re[12], S.re[13]);
                 mpfr_sqrt(anorm_, anorm_, MPFR_RNDN);
                 if (s_.iterm == 2)
                     mpfr_set(sigmax_, anorm_, MPFR_RNDN);
@@ -371,7 +372,7 @@ Request Krylov<K>::run()
                                 for (long k = 0; k < n; ++k) {
                                     K::mulsub(wv[k], h, vi[k], t);
                                     K::abs2(r3, wv[k], t);
-                                    mpfr_add(r2, r2, r3, MPFR_RNDN);
+                                    talvo::floatn::add_rn(r2, r2, r3);
                                 }
                             }
                         }
@@ -407,7 +408,7 @@ Request Krylov<K>::run()
                             K::abs(r3, a, t);
                             K::abs2(r4, a, t);
                             K::abs2(r2, b, t);
-                            mpfr_add(r4, r4, r2, MPFR_RNDN);
+                            talvo::floatn::add_rn(r4, r4, r2);
                             mpfr_sqrt(r4, r4, MPFR_RNDN); // the norm
                             mpfr_div(S.cs[j], r3, r4, MPFR_RNDN);
                             mpfr_ui_div(r2, 1, r3, MPFR_RNDN);
@@ -654,8 +655,8 @@ Request Krylov<K>::run()
                 mpfr_sqr(r3, S.re[6], MPFR_RNDN);
                 mpfr_add_ui(r3, r3, 1, MPFR_RNDN);
                 mpfr_rec_sqrt(r3, r3, MPFR_RNDN); // c
-                mpfr_mul(S.re[5], S.re[5], S.re[6], MPFR_RNDN);
-                mpfr_mul(S.re[5], S.re[5], r3, MPFR_RNDN); // tau
+                talvo::floatn::mul_rn(S.re[5], S.re[5], S.re[6]);
+                talvo::floatn::mul_rn(S.re[5], S.re[5], r3); // tau
                 mpfr_sqr(r3, r3, MPFR_RNDN);
                 K::scale(c0, alpha, r3); // eta
                 axpy(S.w[7], c0, S.w[6], t);
@@ -679,8 +680,8 @@ Request Krylov<K>::run()
                 ++itn_;
                 mpfr_set_si(r1, S.k + 1, MPFR_RNDN);
                 mpfr_sqrt(r1, r1, MPFR_RNDN);
-                mpfr_mul(r1, r1, S.re[5], MPFR_RNDN);
-                mpfr_mul(r1, r1, S.re[7], MPFR_RNDN);
+                talvo::floatn::mul_rn(r1, r1, S.re[5]);
+                talvo::floatn::mul_rn(r1, r1, S.re[7]);
                 mpfr_set(stplhs_, r1, MPFR_RNDN);
                 S.first = mpfr_cmp(r1, stprhs_) <= 0 || itn_ >= s_.maxitn ||
                           (s_.monit > 0 && itn_ % s_.monit == 0);
@@ -791,33 +792,33 @@ Request Krylov<K>::run()
                     if (S.k == 1) {
                         mpfr_set(gbar, S.re[8], MPFR_RNDN);
                     } else {
-                        mpfr_mul(eps, S.re[13], S.re[7], MPFR_RNDN);
-                        mpfr_mul(dbar, S.re[12], S.re[7], MPFR_RNDN);
+                        talvo::floatn::mul_rn(eps, S.re[13], S.re[7]);
+                        talvo::floatn::mul_rn(dbar, S.re[12], S.re[7]);
                         mpfr_neg(dbar, dbar, MPFR_RNDN);
-                        mpfr_mul(delta, S.re[10], dbar, MPFR_RNDN);
+                        talvo::floatn::mul_rn(delta, S.re[10], dbar);
                         mpfr_fma(delta, S.re[11], S.re[8], delta, MPFR_RNDN);
-                        mpfr_mul(gbar, S.re[11], dbar, MPFR_RNDN);
-                        mpfr_mul(rn, S.re[10], S.re[8], MPFR_RNDN);
-                        mpfr_sub(gbar, gbar, rn, MPFR_RNDN);
+                        talvo::floatn::mul_rn(gbar, S.re[11], dbar);
+                        talvo::floatn::mul_rn(rn, S.re[10], S.re[8]);
+                        talvo::floatn::sub_rn(gbar, gbar, rn);
                     }
                     if (S.k == 1)
                         mpfr_set(numer, S.re[5], MPFR_RNDN);
-                    mpfr_mul(rn, eps, S.re[15], MPFR_RNDN);
-                    mpfr_sub(numer, numer, rn, MPFR_RNDN);
-                    mpfr_mul(rn, delta, S.re[14], MPFR_RNDN);
-                    mpfr_sub(numer, numer, rn, MPFR_RNDN);
+                    talvo::floatn::mul_rn(rn, eps, S.re[15]);
+                    talvo::floatn::sub_rn(numer, numer, rn);
+                    talvo::floatn::mul_rn(rn, delta, S.re[14]);
+                    talvo::floatn::sub_rn(numer, numer, rn);
                     // the CG point x_C = xL + zbar wbar_k, its residual -(y_k)_k r2
                     if (!mpfr_zero_p(gbar)) {
                         mpfr_div(zbar, numer, gbar, MPFR_RNDN);
-                        mpfr_mul(ycoef, S.re[14], S.re[11], MPFR_RNDN);
-                        mpfr_mul(rn, zbar, S.re[10], MPFR_RNDN);
-                        mpfr_sub(ycoef, ycoef, rn, MPFR_RNDN);
+                        talvo::floatn::mul_rn(ycoef, S.re[14], S.re[11]);
+                        talvo::floatn::mul_rn(rn, zbar, S.re[10]);
+                        talvo::floatn::sub_rn(ycoef, ycoef, rn);
                         copy(S.w[7], S.w[6]);
                         K::set_real(c0, zbar);
                         axpy(S.w[7], c0, S.w[5], t);
                         wnorm(stplhs_, S.w[1], s_.norm);
                         mpfr_abs(ycoef, ycoef, MPFR_RNDN);
-                        mpfr_mul(stplhs_, stplhs_, ycoef, MPFR_RNDN);
+                        talvo::floatn::mul_rn(stplhs_, stplhs_, ycoef);
                         threshold(S.w[7]);
                         S.first = true; // a CG point exists
                         if (mpfr_cmp(stplhs_, stprhs_) <= 0 || mpfr_zero_p(S.re[6])) {

@@ -11,6 +11,7 @@
 #pragma once
 
 #include "../talvo_mp_linalg.h"
+#include "few_limbs.hpp"
 
 #include <mpfr.h>
 
@@ -35,31 +36,31 @@ struct RealKind {
     static void set_real(mpfr_ptr r, mpfr_srcptr v) { mpfr_set(r, v, MPFR_RNDN); }
     static bool is_zero(mpfr_srcptr a) { return mpfr_zero_p(a); }
     static bool is_finite(mpfr_srcptr a) { return mpfr_number_p(a); }
-    static void add(mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr b) { mpfr_add(r, a, b, MPFR_RNDN); }
-    static void sub(mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr b) { mpfr_sub(r, a, b, MPFR_RNDN); }
+    static void add(mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr b) { talvo::floatn::add_rn(r, a, b); }
+    static void sub(mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr b) { talvo::floatn::sub_rn(r, a, b); }
     static void neg(mpfr_ptr r, mpfr_srcptr a) { mpfr_neg(r, a, MPFR_RNDN); }
     static void conj(mpfr_ptr r, mpfr_srcptr a) { mpfr_set(r, a, MPFR_RNDN); }
-    static void mul(mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr b, Tmp &) { mpfr_mul(r, a, b, MPFR_RNDN); }
+    static void mul(mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr b, Tmp &) { talvo::floatn::mul_rn(r, a, b); }
     // r = conj(a) b
-    static void cmul(mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr b, Tmp &) { mpfr_mul(r, a, b, MPFR_RNDN); }
+    static void cmul(mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr b, Tmp &) { talvo::floatn::mul_rn(r, a, b); }
     static void div(mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr b, Tmp &) { mpfr_div(r, a, b, MPFR_RNDN); }
     static void inv(mpfr_ptr r, mpfr_srcptr a, Tmp &) { mpfr_ui_div(r, 1, a, MPFR_RNDN); }
     // y += a x and y -= a x (one product and one sum, each rounded)
     static void muladd(mpfr_ptr y, mpfr_srcptr a, mpfr_srcptr x, Tmp &t)
     {
-        mpfr_mul(t[0], a, x, MPFR_RNDN);
-        mpfr_add(y, y, t[0], MPFR_RNDN);
+        talvo::floatn::mul_rn(t[0], a, x);
+        talvo::floatn::add_rn(y, y, t[0]);
     }
     static void mulsub(mpfr_ptr y, mpfr_srcptr a, mpfr_srcptr x, Tmp &t)
     {
-        mpfr_mul(t[0], a, x, MPFR_RNDN);
-        mpfr_sub(y, y, t[0], MPFR_RNDN);
+        talvo::floatn::mul_rn(t[0], a, x);
+        talvo::floatn::sub_rn(y, y, t[0]);
     }
     // y += conj(a) x and y -= conj(a) x
     static void cmuladd(mpfr_ptr y, mpfr_srcptr a, mpfr_srcptr x, Tmp &t) { muladd(y, a, x, t); }
     static void cmulsub(mpfr_ptr y, mpfr_srcptr a, mpfr_srcptr x, Tmp &t) { mulsub(y, a, x, t); }
     // r = a s with s real
-    static void scale(mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr s) { mpfr_mul(r, a, s, MPFR_RNDN); }
+    static void scale(mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr s) { talvo::floatn::mul_rn(r, a, s); }
     static void abs(mpfr_ptr r, mpfr_srcptr a, Tmp &) { mpfr_abs(r, a, MPFR_RNDN); }
     static void abs2(mpfr_ptr r, mpfr_srcptr a, Tmp &) { mpfr_sqr(r, a, MPFR_RNDN); }
     static void real_part(mpfr_ptr r, mpfr_srcptr a) { mpfr_set(r, a, MPFR_RNDN); }
@@ -94,13 +95,13 @@ struct ComplexKind {
     static bool is_finite(mpfr_srcptr a) { return mpfr_number_p(a) && mpfr_number_p(a + 1); }
     static void add(mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr b)
     {
-        mpfr_add(r, a, b, MPFR_RNDN);
-        mpfr_add(r + 1, a + 1, b + 1, MPFR_RNDN);
+        talvo::floatn::add_rn(r, a, b);
+        talvo::floatn::add_rn(r + 1, a + 1, b + 1);
     }
     static void sub(mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr b)
     {
-        mpfr_sub(r, a, b, MPFR_RNDN);
-        mpfr_sub(r + 1, a + 1, b + 1, MPFR_RNDN);
+        talvo::floatn::sub_rn(r, a, b);
+        talvo::floatn::sub_rn(r + 1, a + 1, b + 1);
     }
     static void neg(mpfr_ptr r, mpfr_srcptr a)
     {
@@ -115,32 +116,32 @@ struct ComplexKind {
     // (a + bi)(c + di); r may alias a or b
     static void mul(mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr b, Tmp &t)
     {
-        mpfr_mul(t[0], a, b, MPFR_RNDN);
-        mpfr_mul(t[1], a + 1, b + 1, MPFR_RNDN);
-        mpfr_mul(t[2], a, b + 1, MPFR_RNDN);
-        mpfr_mul(t[3], a + 1, b, MPFR_RNDN);
-        mpfr_sub(r, t[0], t[1], MPFR_RNDN);
-        mpfr_add(r + 1, t[2], t[3], MPFR_RNDN);
+        talvo::floatn::mul_rn(t[0], a, b);
+        talvo::floatn::mul_rn(t[1], a + 1, b + 1);
+        talvo::floatn::mul_rn(t[2], a, b + 1);
+        talvo::floatn::mul_rn(t[3], a + 1, b);
+        talvo::floatn::sub_rn(r, t[0], t[1]);
+        talvo::floatn::add_rn(r + 1, t[2], t[3]);
     }
     static void cmul(mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr b, Tmp &t)
     {
-        mpfr_mul(t[0], a, b, MPFR_RNDN);
-        mpfr_mul(t[1], a + 1, b + 1, MPFR_RNDN);
-        mpfr_mul(t[2], a, b + 1, MPFR_RNDN);
-        mpfr_mul(t[3], a + 1, b, MPFR_RNDN);
-        mpfr_add(r, t[0], t[1], MPFR_RNDN);
-        mpfr_sub(r + 1, t[2], t[3], MPFR_RNDN);
+        talvo::floatn::mul_rn(t[0], a, b);
+        talvo::floatn::mul_rn(t[1], a + 1, b + 1);
+        talvo::floatn::mul_rn(t[2], a, b + 1);
+        talvo::floatn::mul_rn(t[3], a + 1, b);
+        talvo::floatn::add_rn(r, t[0], t[1]);
+        talvo::floatn::sub_rn(r + 1, t[2], t[3]);
     }
     // a / b = a conj(b) / |b|^2
     static void div(mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr b, Tmp &t)
     {
         mpfr_sqr(t[0], b, MPFR_RNDN);
         mpfr_fma(t[0], b + 1, b + 1, t[0], MPFR_RNDN); // |b|^2
-        mpfr_mul(t[1], a, b, MPFR_RNDN);
+        talvo::floatn::mul_rn(t[1], a, b);
         mpfr_fma(t[1], a + 1, b + 1, t[1], MPFR_RNDN); // Re(a conj b)
-        mpfr_mul(t[2], a + 1, b, MPFR_RNDN);
-        mpfr_mul(t[3], a, b + 1, MPFR_RNDN);
-        mpfr_sub(t[2], t[2], t[3], MPFR_RNDN); // Im(a conj b)
+        talvo::floatn::mul_rn(t[2], a + 1, b);
+        talvo::floatn::mul_rn(t[3], a, b + 1);
+        talvo::floatn::sub_rn(t[2], t[2], t[3]); // Im(a conj b)
         mpfr_div(r, t[1], t[0], MPFR_RNDN);
         mpfr_div(r + 1, t[2], t[0], MPFR_RNDN);
     }
@@ -155,47 +156,47 @@ struct ComplexKind {
     // (t[0], t[2]) = a x, or conj(a) x when conjugate is set.
     static void product(mpfr_srcptr a, mpfr_srcptr x, Tmp &t, bool conjugate)
     {
-        mpfr_mul(t[0], a, x, MPFR_RNDN);
-        mpfr_mul(t[1], a + 1, x + 1, MPFR_RNDN);
-        mpfr_mul(t[2], a, x + 1, MPFR_RNDN);
-        mpfr_mul(t[3], a + 1, x, MPFR_RNDN);
+        talvo::floatn::mul_rn(t[0], a, x);
+        talvo::floatn::mul_rn(t[1], a + 1, x + 1);
+        talvo::floatn::mul_rn(t[2], a, x + 1);
+        talvo::floatn::mul_rn(t[3], a + 1, x);
         if (conjugate) {
-            mpfr_add(t[0], t[0], t[1], MPFR_RNDN);
-            mpfr_sub(t[2], t[2], t[3], MPFR_RNDN);
+            talvo::floatn::add_rn(t[0], t[0], t[1]);
+            talvo::floatn::sub_rn(t[2], t[2], t[3]);
         } else {
-            mpfr_sub(t[0], t[0], t[1], MPFR_RNDN);
-            mpfr_add(t[2], t[2], t[3], MPFR_RNDN);
+            talvo::floatn::sub_rn(t[0], t[0], t[1]);
+            talvo::floatn::add_rn(t[2], t[2], t[3]);
         }
     }
     static void muladd(mpfr_ptr y, mpfr_srcptr a, mpfr_srcptr x, Tmp &t)
     {
         product(a, x, t, false);
-        mpfr_add(y, y, t[0], MPFR_RNDN);
-        mpfr_add(y + 1, y + 1, t[2], MPFR_RNDN);
+        talvo::floatn::add_rn(y, y, t[0]);
+        talvo::floatn::add_rn(y + 1, y + 1, t[2]);
     }
     static void mulsub(mpfr_ptr y, mpfr_srcptr a, mpfr_srcptr x, Tmp &t)
     {
         product(a, x, t, false);
-        mpfr_sub(y, y, t[0], MPFR_RNDN);
-        mpfr_sub(y + 1, y + 1, t[2], MPFR_RNDN);
+        talvo::floatn::sub_rn(y, y, t[0]);
+        talvo::floatn::sub_rn(y + 1, y + 1, t[2]);
     }
     // y += conj(a) x
     static void cmuladd(mpfr_ptr y, mpfr_srcptr a, mpfr_srcptr x, Tmp &t)
     {
         product(a, x, t, true);
-        mpfr_add(y, y, t[0], MPFR_RNDN);
-        mpfr_add(y + 1, y + 1, t[2], MPFR_RNDN);
+        talvo::floatn::add_rn(y, y, t[0]);
+        talvo::floatn::add_rn(y + 1, y + 1, t[2]);
     }
     static void cmulsub(mpfr_ptr y, mpfr_srcptr a, mpfr_srcptr x, Tmp &t)
     {
         product(a, x, t, true);
-        mpfr_sub(y, y, t[0], MPFR_RNDN);
-        mpfr_sub(y + 1, y + 1, t[2], MPFR_RNDN);
+        talvo::floatn::sub_rn(y, y, t[0]);
+        talvo::floatn::sub_rn(y + 1, y + 1, t[2]);
     }
     static void scale(mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr s)
     {
-        mpfr_mul(r, a, s, MPFR_RNDN);
-        mpfr_mul(r + 1, a + 1, s, MPFR_RNDN);
+        talvo::floatn::mul_rn(r, a, s);
+        talvo::floatn::mul_rn(r + 1, a + 1, s);
     }
     static void abs(mpfr_ptr r, mpfr_srcptr a, Tmp &) { mpfr_hypot(r, a, a + 1, MPFR_RNDN); }
     static void abs2(mpfr_ptr r, mpfr_srcptr a, Tmp &)
@@ -308,11 +309,11 @@ void norm(mpfr_ptr r, const Vec<K> &x, char which, Tmp &t)
     for (long k = 0; k < x.size(); ++k) {
         if (which == '2') {
             K::abs2(a, x[k], t);
-            mpfr_add(r, r, a, MPFR_RNDN);
+            talvo::floatn::add_rn(r, r, a);
         } else {
             K::abs(a, x[k], t);
             if (which == '1')
-                mpfr_add(r, r, a, MPFR_RNDN);
+                talvo::floatn::add_rn(r, r, a);
             else if (mpfr_cmp(a, r) > 0)
                 mpfr_set(r, a, MPFR_RNDN);
         }
