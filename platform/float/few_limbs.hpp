@@ -13,11 +13,10 @@
 // the result's precision p, with 64 (N - 1) < p < 64 N: mpfr_add, mpfr_sub
 // and mpfr_mul's numbers in MPFR_RNDN, bit for bit
 // (tests/float/float_few_limbs_test.cpp compares them on millions of
-// operands).  A zero operand is answered (the sum is the other operand
-// rounded, the product a signed zero).  Declined, for MPFR to handle: an
-// operand that is infinite or NaN or has more than N limbs; a precision of
-// exactly 64 N bits; a result exponent outside [-2^29, 2^29].  As on the
-// one-limb path, MPFR's global flags are not raised.
+// operands).  Declined, for MPFR to handle: an operand that is zero,
+// infinite or NaN or has more than N limbs; a precision of exactly 64 N
+// bits; a result exponent outside [-2^29, 2^29].  As on the one-limb path,
+// MPFR's global flags are not raised.
 //
 // Limbs are kept as MPFR keeps them, least significant first: an operand of
 // k <= N limbs is placed in the top k limbs of N, the rest zero.
@@ -108,18 +107,8 @@ template <int W, int N>
 template <int N> [[gnu::always_inline]] inline bool mul(mpfr_srcptr a, mpfr_srcptr b, mpfr_prec_t p, Result<N> &r)
 {
     uint64_t ma[N], mb[N];
-    if (!load(a, ma) || !load(b, mb)) {
-        // 0 times a finite number: a zero, its sign the product of the signs.
-        if (!(mpfr_zero_p(a) || mpfr_zero_p(b)) || !mpfr_number_p(a) || !mpfr_number_p(b))
-            return false;
-        r.zero = true;
-        r.sign = a->_mpfr_sign * b->_mpfr_sign;
-        r.exp = 0;
-#pragma GCC unroll 8
-        for (int i = 0; i < N; ++i)
-            r.limb[i] = 0;
-        return true;
-    }
+    if (!load(a, ma) || !load(b, mb))
+        return false;
     // Schoolbook product, exact in 2N limbs.
     uint64_t P[2 * N] = {};
 #pragma GCC unroll 8
@@ -142,35 +131,6 @@ template <int N> [[gnu::always_inline]] inline bool mul(mpfr_srcptr a, mpfr_srcp
         --e;
     }
     return round_to(P, false, e, a->_mpfr_sign * b->_mpfr_sign, p, r);
-}
-
-// a + b or a - b when an operand is zero and the other zero or of at most N
-// limbs: the other operand rounded to p bits, or a zero of the common sign
-// (+0 when the signs differ, as rounding to nearest gives).  False
-// otherwise.
-template <int N>
-inline bool add_with_zero(mpfr_srcptr a, mpfr_srcptr b, bool negate_b, mpfr_prec_t p, Result<N> &r)
-{
-    const bool za = mpfr_zero_p(a), zb = mpfr_zero_p(b);
-    const int sa = a->_mpfr_sign, sb = negate_b ? -b->_mpfr_sign : b->_mpfr_sign;
-    if (za && zb) {
-        for (int i = 0; i < N; ++i)
-            r.limb[i] = 0;
-        r.zero = true;
-        r.sign = sa == sb ? sa : 1;
-        r.exp = 0;
-        return true;
-    }
-    if (za == zb)
-        return false; // neither is zero
-    const mpfr_srcptr x = za ? b : a;
-    uint64_t m[N], frame[N + 1];
-    if (!load(x, m))
-        return false;
-    frame[0] = 0;
-    for (int i = 0; i < N; ++i)
-        frame[i + 1] = m[i];
-    return round_to(frame, false, x->_mpfr_exp, za ? sb : sa, p, r);
 }
 
 // The limb arrays below are only ever indexed by constants (loops are
@@ -218,7 +178,7 @@ template <int N>
     static_assert(W <= 8, "limb shifts come in stages of 1, 2 and 4");
     uint64_t ma[N], mb[N];
     if (!load(a, ma) || !load(b, mb))
-        return add_with_zero<N>(a, b, negate_b, p, r);
+        return false;
     mpfr_exp_t ea = a->_mpfr_exp, eb = b->_mpfr_exp;
     int sa = a->_mpfr_sign, sb = negate_b ? -b->_mpfr_sign : b->_mpfr_sign;
     // |a| >= |b| from here on: compare exponents, then limbs from the top.

@@ -12,8 +12,7 @@
 // for bit (tests/float/float_one_limb_test.cpp compares them on millions of
 // operands).  Whatever the fast path does not cover it declines, and the
 // caller asks MPFR:
-//   * an operand that is infinite or NaN (a zero is answered: the sum is the
-//     other operand rounded, the product a signed zero);
+//   * an operand that is zero, infinite or NaN;
 //   * an operand of more than 64 bits, or a result of 64 bits or more;
 //   * a result whose exponent lies outside [-2^29, 2^29], far inside MPFR's
 //     default exponent range of +-(2^30 - 1), so that overflow and underflow
@@ -75,28 +74,11 @@ inline bool covered(mpfr_srcptr x) { return mpfr_regular_p(x) && x->_mpfr_prec <
     return true;
 }
 
-// a + b or a - b when an operand is zero and the other zero or covered: the
-// other operand rounded to p bits, or a zero of the common sign (+0 when the
-// signs differ, as rounding to nearest gives).  False otherwise.
-inline bool add_with_zero(mpfr_srcptr a, mpfr_srcptr b, bool negate_b, mpfr_prec_t p, Result &r)
-{
-    const bool za = mpfr_zero_p(a), zb = mpfr_zero_p(b);
-    if (!((za && (zb || covered(b))) || (zb && covered(a))))
-        return false;
-    const int sa = a->_mpfr_sign, sb = negate_b ? -b->_mpfr_sign : b->_mpfr_sign;
-    if (za && zb) {
-        r = Result{0, 0, sa == sb ? sa : 1, true};
-        return true;
-    }
-    const mpfr_srcptr x = za ? b : a;
-    return round_to(u128(x->_mpfr_d[0]) << 64, false, x->_mpfr_exp, za ? sb : sa, p, r);
-}
-
 // a + b (negate_b false) or a - b (true), rounded to p < 64 bits.
 [[gnu::always_inline]] inline bool add(mpfr_srcptr a, mpfr_srcptr b, bool negate_b, mpfr_prec_t p, Result &r)
 {
     if (!covered(a) || !covered(b))
-        return add_with_zero(a, b, negate_b, p, r);
+        return false;
     uint64_t ma = a->_mpfr_d[0], mb = b->_mpfr_d[0];
     mpfr_exp_t ea = a->_mpfr_exp, eb = b->_mpfr_exp;
     int sa = a->_mpfr_sign, sb = negate_b ? -b->_mpfr_sign : b->_mpfr_sign;
@@ -186,13 +168,8 @@ struct DoubleParts {
 // a b rounded to p < 64 bits.
 [[gnu::always_inline]] inline bool mul(mpfr_srcptr a, mpfr_srcptr b, mpfr_prec_t p, Result &r)
 {
-    if (!covered(a) || !covered(b)) {
-        // 0 times a finite number: a zero, its sign the product of the signs.
-        if (!(mpfr_zero_p(a) || mpfr_zero_p(b)) || !mpfr_number_p(a) || !mpfr_number_p(b))
-            return false;
-        r = Result{0, 0, a->_mpfr_sign * b->_mpfr_sign, true};
-        return true;
-    }
+    if (!covered(a) || !covered(b))
+        return false;
     u128 P = u128(a->_mpfr_d[0]) * b->_mpfr_d[0];
     mpfr_exp_t e = a->_mpfr_exp + b->_mpfr_exp;
     if ((P >> 127) == 0) { // both significands in [2^63, 2^64): P >= 2^126

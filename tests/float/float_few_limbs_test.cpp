@@ -86,8 +86,7 @@ template <int N> bool Check(Op op, mpfr_srcptr a, mpfr_srcptr b, mpfr_prec_t p)
     if (!fast)
         return false;
     if (r.zero) {
-        EXPECT_TRUE(mpfr_zero_p(want.v)) << Describe(op, p, a, b, want.v);
-        EXPECT_EQ(r.sign < 0, mpfr_signbit(want.v) != 0) << Describe(op, p, a, b, want.v);
+        EXPECT_TRUE(mpfr_zero_p(want.v) && !mpfr_signbit(want.v)) << Describe(op, p, a, b, want.v);
         return true;
     }
     EXPECT_TRUE(mpfr_regular_p(want.v)) << Describe(op, p, a, b, want.v);
@@ -274,38 +273,6 @@ TEST(FloatFewLimbs, CarriesIntoANewBinadeAndCancellation)
     Carries<4>();
 }
 
-// Zero operands: the sum is the other operand rounded to p bits (operands
-// of up to N limbs, so rounding happens), zeros of every sign combination
-// follow rounding to nearest, and 0 times a finite number is a zero signed by
-// the product of the signs.
-template <int N> void Zeros(uint64_t seed)
-{
-    std::mt19937_64 rng(seed);
-    Ref pz(64 * N), nz(53);
-    mpfr_set_zero(pz.v, 1);
-    mpfr_set_zero(nz.v, -1);
-    for (int i = 0; i < 5000; ++i) {
-        const mpfr_prec_t px = 1 + mpfr_prec_t(rng() % (64 * N)), p = 64 * (N - 1) + 1 + mpfr_prec_t(rng() % 63);
-        Operand x(px, rng, mpfr_exp_t(rng() % 2001) - 1000, (rng() & 1) ? 1 : -1);
-        for (mpfr_srcptr z : {pz.v, nz.v})
-            for (Op op : {Op::Add, Op::Sub, Op::Mul}) {
-                ASSERT_TRUE(Check<N>(op, x.v, z, p));
-                ASSERT_TRUE(Check<N>(op, z, x.v, p));
-            }
-    }
-    for (mpfr_srcptr a : {pz.v, nz.v})
-        for (mpfr_srcptr b : {pz.v, nz.v})
-            for (Op op : {Op::Add, Op::Sub, Op::Mul})
-                ASSERT_TRUE(Check<N>(op, a, b, 64 * N - 5));
-}
-
-TEST(FloatFewLimbs, ZeroOperandsGiveMpfrsResults)
-{
-    Zeros<2>(2);
-    Zeros<3>(3);
-    Zeros<4>(4);
-}
-
 TEST(FloatFewLimbs, DeclinesWhatMpfrMustHandle)
 {
     std::mt19937_64 rng(1);
@@ -316,19 +283,11 @@ TEST(FloatFewLimbs, DeclinesWhatMpfrMustHandle)
     mpfr_set_inf(inf.v, -1);
     mpfr_set_nan(nan.v);
     mpfr_set_ui(wide.v, 3, MPFR_RNDN);
-    for (mpfr_srcptr other : {inf.v, nan.v, wide.v}) {
+    for (mpfr_srcptr other : {zero.v, inf.v, nan.v, wide.v}) {
         EXPECT_FALSE(talvo::floatn::add<3>(x.v, other, false, 150, r));
         EXPECT_FALSE(talvo::floatn::add<3>(other, x.v, true, 150, r));
         EXPECT_FALSE(talvo::floatn::mul<3>(other, x.v, 150, r));
     }
-    // A zero beside infinity, NaN or (in a sum) a wider number is MPFR's too.
-    for (mpfr_srcptr other : {inf.v, nan.v, wide.v}) {
-        EXPECT_FALSE(talvo::floatn::add<3>(zero.v, other, false, 150, r));
-        EXPECT_FALSE(talvo::floatn::add<3>(other, zero.v, true, 150, r));
-    }
-    EXPECT_FALSE(talvo::floatn::mul<3>(zero.v, inf.v, 150, r));
-    EXPECT_FALSE(talvo::floatn::mul<3>(nan.v, zero.v, 150, r));
-    EXPECT_TRUE(talvo::floatn::mul<3>(zero.v, wide.v, 150, r) && r.zero); // 0 times any finite number
     // Results beyond +-2^29 in the exponent are left to MPFR's range checks.
     const mpfr_exp_t edge = talvo::floatn::kSafeExp;
     Operand big(150, {0}, edge, 1), small(150, {0}, -edge, 1), half(1, {0}, 0, 1), two(2, {0}, 2, 1);

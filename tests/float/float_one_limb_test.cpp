@@ -62,8 +62,7 @@ bool Check(Op op, mpfr_srcptr a, mpfr_srcptr b, mpfr_prec_t p)
         return std::string(text);
     };
     if (r.zero) {
-        EXPECT_TRUE(mpfr_zero_p(want.v)) << describe();
-        EXPECT_EQ(r.sign < 0, mpfr_signbit(want.v) != 0) << describe();
+        EXPECT_TRUE(mpfr_zero_p(want.v) && !mpfr_signbit(want.v)) << describe();
         return !::testing::Test::HasFailure();
     }
     EXPECT_TRUE(mpfr_regular_p(want.v)) << describe();
@@ -160,50 +159,6 @@ TEST(FloatOneLimb, CarriesIntoANewBinadeAndExactCancellation)
     }
 }
 
-// Zero operands: the sum is the other operand rounded to p bits (of any
-// precision up to 64, so rounding happens), the difference the same with its
-// sign, zeros of every sign combination follow rounding to nearest (+0 when
-// the signs differ), and 0 times any finite number is a zero signed by the
-// product of the signs, wide operands included.
-TEST(FloatOneLimb, ZeroOperandsGiveMpfrsResults)
-{
-    std::mt19937_64 rng(17);
-    Ref pz(64), nz(64), wide(200);
-    mpfr_set_zero(pz.v, 1);
-    mpfr_set_zero(nz.v, -1);
-    mpfr_set_ui(wide.v, 3, MPFR_RNDN);
-    mpfr_div_ui(wide.v, wide.v, 7, MPFR_RNDN);
-    for (int i = 0; i < 20000; ++i) {
-        const mpfr_prec_t px = 1 + mpfr_prec_t(rng() % 64), p = 1 + mpfr_prec_t(rng() % 63);
-        Operand x(px, rng(), mpfr_exp_t(rng() % 2001) - 1000, (rng() & 1) ? 1 : -1);
-        for (mpfr_srcptr z : {pz.v, nz.v}) {
-            for (Op op : {Op::Add, Op::Sub, Op::Mul}) {
-                ASSERT_TRUE(Check(op, x.v, z, p));
-                ASSERT_TRUE(Check(op, z, x.v, p));
-            }
-        }
-    }
-    for (mpfr_srcptr a : {pz.v, nz.v})
-        for (mpfr_srcptr b : {pz.v, nz.v, wide.v})
-            for (Op op : {Op::Add, Op::Sub, Op::Mul}) {
-                if (b == wide.v && op != Op::Mul)
-                    continue; // a sum with a wide operand is MPFR's
-                Result r{};
-                const bool fast =
-                    op == Op::Mul ? talvo::float1::mul(a, b, 40, r) : talvo::float1::add(a, b, op == Op::Sub, 40, r);
-                ASSERT_TRUE(fast);
-                Ref want(40);
-                if (op == Op::Add)
-                    mpfr_add(want.v, a, b, MPFR_RNDN);
-                else if (op == Op::Sub)
-                    mpfr_sub(want.v, a, b, MPFR_RNDN);
-                else
-                    mpfr_mul(want.v, a, b, MPFR_RNDN);
-                ASSERT_TRUE(r.zero && mpfr_zero_p(want.v));
-                ASSERT_EQ(r.sign < 0, mpfr_signbit(want.v) != 0) << int(op);
-            }
-}
-
 TEST(FloatOneLimb, DeclinesWhatMpfrMustHandle)
 {
     Result r{};
@@ -213,16 +168,10 @@ TEST(FloatOneLimb, DeclinesWhatMpfrMustHandle)
     mpfr_set_inf(inf.v, -1);
     mpfr_set_nan(nan.v);
     mpfr_set_ui(wide.v, 3, MPFR_RNDN);
-    for (mpfr_srcptr other : {inf.v, nan.v, wide.v}) {
+    for (mpfr_srcptr other : {zero.v, inf.v, nan.v, wide.v}) {
         EXPECT_FALSE(talvo::float1::add(x.v, other, false, 53, r));
         EXPECT_FALSE(talvo::float1::add(other, x.v, true, 53, r));
         EXPECT_FALSE(talvo::float1::mul(other, x.v, 53, r));
-    }
-    // A zero beside infinity or NaN is MPFR's too (0 times infinity is NaN).
-    for (mpfr_srcptr other : {inf.v, nan.v}) {
-        EXPECT_FALSE(talvo::float1::add(zero.v, other, false, 53, r));
-        EXPECT_FALSE(talvo::float1::mul(zero.v, other, 53, r));
-        EXPECT_FALSE(talvo::float1::mul(other, zero.v, 53, r));
     }
     // Results beyond +-2^29 in the exponent are left to MPFR's range checks.
     const mpfr_exp_t edge = talvo::float1::kSafeExp;
