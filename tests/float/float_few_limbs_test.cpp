@@ -19,46 +19,6 @@
 
 namespace {
 
-// A regular MPFR number of precision prec with random significand bits (the
-// top one forced to 1, those beyond prec cleared), or with the given limbs.
-struct Operand {
-    mpfr_t v;
-    Operand(mpfr_prec_t prec, std::mt19937_64 &rng, mpfr_exp_t exp, int sign)
-    {
-        mpfr_init2(v, prec);
-        const int k = int((prec + 63) / 64);
-        for (int i = 0; i < k; ++i)
-            v->_mpfr_d[i] = rng();
-        finish(prec, exp, sign);
-    }
-    // From the top limb down; limbs not given are zero.
-    Operand(mpfr_prec_t prec, std::initializer_list<uint64_t> top_down, mpfr_exp_t exp, int sign)
-    {
-        mpfr_init2(v, prec);
-        const int k = int((prec + 63) / 64);
-        for (int i = 0; i < k; ++i)
-            v->_mpfr_d[i] = 0;
-        int i = k - 1;
-        for (uint64_t limb : top_down)
-            if (i >= 0)
-                v->_mpfr_d[i--] = limb;
-        finish(prec, exp, sign);
-    }
-    void finish(mpfr_prec_t prec, mpfr_exp_t exp, int sign)
-    {
-        const int k = int((prec + 63) / 64);
-        const int unused = int(64 * k - prec);
-        if (unused > 0)
-            v->_mpfr_d[0] &= ~((uint64_t(1) << unused) - 1);
-        v->_mpfr_d[k - 1] |= uint64_t(1) << 63;
-        v->_mpfr_exp = exp;
-        v->_mpfr_sign = sign;
-    }
-    ~Operand() { mpfr_clear(v); }
-    Operand(const Operand &) = delete;
-    Operand &operator=(const Operand &) = delete;
-};
-
 enum class Op { Add, Sub, Mul };
 
 std::string Describe(Op op, mpfr_prec_t p, mpfr_srcptr a, mpfr_srcptr b, mpfr_srcptr want)

@@ -21,23 +21,6 @@ namespace {
 
 using talvo::float1::Result;
 
-// A regular MPFR number of precision prec (1..64) with the given significand
-// bits (the top prec bits of limb are used, the top one forced to 1).
-struct Operand {
-    mpfr_t v;
-    Operand(mpfr_prec_t prec, uint64_t limb, mpfr_exp_t exp, int sign)
-    {
-        mpfr_init2(v, prec);
-        const uint64_t keep = prec == 64 ? ~uint64_t(0) : ~((uint64_t(1) << (64 - prec)) - 1);
-        v->_mpfr_d[0] = (limb | (uint64_t(1) << 63)) & keep;
-        v->_mpfr_exp = exp;
-        v->_mpfr_sign = sign;
-    }
-    ~Operand() { mpfr_clear(v); }
-    Operand(const Operand &) = delete;
-    Operand &operator=(const Operand &) = delete;
-};
-
 enum class Op { Add, Sub, Mul };
 
 // Runs the fast path and MPFR on one pair; fails the test on any difference
