@@ -298,17 +298,13 @@ template <int N>
     return true;
 }
 
-inline TalvoFloat add_or_sub(const TalvoFloat &a, const TalvoFloat &b, bool subtract)
+// Past one limb: the few-limb paths, then MPFR.  Kept out of line so that
+// the one-limb path of the callers below stays as short as it was alone.
+[[gnu::noinline]] TalvoFloat add_or_sub_wide(const Shape &s, const TalvoFloat &a, const TalvoFloat &b,
+                                             bool subtract)
 {
-    const Shape &s = current_shape();
     ALGEB out = nullptr;
     switch (s.inline_limbs) {
-    case 1: {
-        talvo::float1::Result r;
-        if (talvo::float1::add(val(a), val(b), subtract, s.prec, r))
-            return store(s, r);
-        break;
-    }
     case 2: if (add_n<2>(s, val(a), val(b), subtract, out)) return wrap(out); break;
     case 3: if (add_n<3>(s, val(a), val(b), subtract, out)) return wrap(out); break;
     case 4: if (add_n<4>(s, val(a), val(b), subtract, out)) return wrap(out); break;
@@ -322,17 +318,10 @@ inline TalvoFloat add_or_sub(const TalvoFloat &a, const TalvoFloat &b, bool subt
     return wrap(as_handle(o));
 }
 
-inline TalvoFloat multiply(const TalvoFloat &a, const TalvoFloat &b)
+[[gnu::noinline]] TalvoFloat multiply_wide(const Shape &s, const TalvoFloat &a, const TalvoFloat &b)
 {
-    const Shape &s = current_shape();
     ALGEB out = nullptr;
     switch (s.inline_limbs) {
-    case 1: {
-        talvo::float1::Result r;
-        if (talvo::float1::mul(val(a), val(b), s.prec, r))
-            return store(s, r);
-        break;
-    }
     case 2: if (mul_n<2>(s, val(a), val(b), out)) return wrap(out); break;
     case 3: if (mul_n<3>(s, val(a), val(b), out)) return wrap(out); break;
     case 4: if (mul_n<4>(s, val(a), val(b), out)) return wrap(out); break;
@@ -341,6 +330,24 @@ inline TalvoFloat multiply(const TalvoFloat &a, const TalvoFloat &b)
     TalvoFloatObject *o = allocate(s);
     mpfr_mul(&o->value, val(a), val(b), MPFR_RNDN);
     return wrap(as_handle(o));
+}
+
+inline TalvoFloat add_or_sub(const TalvoFloat &a, const TalvoFloat &b, bool subtract)
+{
+    const Shape &s = current_shape();
+    talvo::float1::Result r;
+    if (s.inline_limbs == 1 && talvo::float1::add(val(a), val(b), subtract, s.prec, r))
+        return store(s, r);
+    return add_or_sub_wide(s, a, b, subtract);
+}
+
+inline TalvoFloat multiply(const TalvoFloat &a, const TalvoFloat &b)
+{
+    const Shape &s = current_shape();
+    talvo::float1::Result r;
+    if (s.inline_limbs == 1 && talvo::float1::mul(val(a), val(b), s.prec, r))
+        return store(s, r);
+    return multiply_wide(s, a, b);
 }
 
 // A new object of exactly one limb holding a value that is exact at any
