@@ -1,22 +1,23 @@
 // few_limbs.hpp -- correctly rounded sum, difference and product of floats
-// of two to four 64-bit limbs (results of 65 to 255 bits: Digits 18 to 75),
+// of two to four 64-bit limbs (results of 65 to 255 bits: Digits 19 to 75;
+// Digits 18 asks for 64 bits, a whole limb, and goes to MPFR),
 // computed inline, and the in-place forms x := a + b, a - b, a b that pick
 // this path, the one-limb path (one_limb.hpp) or MPFR by x's precision.
 //
-// The reasons are those of the one-limb path: at these precisions most of
+// The reasons are those of the one-limb path: at these precisions much of
 // the time of mpfr_add and mpfr_mul goes to the call, the lookups of the
 // thread-local exponent range and flags and the dispatch over kinds and
 // precisions, not to the few limb products.  The method is the same one
-// carried over N limbs: the exact result is formed in a frame of 2N limbs
-// (a product exactly in 2N limbs; a sum in N + 1, with the smaller
-// operand's bits that fall below the frame kept as a sticky bit) and rounded to nearest, ties to even, to
-// the result's precision p, with 64 (N - 1) < p < 64 N: mpfr_add, mpfr_sub
-// and mpfr_mul's numbers in MPFR_RNDN, bit for bit
-// (tests/float/float_few_limbs_test.cpp compares them on millions of
-// operands).  Declined, for MPFR to handle: an operand that is zero,
-// infinite or NaN or has more than N limbs; a precision of exactly 64 N
-// bits; a result exponent outside [-2^29, 2^29].  As on the one-limb path,
-// MPFR's global flags are not raised.
+// carried over N limbs: the exact result is formed in a frame of limbs (a
+// product exactly, in 2N; a sum in N + 1, the smaller operand's bits that
+// fall below the frame kept as a sticky bit) and rounded to nearest, ties to
+// even, to the result's precision p, with 64 (N - 1) < p < 64 N: mpfr_add,
+// mpfr_sub and mpfr_mul's numbers in MPFR_RNDN, bit for bit
+// (tests/float/float_few_limbs_test.cpp compares them on a million operand
+// pairs).  Declined, for MPFR to handle: an operand that is zero, infinite or
+// NaN or has more than N limbs; a precision of exactly 64 N bits; a result
+// exponent outside [-2^29, 2^29].  As on the one-limb path, MPFR's global
+// flags are not raised.
 //
 // Limbs are kept as MPFR keeps them, least significant first: an operand of
 // k <= N limbs is placed in the top k limbs of N, the rest zero.
@@ -27,7 +28,6 @@
 #include <mpfr.h>
 
 #include <cstdint>
-#include <cstring>
 
 namespace talvo::floatn {
 

@@ -4,9 +4,9 @@
 // Every operation allocates exactly one object at the current working
 // precision and lets MPFR compute straight into it (round to nearest), so a
 // sum costs one allocation and one mpfr_add.  Up to four limbs (Digits up
-// to 75) the sum, difference and product, and below 64 bits the rounding of
-// a double, are computed inline instead (one_limb.hpp, few_limbs.hpp), with
-// MPFR's results bit for bit.  The object size for the current precision is
+// to 75, except 18, whose 64 bits fill a limb) the sum, difference and
+// product, and below 64 bits the rounding of a double, are computed inline
+// instead (one_limb.hpp, few_limbs.hpp), with MPFR's results bit for bit.  The object size for the current precision is
 // computed once per change of "Digits" and kept with the precision, which
 // keeps the hot path to a few stores and two calls.
 //

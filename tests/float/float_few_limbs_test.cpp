@@ -326,8 +326,8 @@ TEST(FloatFewLimbs, InPlaceFormsGiveMpfrsResultsWhateverTheAliasing)
 }
 
 // TalvoFloat's sum, difference and product at every "Digits" from 18 to 80
-// (two to four limbs, then past the inline paths), with operands of the
-// working precision and of others.
+// (64 bits, which MPFR serves; two to four limbs; then past the inline
+// paths), with operands of the working precision and of others.
 TEST(FloatFewLimbs, TalvoFloatArithmeticAtEveryFewLimbPrecision)
 {
     std::mt19937_64 rng(13);
